@@ -1,0 +1,30 @@
+# The tests of one folder as one executable; every case of it is a test of ctest, named FOLDER.SUITE.CASE.
+#
+#    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
+#
+# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken.
+find_package( GTest REQUIRED )
+include( GoogleTest )
+
+# The headers of GoogleTest and GoogleMock, compiled once for all.
+file( CONFIGURE OUTPUT pch.cpp CONTENT "" )
+add_library( clockpath_test_pch OBJECT ${CMAKE_CURRENT_BINARY_DIR}/pch.cpp )
+clockpath_target( clockpath_test_pch )
+target_link_libraries( clockpath_test_pch PRIVATE GTest::gmock )
+target_precompile_headers( clockpath_test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h> )
+
+function( clockpath_test name )
+   cmake_parse_arguments( PARSE_ARGV 1 arg "" "" "SOURCES;LIBS" )
+   set( target ${name}_test )
+   add_executable( ${target} ${arg_SOURCES} )
+   clockpath_target( ${target} )
+   target_link_libraries( ${target} PRIVATE ${arg_LIBS} GTest::gmock_main GTest::gmock GTest::gtest )
+   target_include_directories( ${target} PRIVATE ${PROJECT_SOURCE_DIR} )
+   target_precompile_headers( ${target} REUSE_FROM clockpath_test_pch )
+   gtest_discover_tests(
+      ${target}
+      TEST_PREFIX "${name}."
+      DISCOVERY_MODE PRE_TEST
+      DISCOVERY_TIMEOUT 60
+      PROPERTIES TIMEOUT 300 LABELS ${name} )
+endfunction()

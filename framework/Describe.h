@@ -1,0 +1,151 @@
+// Makes a type's descriptor from its attribute list; included by the source file that defines the type only.
+//
+//    Vor::Type const & Status::staticType() {
+//       static constinit auto const type = Vor::describe<Status, &statusFactory>( "Hardware::Max24305::Status" );
+//       return type;
+//    }
+#pragma once
+
+#include "framework/Attributes.h"
+#include "framework/Exception.h"
+#include "framework/Value.h"
+
+#include <array>
+#include <functional>
+#include <utility>
+
+namespace Vor {
+
+namespace Detail {
+
+template<class F> struct Signature;
+template<class F> struct Signature<F const> : Signature<F> {};
+template<class R, class... A> struct Signature<R ( * )( A... )> {
+   using Result = R;
+   using Arguments = std::tuple<std::remove_cvref_t<A>...>;
+};
+template<class R, class C, class... A> struct Signature<R ( C::* )( A... )> : Signature<R ( * )( A... )> {};
+template<class R, class C, class... A> struct Signature<R ( C::* )( A... ) const> : Signature<R ( * )( A... )> {};
+
+template<class F, std::size_t i> using ArgumentOf = std::tuple_element_t<i, typename Signature<F>::Arguments>;
+
+constexpr bool isNull( auto function ) { return std::is_same_v<decltype( function ), std::nullptr_t>; }
+
+/// The value behind a getter: a member function, a static one, or the address of a constant.
+template<auto getter, class T> decltype( auto ) read( T const & object ) {
+   if constexpr ( std::is_member_pointer_v<decltype( getter )> )
+      return std::invoke( getter, object );
+   else if constexpr ( std::is_invocable_v<decltype( getter )> )
+      return getter();
+   else
+      return *getter;
+}
+
+template<class F, class Call> Value callWith( std::span<Value const> arguments, Call && call ) {
+   using Arguments = typename Signature<F>::Arguments;
+   return [&]<std::size_t... i>( std::index_sequence<i...> )->Value {
+      if constexpr ( std::is_void_v<typename Signature<F>::Result> ) {
+         call( fromValue<std::tuple_element_t<i, Arguments>>( arguments[i] )... );
+         return {};
+      } else {
+         return toValue( call( fromValue<std::tuple_element_t<i, Arguments>>( arguments[i] )... ) );
+      }
+   }
+   ( std::make_index_sequence<std::tuple_size_v<Arguments>>{} );
+}
+
+template<class T, class A> constexpr Attribute describeAttribute() {
+   Attribute attribute{ .name = A::name, .kind = A::kind };
+   if constexpr ( requires { A::get; } )
+      attribute.get = []( void const * object ) {
+         return toValue( read<A::get>( *static_cast<T const *>( object ) ) );
+      };
+   if constexpr ( requires { A::set; } ) {
+      if constexpr ( !isNull( A::set ) )
+         attribute.set = []( void * object, Value const & value ) {
+            std::invoke( A::set, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::set ), 0>>( value ) );
+         };
+   }
+   if constexpr ( requires { A::store; } )
+      attribute.set = []( void * object, Value const & value ) {
+         auto & stored = static_cast<T *>( object )->*A::store;
+         stored = fromValue<std::remove_cvref_t<decltype( stored )>>( value );
+      };
+   if constexpr ( requires { A::collection; } ) {
+      attribute.keys = []( void const * object ) {
+         std::vector<Value> keys;
+         for ( auto const & key : std::invoke( A::collection, *static_cast<T const *>( object ) ).keys() )
+            keys.push_back( toValue( key ) );
+         return keys;
+      };
+      attribute.getAt = []( void const * object, Value const & key ) {
+         decltype( auto ) collection = std::invoke( A::collection, *static_cast<T const *>( object ) );
+         using Key = typename std::remove_cvref_t<decltype( collection )>::Key;
+         return toValue( collection.value( fromValue<Key>( key ) ) );
+      };
+   }
+   if constexpr ( requires { A::getAt; } )
+      attribute.getAt = []( void const * object, Value const & key ) {
+         return toValue( std::invoke(
+            A::getAt, *static_cast<T const *>( object ), fromValue<ArgumentOf<decltype( A::getAt ), 0>>( key ) ) );
+      };
+   if constexpr ( requires { A::setAt; } ) {
+      if constexpr ( !isNull( A::setAt ) )
+         attribute.setAt = []( void * object, Value const & key, Value const & value ) {
+            using F = decltype( A::setAt );
+            std::invoke(
+               A::setAt, *static_cast<T *>( object ), fromValue<ArgumentOf<F, 0>>( key ),
+               fromValue<ArgumentOf<F, 1>>( value ) );
+         };
+   }
+   if constexpr ( requires { A::deleteAt; } ) {
+      if constexpr ( !isNull( A::deleteAt ) )
+         attribute.deleteAt = []( void * object, Value const & key ) {
+            std::invoke(
+               A::deleteAt, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::deleteAt ), 0>>( key ) );
+         };
+   }
+   if constexpr ( requires { A::call; } ) {
+      using F = decltype( A::call );
+      static_assert( std::tuple_size_v<typename Signature<F>::Arguments> == A::arguments.size() );
+      attribute.argumentNames = A::arguments;
+      attribute.call = []( void * object, std::span<Value const> arguments ) {
+         return callWith<F>( arguments, [object]( auto const &... values ) {
+            return std::invoke( A::call, *static_cast<T *>( object ), values... );
+         } );
+      };
+   }
+   return attribute;
+}
+
+template<class T, class... A> constexpr std::array<Attribute, sizeof...( A )> describeAttributes( Attributes<A...> ) {
+   return { describeAttribute<T, A>()... };
+}
+
+template<class T> inline constexpr auto attributesOf = describeAttributes<T>( typename T::Attributes{} );
+
+}   // namespace Detail
+
+/// The descriptor of `T`; `factory` takes the constructor parameters of the list, in order.
+template<class T, auto factory = nullptr> constexpr Type describe( char const * name ) {
+   Type::Operations operations;
+   if constexpr ( std::derived_from<T, PtrInterface> ) {
+      operations.ofObject = []( PtrInterface const * object ) -> void const * {
+         return static_cast<T const *>( object );
+      };
+      operations.hash = []( void const * object ) { return std::hash<void const *>()( object ); };
+   } else if constexpr ( std::default_initializable<T> && std::equality_comparable<T> ) {
+      operations.isDefault = []( void const * object ) { return *static_cast<T const *>( object ) == T(); };
+   }
+   if constexpr ( !Detail::isNull( factory ) ) {
+      static_assert(
+         std::tuple_size_v<ConstructorParameters<T>> ==
+         std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments> );
+      operations.make = []( std::span<Value const> arguments ) {
+         return std::get<Ptr<PtrInterface>>( Detail::callWith<decltype( factory )>( arguments, factory ) );
+      };
+   }
+   return Type( name, Detail::attributesOf<T>, operations );
+}
+
+}   // namespace Vor

@@ -1,0 +1,142 @@
+// Entities: named, observable objects whose attributes are declared once, in a list (framework/Attributes.h).
+//
+//    class Status final : public Vor::EntityOf<Status> {
+//     public:
+//       explicit Status( Vor::Name name ) : EntityOf( name ) {}
+//
+//       struct NotifieeConst : NotifieeConstBase {
+//          virtual void onState() {}
+//       };
+//       using Notifiee = NotifieeFor<NotifieeConst>;
+//
+//       State state() const { return state_; }
+//       void stateIs( State state ) { attributeIs<"state">( state_, state ); }
+//
+//       static Vor::Type const & staticType();
+//       using Attributes = Vor::Attributes<
+//          Vor::Fixed<"name", &Status::name>,
+//          Vor::Changeable<"state", &Status::state, &Status::stateIs, &NotifieeConst::onState>>;
+//     private:
+//       State state_ = uninitialized_;
+//    };
+//
+// A setter compares, stores, tells the generic observers, then the observers of the type. An entity does not own its
+// parent; who holds the entity as a member sets the parent, and takes it away before it goes.
+#pragma once
+
+#include "framework/Attributes.h"
+#include "framework/Notifiee.h"
+#include "framework/Text.h"
+#include "framework/Value.h"
+
+namespace Vor {
+
+class Entity : public PtrInterface {
+ public:
+   explicit Entity( Name name ) : name_( std::move( name ) ) {}
+
+   Name name() const { return name_; }
+   /// The path from the root: the parent's full name, "/", the name.
+   String fullName() const;
+
+   Entity * parent() const { return parent_; }
+   void parentIs( Entity * parent ) { parent_ = parent; }
+   /// The place, in the parent's attribute list, of the collection that holds this entity.
+   U32 parentAttrId() const { return parentAttrId_; }
+   void parentAttrIdIs( U32 id ) { parentAttrId_ = id; }
+   /// The name of that attribute; empty without a parent.
+   String parentAttrName() const;
+
+   NotifieeList * notifieeList() const override { return &notifieeList_; }
+   NotifieeList & observerList() const { return observerList_; }
+
+   Type const & fwkType() const override { return staticType(); }
+   static Type const & staticType();
+
+   /// Observers of any entity; each type's own observer class derives from its base's.
+   using NotifieeConst = NotifieeConstOf<Entity>;
+
+   using Attributes = Vor::Attributes<Fixed<"name", &Entity::name>>;
+
+ protected:
+   /// Tells the generic observers; `key` is made only when there are any.
+   template<class MakeKey> void vorTellObservers( std::size_t attributeIndex, MakeKey && makeKey ) const {
+      if ( !observerList_.empty() ) vorTellObserversOf( fwkType().attributes()[attributeIndex], makeKey() );
+   }
+
+ private:
+   void vorTellObserversOf( Attribute const & attribute, Value const & key ) const;
+
+   Name const name_;
+   Entity * parent_ = nullptr;
+   U32 parentAttrId_ = 0;
+   mutable NotifieeList notifieeList_;
+   mutable NotifieeList observerList_;
+};
+
+/// A new entity that only gives its members a place in the tree of names.
+Ptr<Entity> entityFactory( Name name );
+
+/// Gets every change of an entity, as it is stored and before the observers of the entity's type are told.
+class EntityObserver : public Entity::NotifieeConst {
+ public:
+   /// `key` is the changed key of a collection, empty for any other attribute.
+   virtual void onAttribute( Entity const & entity, Attribute const & attribute, Value const & key ) = 0;
+
+ protected:
+   NotifieeList * vorListOf( PtrInterface const & notifier ) const override {
+      return &static_cast<Entity const &>( notifier ).observerList();
+   }
+};
+
+/// Base of an entity type `Self`: its one path of writing and notifying.
+template<class Self, class Base = Entity> class EntityOf : public Base {
+ public:
+   using Base::Base;
+   Type const & fwkType() const override { return Self::staticType(); }
+
+   /// The bases of the type's two observer classes.
+   using NotifieeConstBase = NotifieeConstOf<Self, typename Base::NotifieeConst>;
+   template<class NotifieeConst> using NotifieeFor = NotifieeOf<Self, NotifieeConst>;
+
+ protected:
+   /// Compares, stores, tells; an equal value is silent.
+   template<Tag tag, class Value> void attributeIs( Value & stored, std::type_identity_t<Value> value ) {
+      if ( stored == value ) return;
+      stored = std::move( value );
+      attributeNotify<tag>();
+   }
+
+   /// Tells of a change of the attribute.
+   template<Tag tag> void attributeNotify() const {
+      using List = typename Self::Attributes;
+      Ptr<PtrInterface const> const held = vorHeld();
+      this->vorTellObservers( List::template index<tag>(), [] { return Value(); } );
+      tell( List::template Named<tag>::notify );
+   }
+
+   /// Tells of a change of one key of a collection.
+   template<Tag tag, class Key> void attributeNotify( Key const & key ) const {
+      using List = typename Self::Attributes;
+      Ptr<PtrInterface const> const held = vorHeld();
+      this->vorTellObservers( List::template index<tag>(), [&key] { return toValue( key ); } );
+      tell( List::template Named<tag>::notify, key );
+   }
+
+   /// Held for the length of a change, so that an observer may drop the last reference. An object without observers may
+   /// still be in its constructor, where a Ptr would destroy it; with observers it is held by them, until one of them
+   /// lets go.
+   Ptr<PtrInterface const> vorHeld() const {
+      return this->references() > 0 ? Ptr<PtrInterface const>( this ) : nullptr;
+   }
+
+ private:
+   template<class Callback, class... Key> void tell( Callback callback, Key const &... key ) const {
+      this->notifieeList()->doVisit( [&]( NotifieeBase & member ) {
+         if ( auto * observer = dynamic_cast<typename Self::NotifieeConst *>( &member ) )
+            ( observer->*callback )( key... );
+      } );
+   }
+};
+
+}   // namespace Vor

@@ -1,0 +1,68 @@
+// Reflection by name: what generic tools use to look at and work on any object without knowing its type.
+//
+//    Vor::Reflected chip( status );                                  // an entity, or any shared object
+//    chip.get( "state" );                                            // "ready"
+//    chip.set( "state", Vor::String( "failed" ) );                   // notifies as stateIs does
+//    Vor::Reflected( spi ).call( "doRead", { { "address", U64{ 7 } } } );
+//    Vor::Reflected( registerValue ).getAt( "bits", Vor::String( "BitRange(0, 5)" ) );
+//
+// Errors: NameNotFoundException for an unknown name, OperationNotSupportedException for what the attribute or a
+// read-only object does not offer, UnhashableTypeException, and what the conversion of values throws (Value.h).
+#pragma once
+
+#include "framework/Value.h"
+
+#include <initializer_list>
+
+namespace Vor {
+
+struct NamedValue {
+   std::string_view name;
+   Value value;
+};
+
+class Reflected {
+ public:
+   /// A shared object, held while this lives.
+   explicit Reflected( Ptr<PtrInterface> const & object );
+   /// The same, read-only.
+   explicit Reflected( Ptr<PtrInterface const> const & object );
+   /// A value such as a register; borrowed.
+   template<class T>
+   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<T> ) explicit Reflected( T & value )
+      : type_( &T::staticType() ), object_( &value ), writable_( &value ) {}
+   template<class T>
+   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<T> ) explicit Reflected( T const & value )
+      : type_( &T::staticType() ), object_( &value ) {}
+
+   Type const & type() const { return *type_; }
+
+   Value get( std::string_view attribute ) const;
+   void set( std::string_view attribute, Value const & value ) const;
+
+   std::vector<Value> keys( std::string_view attribute ) const;
+   Value getAt( std::string_view attribute, Value const & key ) const;
+   void setAt( std::string_view attribute, Value const & key, Value const & value ) const;
+   void deleteAt( std::string_view attribute, Value const & key ) const;
+
+   /// Calls an operation; every argument is named once, in any order.
+   Value call( std::string_view operation, std::initializer_list<NamedValue> arguments = {} ) const;
+
+   std::size_t hash() const;
+   /// Whether the object equals a default-made one of its type.
+   bool isDefault() const;
+
+ private:
+   void * writable( std::string_view attribute, char const * operation ) const;
+
+   Ptr<PtrInterface const> held_;
+   Type const * type_;
+   void const * object_;
+   void * writable_ = nullptr;
+};
+
+/// Puts named arguments into the order of `names`. Throws NameNotFoundException for a missing or unknown one.
+std::vector<Value>
+argumentsInOrder( std::span<std::string_view const> names, std::span<NamedValue const> arguments, std::string_view of );
+
+}   // namespace Vor
