@@ -1,0 +1,18 @@
+#include "platform/Gpo.h"
+
+#include "framework/Describe.h"
+
+namespace Fru {
+
+Vor::EnumType const & enumType( ActiveType ) {
+   static constexpr Vor::Enumerator enumerators[] = { { activeHigh_, "activeHigh" }, { activeLow_, "activeLow" } };
+   static constinit Vor::EnumType const type( "Fru::ActiveType", enumerators );
+   return type;
+}
+
+Vor::Type const & Gpo::staticType() {
+   static constinit auto const type = Vor::describe<Gpo>( "Fru::Gpo" );
+   return type;
+}
+
+}   // namespace Fru

@@ -1,0 +1,31 @@
+#include "platform/SetClearGpo.h"
+
+#include "framework/Allocate.h"
+#include "framework/Assert.h"
+#include "framework/Describe.h"
+
+namespace Hardware {
+
+SetClearGpo::SetClearGpo( Vor::Name name ) : EntityOf( std::move( name ) ), impl_( new Impl( this ) ) {}
+
+SetClearGpo::~SetClearGpo() { impl_->gpoDel(); }
+
+void SetClearGpo::levelIs( bool active ) const {
+   VOR_ASSERT( bit_ < 32 );
+   Vor::Ptr<Fru::HamImpl> const hamImpl = ham_ ? ham_->hamImpl() : nullptr;
+   if ( !hamImpl ) return;
+   U32 const mask = U32{ 1 } << bit_;
+   bool const high = active == ( activeType() == Fru::activeHigh_ );
+   U32 value = 0;
+   hamImpl->read32( offset_, value );
+   hamImpl->write32( offset_, high ? value | mask : value & ~mask );
+}
+
+Vor::Type const & SetClearGpo::staticType() {
+   static constinit auto const type = Vor::describe<SetClearGpo, &setClearGpoFactory>( "Hardware::SetClearGpo" );
+   return type;
+}
+
+Vor::Ptr<SetClearGpo> setClearGpoFactory( Vor::Name name ) { return Vor::allocate<SetClearGpo>( std::move( name ) ); }
+
+}   // namespace Hardware
