@@ -1,0 +1,82 @@
+#include "sm/Max24305WithTolvaneInputSm.h"
+
+#include "framework/Allocate.h"
+#include "framework/Assert.h"
+#include "framework/Describe.h"
+
+namespace Hardware {
+
+using Max24305SmModule::traceHandle;
+
+Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
+   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
+   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
+   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
+   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
+   : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
+   tolvaneStatus_.notifierIs( tolvaneStatus );
+   handleInitialized();
+}
+
+Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSmIs(
+   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
+   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
+   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
+   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus ) {
+   auto const machine = Vor::allocate<Max24305WithTolvaneInputSm>(
+      redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo, tolvaneStatus );
+   machine->hasNotificationActiveIs( true );
+   return machine;
+}
+
+void Max24305WithTolvaneInputSm::handleInitialized() {
+   VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
+   Max24305Sm::handleInitialized();
+   VOR_ASSERT( tolvaneStatus() );
+   initializedIs( true );
+   handleEnvironmentChanges();
+}
+
+void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
+   if ( !initialized() ) {
+      // The class's name is misspelt in the text that operators' scripts know.
+      VOR_TRACE( traceHandle, 1, __func__ << " Max24305QithTolvaneInputSm not initialized yet." );
+      return;
+   }
+   // The feeding chip's state takes the place of the checks of the reset output and of the simulation.
+   if ( !hamImpl()->hardwarePresent() || !config()->opsToDoValid() || !tolvaneReady() ) {
+      if ( !hamImpl()->hardwarePresent() ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
+      if ( !config()->opsToDoValid() ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
+      if ( !tolvaneReady() ) VOR_TRACE( traceHandle, 1, __func__ << " Tolvane does not exist or its not ready." );
+      publishedStatesReset();
+      return;
+   }
+   VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
+   VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
+   auto const timeSync = timeSyncStatus()->state();
+   if ( timeSync == PtpTimeSync::disabled_ ) {
+      publishedStatesReset();
+      VOR_TRACE( traceHandle, 1, __func__ << " TimeSync not enabled" );
+      return;
+   }
+   if ( running( timeSync ) ) {
+      VOR_ASSERT( redundancyStatus()->mode() != Redundancy::active_ || status()->state() == Max24305::ready_ );
+      VOR_ASSERT(
+         redundancyStatus()->mode() != Redundancy::active_ ||
+         pllStatus()->state() == Hardware::Kiv::ClockStatus::ready_ );
+      if ( status()->state() == Max24305::ready_ ) {
+         VOR_TRACE( traceHandle, 1, __func__ << " Already started" );
+         return;
+      }
+   }
+   if ( timeSync <= PtpTimeSync::holdover_ ) VOR_TRACE( traceHandle, 1, __func__ << " Enabling" );
+   doProgramMax24305();
+}
+
+Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
+   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &Max24305WithTolvaneInputSmIs>(
+      "Hardware::Max24305WithTolvaneInputSm" );
+   return type;
+}
+
+}   // namespace Hardware
