@@ -28,3 +28,14 @@ function( clockpath_test name )
       DISCOVERY_TIMEOUT 60
       PROPERTIES TIMEOUT 300 LABELS ${name} )
 endfunction()
+
+# What must not compile: the file compiles as it stands, and with FORBIDDEN defined fails with an error that says why.
+#
+#    clockpath_forbidden( forbidden/MisspeltAttribute.cpp "no attribute of that name is listed" )
+function( clockpath_forbidden file why )
+   get_filename_component( name ${file} NAME_WE )
+   set( compile ${CMAKE_CXX_COMPILER} -std=c++20 -I${PROJECT_SOURCE_DIR} -c -o /dev/null ${CMAKE_CURRENT_SOURCE_DIR}/${file} )
+   add_test( NAME forbidden.${name}.control COMMAND ${compile} )
+   add_test( NAME forbidden.${name} COMMAND ${compile} -DFORBIDDEN )
+   set_tests_properties( forbidden.${name} PROPERTIES PASS_REGULAR_EXPRESSION "${why}" )
+endfunction()

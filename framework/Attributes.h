@@ -22,7 +22,7 @@ namespace Vor {
 
 /// A text as a template argument.
 template<std::size_t size> struct Tag {
-   char text[size];
+   char text[size]{};
    constexpr Tag( char const ( &t )[size] ) { std::copy_n( t, size, text ); }
    constexpr operator std::string_view() const { return { text, size - 1 }; }
 };

@@ -140,7 +140,8 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
    if constexpr ( !Detail::isNull( factory ) ) {
       static_assert(
          std::tuple_size_v<ConstructorParameters<T>> ==
-         std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments> );
+            std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments>,
+         "the factory takes the constructor parameters of the list" );
       operations.make = []( std::span<Value const> arguments ) {
          return std::get<Ptr<PtrInterface>>( Detail::callWith<decltype( factory )>( arguments, factory ) );
       };

@@ -33,7 +33,7 @@ template<class Parameter, class Member, class Requested>
 void requireEqual( Member const & member, Requested const & requested ) {
    decltype( auto ) current = std::invoke( Parameter::get, member );
    using Value = std::remove_cvref_t<decltype( current )>;
-   Value const wanted( requested );
+   Value const wanted( requested );   // NOLINT(performance-unnecessary-copy-initialization): may be a conversion
    if ( current == wanted ) return;
    throwNameInUseException(
       "Reinstantiating the entity with fullName " + valueToStrep( member.fullName() ) +
@@ -84,11 +84,11 @@ template<class Self, class Member, Tag tag> class DirectoryOf : public EntityOf<
 
  protected:
    template<class... Parameters> Ptr<Member> memberIs( Name const & name, Parameters const &... parameters ) {
-      if ( Ptr<Member> const existing = member( name ) ) {
+      if ( Ptr<Member> existing = member( name ) ) {
          requireEqualParameters( *existing, name, parameters... );
          return existing;
       }
-      Ptr<Member> const made = allocate<Member>( name, parameters... );
+      Ptr<Member> made = allocate<Member>( name, parameters... );
       made->parentAttrIdIs( static_cast<U32>( Self::Attributes::template index<tag>() ) );
       members_.valueIs( name, made );
       made->parentIs( this );

@@ -53,7 +53,10 @@ class LogHandle {
    friend bool okToLog( String const & id );
    friend void log( String const & id, String const * arguments, std::size_t count );
 
-   bool intervalOver( double now ) const { return !( now < intervalStart_ + intervalSeconds_ ); }
+   // A clock that reads less than when the interval began is another one: its time says nothing of this interval.
+   bool intervalOver( double now ) const {
+      return now < intervalStart_ || !( now < intervalStart_ + intervalSeconds_ );
+   }
 
    String const id_;
    U32 const severity_;

@@ -114,9 +114,12 @@ template<class T, class Base = NotifieeBase> class NotifieeConstOf : public Base
 template<class T, class Base> class NotifieeOf : public Base {
  public:
    Ptr<T> notifier() const { return const_cast<T *>( static_cast<T const *>( this->vorNotifier() ) ); }
-   void notifierIs( Ptr<T> const & notifier ) { Base::notifierIs( Ptr<PtrInterface const>( notifier ) ); }
+   template<class U>
+   requires std::is_convertible_v<U *, T *>
+   void notifierIs( Ptr<U> const & notifier ) { Base::notifierIs( Ptr<PtrInterface const>( notifier ) ); }
+   void notifierIs( std::nullptr_t ) { Base::notifierIs( nullptr ); }
 
- private:
+ protected:
    using Base::notifierIs;
 };
 

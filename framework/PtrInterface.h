@@ -121,9 +121,8 @@ template<class T> class Ptr {
    }
    explicit operator bool() const { return object_ != nullptr; }
 
-   template<class U> bool operator==( Ptr<U> const & other ) const {
-      return static_cast<void const *>( object_ ) == static_cast<void const *>( other.ptr() );
-   }
+   /// Whether both point to one object, whichever of its bases they see it as.
+   template<class U> bool operator==( Ptr<U> const & other ) const { return object_ == other.ptr(); }
    bool operator==( std::nullptr_t ) const { return object_ == nullptr; }
 
  private:

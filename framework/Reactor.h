@@ -22,6 +22,8 @@
 
 namespace Vor {
 
+class Activity;
+
 class ReactorAttributeBase {
  public:
    virtual void hasNotificationActiveIs( bool active ) = 0;
@@ -40,6 +42,9 @@ class StateMachine : public PtrInterface {
 
    /// Hands the zombie flag to every reactor there is.
    virtual void vorDoZombieReactors( bool zombie );
+
+   /// The activity that a machine runs in; it owns none: everything happens in its callers' dispatch.
+   Activity * vorFwkActivity() const { return nullptr; }
 
    /// No reactor runs any more once the last reference has gone.
    void zeroReferencesIs( bool zero ) override;

@@ -20,13 +20,11 @@ Function offered( Type const & type, Attribute const & attribute, Function Attri
 
 }   // namespace
 
-Reflected::Reflected( Ptr<PtrInterface> const & object ) : Reflected( Ptr<PtrInterface const>( object ) ) {
-   writable_ = const_cast<void *>( object_ );
-}
-
-Reflected::Reflected( Ptr<PtrInterface const> const & object ) : held_( object ), type_( &object->fwkType() ) {
+Reflected::Reflected( Ptr<PtrInterface const> const & object, bool writable )
+   : held_( object ), type_( &object->fwkType() ) {
    auto const ofObject = type_->operations().ofObject;
    object_ = ofObject ? ofObject( object.ptr() ) : object.ptr();
+   if ( writable ) writable_ = const_cast<void *>( object_ );
 }
 
 void * Reflected::writable( std::string_view attribute, char const * operation ) const {

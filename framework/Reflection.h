@@ -23,41 +23,43 @@ struct NamedValue {
 
 class Reflected {
  public:
-   /// A shared object, held while this lives.
-   explicit Reflected( Ptr<PtrInterface> const & object );
-   /// The same, read-only.
-   explicit Reflected( Ptr<PtrInterface const> const & object );
+   /// A shared object, held while this lives; read-only through a `Ptr<T const>`.
+   template<class T>
+   explicit Reflected( Ptr<T> const & object ) : Reflected( Ptr<PtrInterface const>( object ), !std::is_const_v<T> ) {}
    /// A value such as a register; borrowed.
    template<class T>
-   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<T> ) explicit Reflected( T & value )
+   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<std::remove_const_t<T>> ) explicit Reflected(
+      T & value )
       : type_( &T::staticType() ), object_( &value ), writable_( &value ) {}
    template<class T>
-   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<T> ) explicit Reflected( T const & value )
+   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<std::remove_const_t<T>> ) explicit Reflected(
+      T const & value )
       : type_( &T::staticType() ), object_( &value ) {}
 
    Type const & type() const { return *type_; }
 
-   Value get( std::string_view attribute ) const;
-   void set( std::string_view attribute, Value const & value ) const;
+   Value get( std::string_view name ) const;
+   void set( std::string_view name, Value const & value ) const;
 
-   std::vector<Value> keys( std::string_view attribute ) const;
-   Value getAt( std::string_view attribute, Value const & key ) const;
-   void setAt( std::string_view attribute, Value const & key, Value const & value ) const;
-   void deleteAt( std::string_view attribute, Value const & key ) const;
+   std::vector<Value> keys( std::string_view name ) const;
+   Value getAt( std::string_view name, Value const & key ) const;
+   void setAt( std::string_view name, Value const & key, Value const & value ) const;
+   void deleteAt( std::string_view name, Value const & key ) const;
 
    /// Calls an operation; every argument is named once, in any order.
-   Value call( std::string_view operation, std::initializer_list<NamedValue> arguments = {} ) const;
+   Value call( std::string_view name, std::initializer_list<NamedValue> arguments = {} ) const;
 
    std::size_t hash() const;
    /// Whether the object equals a default-made one of its type.
    bool isDefault() const;
 
  private:
+   Reflected( Ptr<PtrInterface const> const & object, bool writable );
    void * writable( std::string_view attribute, char const * operation ) const;
 
    Ptr<PtrInterface const> held_;
-   Type const * type_;
-   void const * object_;
+   Type const * type_ = nullptr;
+   void const * object_ = nullptr;
    void * writable_ = nullptr;
 };
 

@@ -3,6 +3,7 @@
 #include "framework/Assert.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace Jor {
@@ -41,6 +42,7 @@ TimerWheel::TimerWheel(
      preserveOrder_( preserveOrder ),
      defaultBucketSize_( defaultBucketSize ),
      buckets_( initialMaxTicks ),
+     occupied_( buckets_.size() / 64 + 1 ),
      tick_( tick( clock->now() ) ) {}
 
 TimerWheel::~TimerWheel() {
@@ -58,9 +60,31 @@ U64 TimerWheel::tick( double time ) const {
    return static_cast<U64>( std::clamp( time * 1000.0 / tickMsecs_, 0.0, most ) );
 }
 
+/// The first tick from `from` on whose bucket holds timers; `end` when there is none before it.
+U64 TimerWheel::occupiedTick( U64 from, U64 end ) const {
+   for ( U64 t = from; t < end; ) {
+      std::size_t const index = t % buckets_.size();
+      U64 & word = occupied_[index / 64];
+      U64 const bits = word >> index % 64;
+      if ( bits == 0 ) {
+         t += std::min( 64 - index % 64, buckets_.size() - index );
+         continue;
+      }
+      int const skipped = std::countr_zero( bits );
+      t += static_cast<U64>( skipped );
+      if ( t >= end ) break;
+      if ( !bucket( t ).empty() ) return t;
+      word &= ~( U64( 1 ) << ( index % 64 + static_cast<std::size_t>( skipped ) ) );
+   }
+   return end;
+}
+
 void TimerWheel::arm( NotifieeConst & timer ) const {
    timer.arming_ = ++armings_;
-   bucket( std::max( tick( timer.timeMin_ ), tick_ ) ).append( timer );
+   U64 const t = std::max( tick( timer.timeMin_ ), tick_ );
+   bucket( t ).append( timer );
+   std::size_t const index = t % buckets_.size();
+   occupied_[index / 64] |= U64( 1 ) << index % 64;
 }
 
 void TimerWheel::turn() {
@@ -77,8 +101,8 @@ void TimerWheel::turn() {
 void TimerWheel::collectDue( double now ) {
    std::vector<NotifieeConst *> found;
    U64 const nowTick = std::max( tick( now ), tick_ );
-   U64 const lastTick = std::min( nowTick, tick_ + buckets_.size() - 1 );
-   for ( U64 t = tick_; t <= lastTick; ++t ) {
+   U64 const end = std::min( nowTick + 1, tick_ + buckets_.size() );
+   for ( U64 t = occupiedTick( tick_, end ); t < end; t = occupiedTick( t + 1, end ) ) {
       Link & ring = bucket( t );
       for ( Link * link = ring.next; link != &ring; link = link->next )
          if ( timerOf( *link ).timeMin_ <= now ) found.push_back( &timerOf( *link ) );
@@ -100,8 +124,13 @@ double TimerWheel::nextTime() const {
          next = std::min( next, timerOf( *link ).timeMin_ );
    };
    take( due_ );
-   // From the present tick on, a time found in its own tick is earlier than all in the buckets that follow.
-   for ( U64 t = tick_; t < tick_ + buckets_.size() && tick( next ) >= t; ++t ) take( bucket( t ) );
+   // The bucket of the present tick also has the times before it; from there on, a time found in its own tick is earlier
+   // than all in the buckets that follow.
+   U64 const end = tick_ + buckets_.size();
+   for ( U64 t = occupiedTick( tick_, end ); t < end; t = occupiedTick( t + 1, end ) ) {
+      if ( t > std::max( tick( next ), tick_ ) ) break;
+      take( bucket( t ) );
+   }
    return next;
 }
 

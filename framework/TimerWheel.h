@@ -72,6 +72,7 @@ class TimerWheel final : public Vor::Activity {
 
    U64 tick( double time ) const;
    Link & bucket( U64 tick ) const { return buckets_[tick % buckets_.size()]; }
+   U64 occupiedTick( U64 from, U64 end ) const;
    void arm( NotifieeConst & timer ) const;
    void collectDue( double now );
    static NotifieeConst & timerOf( Link & link );
@@ -82,6 +83,7 @@ class TimerWheel final : public Vor::Activity {
    U32 const defaultBucketSize_;
    // Arming changes what observers see of a wheel as little as joining an entity's observers changes the entity.
    mutable std::vector<Link> buckets_;
+   mutable std::vector<U64> occupied_;   // a bit per bucket: set where there are timers, or were
    mutable U64 armings_ = 0;
    U64 tick_;   // of the last turn; no armed timer stands in an earlier one
    Link due_;   // taken out of the buckets by a turn, not yet run

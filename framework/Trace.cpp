@@ -68,6 +68,7 @@ void traceLevelIs( String const & facility, U32 level, bool enabled ) {
 
 std::vector<String> traceFacilities() {
    std::vector<String> names;
+   names.reserve( handles.size() );
    for ( TraceHandle const * handle : handles ) names.push_back( handle->facility() );
    std::sort( names.begin(), names.end() );
    names.erase( std::unique( names.begin(), names.end() ), names.end() );

@@ -74,7 +74,7 @@ Ptr<TraceSink> traceSinkIs( Ptr<TraceSink> const & sink );
 /// A trace that is on, or nothing.
 class TraceHelper {
  public:
-   /// `function` is the name of the function that calls this.
+   /// `function` is the name of the function that calls this; g++ adds the arguments of a template, __func__ does not.
    static TraceHelper
    createIfEnabled( TraceHandle const & handle, U32 level, char const * function = __builtin_FUNCTION() ) {
       return handle.isEnabled( level ) ? TraceHelper( &handle, level, function ) : TraceHelper( nullptr, 0, nullptr );
@@ -127,6 +127,6 @@ class TraceText {
 /// Traces what is streamed, with the source found as `vorSource` by ordinary look-up at the place of use.
 #define VOR_TRACE( handle, level, ... )                                                                                \
    do {                                                                                                                \
-      if ( auto const vorTraceHelper = ::Vor::TraceHelper::createIfEnabled( handle, level ) )                          \
+      if ( auto const vorTraceHelper = ::Vor::TraceHelper::createIfEnabled( handle, level, __func__ ) )                \
          vorTraceHelper.trace( vorSource, __LINE__, ( ::Vor::TraceText() << __VA_ARGS__ ).text() );                    \
    } while ( false )

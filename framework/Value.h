@@ -29,8 +29,8 @@ bool boolFromValue( Value const & value );
 double doubleFromValue( Value const & value );
 String stringFromValue( Value const & value );
 
-template<class T> constexpr bool isPtr = false;
-template<class T> constexpr bool isPtr<Ptr<T>> = true;
+template<class T> inline constexpr bool isPtr = false;
+template<class T> inline constexpr bool isPtr<Ptr<T>> = true;
 
 template<class T>
 concept ReadFromText =

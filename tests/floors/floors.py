@@ -2,8 +2,8 @@
 """The rules of the house, checked by reading the sources: floors.py ROOT
 
 A folder includes only itself and folders on floors below its own; floors 1 to 6 otherwise use the standard library
-and the operating system's headers alone. Headers are guarded, a source opens with its own header, and every source is
-listed by its folder's CMakeLists.txt. Each breach is one line that names the fix; the exit code is 1 when there is any.
+and the operating system's headers alone. Headers are guarded, a source opens with its own header, and every source,
+also of a test, is listed by its folder's CMakeLists.txt. Each breach is one line that names the fix; the exit code is 1 when there is any.
 """
 import pathlib
 import re
@@ -71,13 +71,21 @@ def breach_of_include(root, folder, written):
     return may_include(folder)
 
 
+def unlisted(root, file):
+    """The breach when the CMakeLists.txt nearest to the source does not list it, else None."""
+    folder = next(parent for parent in file.parents if parent == root or (parent / "CMakeLists.txt").exists())
+    lists = folder / "CMakeLists.txt"
+    listed = re.sub("#.*", "", lists.read_text() if lists.exists() else "")
+    if str(file.relative_to(folder)) in re.split(r"[\s()]+", listed):
+        return None
+    return f"{file.relative_to(root)}:1: is not listed in {lists.relative_to(root)}: add it"
+
+
 def breaches(root):
     """Every breach under the root, as `FILE:LINE: what stands there: what to do` in the order of the files."""
     root = pathlib.Path(root)
     found = []
     for folder in BELOW:
-        listed = (root / folder / "CMakeLists.txt")
-        listed = re.sub("#.*", "", listed.read_text()).replace("(", " ").replace(")", " ").split() if listed.exists() else []
         for file in sorted((root / folder).rglob("*")):
             if file.suffix not in (".h", ".cpp"):
                 continue
@@ -99,9 +107,10 @@ def breaches(root):
             own = here.with_suffix(".h")
             if (root / own).exists() and (not includes or includes[0] != f'"{own}"'):
                 found.append(f'{here}:1: does not open with #include "{own}": a header must compile alone')
-            if str(file.relative_to(root / folder)) not in listed:
-                found.append(f"{here}:1: is not listed in {folder}/CMakeLists.txt: add it")
-    return found
+            found.append(unlisted(root, file))
+    for folder in ("tests", "bench"):
+        found += [unlisted(root, file) for file in sorted((root / folder).rglob("*.cpp"))]
+    return [breach for breach in found if breach]
 
 
 if __name__ == "__main__":

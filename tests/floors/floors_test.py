@@ -31,7 +31,7 @@ class Floors(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         for name, text in {**HOUSE, **changes}.items():
             file = pathlib.Path(folder.name, name)
-            file.parent.mkdir(exist_ok=True)
+            file.parent.mkdir(parents=True, exist_ok=True)
             file.write_text(text)
         return folder.name
 
@@ -108,6 +108,12 @@ class Floors(unittest.TestCase):
         found = breaches(self.house({"util/CMakeLists.txt": "target_sources( clockpath_lib PRIVATE ) # Utils.cpp\n"}))
         self.assertEqual(len(found), 1)
         self.assertIn("util/Utils.cpp:1: is not listed in util/CMakeLists.txt", found[0])
+
+    def test_a_test_is_listed(self):
+        tests = {"tests/hal/CMakeLists.txt": "clockpath_test( hal SOURCES RegTest.cpp )", "tests/hal/RegTest.cpp": ""}
+        self.assertEqual(breaches(self.house(tests)), [])
+        found = breaches(self.house({**tests, "tests/hal/forbidden/Overlap.cpp": ""}))
+        self.assertEqual(found, ["tests/hal/forbidden/Overlap.cpp:1: is not listed in tests/hal/CMakeLists.txt: add it"])
 
     def test_the_command_fails_on_a_breach_and_only_then(self):
         command = [sys.executable, pathlib.Path(__file__).with_name("floors.py")]

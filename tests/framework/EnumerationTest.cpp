@@ -1,0 +1,96 @@
+#include "framework/Enumeration.h"
+
+#include "tests/framework/Lamp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Test {
+namespace {
+
+using Vor::enumInstance;
+using Vor::RangeException;
+using Vor::String;
+
+static_assert( Vor::Enumeration<Colour> );
+static_assert( !Vor::Enumeration<U32> );
+static_assert( !std::is_convertible_v<U32, Colour> );
+
+TEST( Enumeration, anInstanceIsFoundByItsNumber ) {
+   EXPECT_EQ( enumInstance<Colour>( 0 ), white_ );
+   EXPECT_EQ( enumInstance<Colour>( 1 ), red_ );
+   EXPECT_EQ( enumInstance<Colour>( 7 ), deepBlue_ );
+}
+
+TEST( Enumeration, aNumberOutsideTheTableIsARangeError ) {
+   for ( unsigned const value : { 2u, 6u, 8u, 4294967295u } )
+      EXPECT_THROW( enumInstance<Colour>( value ), RangeException ) << value;
+}
+
+TEST( Enumeration, anInstanceIsFoundByItsText ) {
+   EXPECT_EQ( enumInstance<Colour>( String( "white" ) ), white_ );
+   EXPECT_EQ( enumInstance<Colour>( String( "deepBlue" ) ), deepBlue_ );
+}
+
+TEST( Enumeration, anUnknownTextIsARangeErrorThatTellsWhatIsKnown ) {
+   for ( char const * text : { "", "re", "redd", "Red", "red_", "'red'", "1" } )
+      EXPECT_THROW( enumInstance<Colour>( String( text ) ), RangeException ) << text;
+   try {
+      enumInstance<Colour>( String( "pink" ) );
+   } catch ( RangeException const & error ) {
+      EXPECT_STREQ( error.what(), "Test::Colour has no enumerator 'pink'; it has white, red, deepBlue" );
+   }
+}
+
+TEST( Enumeration, textForms ) {
+   EXPECT_EQ( stringValue( deepBlue_ ), "deepBlue" );
+   EXPECT_EQ( valueToStrep( deepBlue_ ), "'deepBlue'" );
+   std::ostringstream out;
+   out << red_;
+   EXPECT_EQ( out.str(), "red" );
+}
+
+TEST( Enumeration, aValueWithoutAnEnumeratorShowsItsNumber ) {
+   EXPECT_EQ( stringValue( static_cast<Colour>( 5 ) ), "5" );
+   EXPECT_EQ( enumType( Colour{} ).text( 5 ), nullptr );
+}
+
+TEST( Enumeration, anEnumeratorIsReadQuotedOrBareAndThePlaceMovesBehindIt ) {
+   for ( char const * form : { "'deepBlue', rest", "deepBlue, rest" } ) {
+      String const text = form;
+      auto pos = text.begin();
+      EXPECT_EQ( sequenceToValue( pos, text.end(), static_cast<Colour *>( nullptr ) ), deepBlue_ );
+      EXPECT_EQ( std::string( pos, text.end() ), ", rest" );
+   }
+}
+
+TEST( Enumeration, whatIsPrintedIsReadBack ) {
+   for ( Colour const colour : { white_, red_, deepBlue_ } ) {
+      String const text = valueToStrep( colour );
+      auto pos = text.begin();
+      EXPECT_EQ( sequenceToValue( pos, text.end(), static_cast<Colour *>( nullptr ) ), colour );
+      EXPECT_EQ( pos, text.end() );
+   }
+}
+
+TEST( Enumeration, anUnknownTextIsARangeErrorAndLeavesThePlace ) {
+   for ( char const * form : { "", "'", "'red", "'pink'", "redder", " red", "'red ", "7" } ) {
+      String const text = form;
+      auto pos = text.begin();
+      EXPECT_THROW( sequenceToValue( pos, text.end(), static_cast<Colour *>( nullptr ) ), RangeException ) << form;
+      EXPECT_EQ( pos, text.begin() ) << form;
+   }
+}
+
+TEST( Enumeration, theDescriptorListsTheTable ) {
+   Vor::EnumType const & type = enumType( Colour{} );
+   EXPECT_STREQ( type.name(), "Test::Colour" );
+   ASSERT_EQ( type.enumerators().size(), 3u );
+   EXPECT_STREQ( type.enumerators()[2].text, "deepBlue" );
+   EXPECT_EQ( type.enumerators()[2].value, 7u );
+}
+
+}   // namespace
+}   // namespace Test

@@ -1,0 +1,29 @@
+#include "Lamp.h"
+
+#include "framework/Describe.h"
+
+namespace Test {
+
+Vor::EnumType const & enumType( Colour ) {
+   static constexpr Vor::Enumerator enumerators[] = { { white_, "white" }, { red_, "red" }, { deepBlue_, "deepBlue" } };
+   static constinit Vor::EnumType const type( "Test::Colour", enumerators );
+   return type;
+}
+
+Vor::Type const & Lamp::staticType() {
+   static constinit auto const type = Vor::describe<Lamp, &lampFactory>( "Test::Lamp" );
+   return type;
+}
+
+Vor::Ptr<Lamp> lampFactory( Vor::Name name, U32 watts, Colour colour, Vor::Ptr<Vor::Entity const> socket ) {
+   return Vor::allocate<Lamp>( name, watts, colour, socket );
+}
+
+Vor::Type const & LampDir::staticType() {
+   static constinit auto const type = Vor::describe<LampDir, &lampDirFactory>( "Test::LampDir" );
+   return type;
+}
+
+Vor::Ptr<LampDir> lampDirFactory( Vor::Name name ) { return Vor::allocate<LampDir>( std::move( name ) ); }
+
+}   // namespace Test

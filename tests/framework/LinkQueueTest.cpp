@@ -1,0 +1,330 @@
+#include "framework/LinkQueue.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+
+namespace Vor {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Queue = LinkQueue<std::string>;
+
+constexpr U32 lastIndex = 0xFFFFFFFF;
+
+std::vector<U32> indexes( Queue const & queue ) {
+   std::vector<U32> walked;
+   for ( auto const & element : queue ) walked.push_back( element.index() );
+   return walked;
+}
+
+/// Runs the step, which must find the index space used up and change nothing.
+template<class Step> void expectFull( Queue & queue, Step && step ) {
+   auto const keys = queue.keys();
+   U32 const next = queue.nextIndex();
+   try {
+      step();
+      ADD_FAILURE() << "nothing was thrown";
+   } catch ( RangeException const & error ) {
+      EXPECT_STREQ( error.what(), "linkqueue index space full" );
+   }
+   EXPECT_EQ( queue.keys(), keys );
+   EXPECT_EQ( queue.nextIndex(), next );
+}
+
+TEST( LinkQueue, aNewOneIsEmpty ) {
+   Queue const queue;
+   EXPECT_TRUE( queue.empty() );
+   EXPECT_EQ( queue.count(), 0u );
+   EXPECT_EQ( queue.nextIndex(), 0u );
+   EXPECT_EQ( queue.head(), nullptr );
+   EXPECT_EQ( queue.tail(), nullptr );
+   EXPECT_EQ( queue.element( 0 ), nullptr );
+   EXPECT_EQ( queue.value( 0 ), "" );
+   EXPECT_THAT( indexes( queue ), IsEmpty() );
+}
+
+TEST( LinkQueue, indexesAreConsecutiveAndNotUsedAgain ) {
+   Queue queue;
+   EXPECT_EQ( queue.enq( "a" ), 0u );
+   EXPECT_EQ( queue.enq( "b" ), 1u );
+   EXPECT_EQ( queue.enq( "c" ), 2u );
+   while ( !queue.empty() ) queue.valueDel( queue.head()->index() );
+   EXPECT_EQ( queue.enq( "d" ), 3u );
+}
+
+TEST( LinkQueue, theIndexOfARemovedTailIsNotUsedAgain ) {
+   Queue queue;
+   queue.enq( "a" );
+   queue.enq( "b" );
+   EXPECT_TRUE( queue.valueDel( 1 ) );
+   EXPECT_EQ( queue.enq( "c" ), 2u );
+}
+
+TEST( LinkQueue, elementsStandInTheOrderOfTheirIndexes ) {
+   Queue queue;
+   for ( U32 const index : { 7u, 2u, 9u, 0u, 5u } ) queue.valueIs( index, std::to_string( index ) );
+   EXPECT_THAT( indexes( queue ), ElementsAre( 0, 2, 5, 7, 9 ) );
+   EXPECT_THAT( queue.keys(), ElementsAre( 0, 2, 5, 7, 9 ) );
+   EXPECT_EQ( queue.head()->value(), "0" );
+   EXPECT_EQ( queue.tail()->value(), "9" );
+   EXPECT_EQ( queue.value( 5 ), "5" );
+   EXPECT_EQ( queue.element( 6 ), nullptr );
+}
+
+TEST( LinkQueue, placingFromTheCounterOnMovesIt ) {
+   Queue queue;
+   queue.valueIs( 10, "k" );
+   EXPECT_EQ( queue.nextIndex(), 11u );
+   EXPECT_EQ( queue.enq( "l" ), 11u );
+}
+
+TEST( LinkQueue, placingBelowTheCounterLeavesIt ) {
+   Queue queue;
+   queue.valueIs( 10, "k" );
+   queue.valueIs( 3, "d" );
+   EXPECT_EQ( queue.nextIndex(), 11u );
+   queue.valueDel( 10 );
+   EXPECT_EQ( queue.enq( "l" ), 11u );
+   queue.valueIs( 12, "m" );   // at the counter, not above it
+   EXPECT_EQ( queue.nextIndex(), 13u );
+}
+
+TEST( LinkQueue, replacingKeepsTheElementAndTheCounter ) {
+   Queue queue;
+   queue.valueIs( 4, "old" );
+   auto const element = queue.element( 4 );
+   queue.valueIs( 4, "new" );
+   EXPECT_EQ( queue.count(), 1u );
+   EXPECT_EQ( queue.nextIndex(), 5u );
+   EXPECT_EQ( queue.element( 4 ), element );
+   EXPECT_EQ( element->value(), "new" );
+}
+
+TEST( LinkQueue, anElementOutlivesItsPlace ) {
+   Queue queue;
+   queue.enq( "a" );
+   auto const head = queue.head();
+   queue.valueDel( 0 );
+   EXPECT_EQ( head->index(), 0u );
+   EXPECT_EQ( head->value(), "a" );
+   EXPECT_EQ( head->references(), 1 );
+}
+
+TEST( LinkQueue, removingAnAbsentIndexDoesNothing ) {
+   Queue queue;
+   EXPECT_FALSE( queue.valueDel( 0 ) );
+   queue.enq( "a" );
+   EXPECT_FALSE( queue.valueDel( 1 ) );
+   EXPECT_EQ( queue.count(), 1u );
+}
+
+// The end of the index space.
+
+TEST( LinkQueue, theLastIndexBesideIndexZeroIsFull ) {
+   Queue queue;
+   queue.enq( "a" );
+   expectFull( queue, [&] { queue.valueIs( lastIndex, "z" ); } );   // the counter would come round to the head
+}
+
+TEST( LinkQueue, theLastIndexBesideAnotherHeadLeavesRoomBelowIt ) {
+   Queue queue;
+   queue.valueIs( 5, "f" );
+   queue.valueIs( lastIndex, "z" );
+   EXPECT_EQ( queue.nextIndex(), 0u );
+   EXPECT_EQ( queue.enq( "a" ), 0u );   // behind the tail is index 0
+   EXPECT_EQ( queue.nextIndex(), 1u );
+   EXPECT_THAT( indexes( queue ), ElementsAre( 0, 5, lastIndex ) );
+   // The tail is still the last index, and the one behind it is taken now.
+   expectFull( queue, [&] { queue.enq( "b" ); } );
+   queue.valueDel( lastIndex );
+   EXPECT_EQ( queue.enq( "b" ), 6u );   // behind the new tail
+}
+
+TEST( LinkQueue, theIndexBelowTheHeadIsFullAfterComingRound ) {
+   Queue queue;
+   queue.valueIs( 5, "f" );
+   queue.valueIs( lastIndex, "z" );
+   expectFull( queue, [&] { queue.valueIs( 4, "e" ); } );
+   queue.valueIs( 3, "d" );
+   EXPECT_EQ( queue.nextIndex(), 4u );
+   EXPECT_THAT( indexes( queue ), ElementsAre( 3, 5, lastIndex ) );
+}
+
+TEST( LinkQueue, theIndexBelowTheHeadIsFreeBeforeComingRound ) {
+   Queue queue;
+   queue.valueIs( 5, "f" );
+   queue.valueIs( 4, "e" );
+   EXPECT_THAT( indexes( queue ), ElementsAre( 4, 5 ) );
+   EXPECT_EQ( queue.nextIndex(), 6u );
+}
+
+TEST( LinkQueue, theLastIndexAloneIsNotFull ) {
+   Queue queue;
+   queue.valueIs( lastIndex, "z" );
+   EXPECT_EQ( queue.nextIndex(), 0u );
+   EXPECT_EQ( queue.enq( "a" ), 0u );
+   EXPECT_THAT( indexes( queue ), ElementsAre( 0, lastIndex ) );
+   expectFull( queue, [&] { queue.enq( "b" ); } );
+}
+
+TEST( LinkQueue, replacingCannotFailForSpace ) {
+   Queue queue;
+   queue.valueIs( lastIndex, "z" );
+   queue.enq( "a" );
+   queue.valueIs( lastIndex, "Z" );
+   queue.valueIs( 0, "A" );
+   EXPECT_EQ( queue.value( lastIndex ), "Z" );
+   EXPECT_EQ( queue.value( 0 ), "A" );
+   EXPECT_EQ( queue.nextIndex(), 1u );
+}
+
+TEST( LinkQueue, anEmptiedQueueComesRound ) {
+   Queue queue;
+   queue.valueIs( lastIndex, "z" );
+   queue.valueDel( lastIndex );
+   EXPECT_EQ( queue.enq( "a" ), 0u );
+}
+
+// Walks.
+
+TEST( LinkQueue, aWalkGoesOnBehindTheElementItRemoves ) {
+   Queue queue;
+   for ( int i = 0; i < 6; ++i ) queue.enq( std::to_string( i ) );
+   std::vector<U32> walked;
+   for ( auto const & element : queue ) {
+      walked.push_back( element.index() );
+      if ( element.index() % 2 == 0 ) queue.valueDel( element.index() );
+   }
+   EXPECT_THAT( walked, ElementsAre( 0, 1, 2, 3, 4, 5 ) );
+   EXPECT_THAT( queue.keys(), ElementsAre( 1, 3, 5 ) );
+}
+
+TEST( LinkQueue, aWalkSurvivesAnyChangeUnderIt ) {
+   Queue queue;
+   for ( U32 const index : { 10u, 20u, 30u, 40u } ) queue.valueIs( index, "" );
+   auto walk = queue.begin();
+   ++walk;
+   EXPECT_EQ( walk->index(), 20u );
+   queue.valueDel( 10 );   // places move
+   queue.valueIs( 5, "" );
+   queue.valueIs( 6, "" );
+   queue.valueDel( 20 );   // the element it stands on goes
+   queue.valueIs( 25, "" );
+   EXPECT_EQ( walk->index(), 20u );
+   ++walk;
+   EXPECT_EQ( walk->index(), 25u );
+   queue.valueDel( 30 );
+   ++walk;
+   EXPECT_EQ( walk->index(), 40u );
+   for ( U32 const index : queue.keys() ) queue.valueDel( index );
+   EXPECT_EQ( walk->index(), 40u );
+   ++walk;
+   EXPECT_TRUE( walk == queue.end() );
+}
+
+TEST( LinkQueue, aWalkSeesWhatIsAppendedBeforeItEnds ) {
+   Queue queue;
+   queue.enq( "a" );
+   std::string text;
+   for ( auto const & element : queue ) {
+      text += element.value();
+      if ( queue.count() < 3 ) queue.enq( "b" );
+   }
+   EXPECT_EQ( text, "abb" );
+}
+
+TEST( LinkQueue, aWalkAtTheLastIndexEnds ) {
+   Queue queue;
+   queue.valueIs( lastIndex, "z" );
+   EXPECT_THAT( indexes( queue ), ElementsAre( lastIndex ) );
+}
+
+// The rules once more, in the plainest form: an ordered map and a counter.
+struct Model {
+   std::map<U32, std::string> elements;
+   U32 counter = 0;
+
+   bool valueIs( U32 index, std::string const & value ) {
+      if ( elements.contains( index ) ) {
+         elements[index] = value;
+         return true;
+      }
+      U32 const next = index >= counter ? index + 1 : counter;
+      if ( !elements.empty() && elements.begin()->first == next ) return false;
+      elements[index] = value;
+      counter = next;
+      return true;
+   }
+   std::optional<U32> enq( std::string const & value ) {
+      U32 index = counter;
+      if ( !elements.empty() && elements.rbegin()->first >= counter ) index = elements.rbegin()->first + 1;
+      if ( elements.contains( index ) || !valueIs( index, value ) ) return {};
+      return index;
+   }
+};
+
+TEST( LinkQueue, randomOperationsAgreeWithTheModel ) {
+   auto const seed = std::random_device{}();
+   SCOPED_TRACE( "seed " + std::to_string( seed ) );
+   std::mt19937 random( seed );
+   int full = 0;
+   for ( int run = 0; run < 40; ++run ) {
+      Queue queue;
+      Model model;
+      // Indexes from a few places only, both ends of the space among them, so that they meet.
+      auto const anyIndex = [&] { return random() % 2 ? U32( random() % 8 ) : lastIndex - U32( random() % 8 ); };
+      for ( int step = 0; step < 500; ++step ) {
+         std::string const value = std::to_string( step );
+         switch ( random() % 5 ) {
+         case 0:
+         case 1: {
+            std::optional<U32> assigned;
+            try {
+               assigned = queue.enq( value );
+            } catch ( RangeException const & ) {
+               ++full;
+            }
+            ASSERT_EQ( assigned, model.enq( value ) );
+            break;
+         }
+         case 2: {
+            U32 const index = anyIndex();
+            bool placed = true;
+            try {
+               queue.valueIs( index, value );
+            } catch ( RangeException const & ) {
+               placed = false;
+               ++full;
+            }
+            ASSERT_EQ( placed, model.valueIs( index, value ) );
+            break;
+         }
+         case 3: {
+            U32 const index = anyIndex();
+            ASSERT_EQ( queue.valueDel( index ), model.elements.erase( index ) == 1 );
+            break;
+         }
+         default:
+            if ( auto const head = queue.head() ) queue.valueDel( head->index() );
+            if ( !model.elements.empty() ) model.elements.erase( model.elements.begin() );
+         }
+         ASSERT_EQ( queue.nextIndex(), model.counter );
+         ASSERT_EQ( queue.count(), model.elements.size() );
+         auto expected = model.elements.begin();
+         for ( auto const & element : queue ) {
+            ASSERT_EQ( element.index(), expected->first );
+            ASSERT_EQ( element.value(), expected->second );
+            ++expected;
+         }
+      }
+   }
+   EXPECT_GT( full, 0 );   // the end of the space was met
+}
+
+}   // namespace
+}   // namespace Vor

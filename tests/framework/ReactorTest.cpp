@@ -1,0 +1,236 @@
+#include "framework/Reactor.h"
+
+#include "framework/Allocate.h"
+#include "tests/framework/Lamp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Vor::Ptr;
+
+/// Watches two lamps, the second with write access.
+class Keeper final : public Vor::StateMachine {
+ public:
+   Keeper( Story & story, Ptr<Lamp const> const & hall, Ptr<Lamp> const & attic ) : story_( story ) {
+      hallIs( hall );
+      atticIs( attic );
+   }
+   ~Keeper() override {
+      story_.push_back( "keeper gone" );
+      if ( atItsEnd ) atItsEnd();
+   }
+
+   Ptr<Lamp const> hall() const { return hall_.notifier(); }
+   void hallIs( Ptr<Lamp const> const & hall ) { hall_.notifierIs( hall ); }
+   void hallDel() { hall_.notifierDel(); }
+   Ptr<Lamp> attic() const { return attic_.notifier(); }
+   void atticIs( Ptr<Lamp> const & attic ) { attic_.notifierIs( attic ); }
+   Vor::NotifieeBase const * hallReactor() const { return hall_.reactor(); }
+
+   void handleHall() {
+      story_.push_back( "hall" );
+      if ( auto const next = then ) next();
+      story_.push_back( "hall done" );   // a use of this object after the observer's deed
+   }
+   void handleNote( U32 key ) { story_.push_back( "note " + std::to_string( key ) ); }
+   void handleAttic() { attic()->brightnessIs( attic()->brightness() + 1 ); }
+
+   std::function<void()> then;
+   std::function<void()> atItsEnd;
+
+ private:
+   class VorHall final : public Vor::Reactor<Lamp::NotifieeConst, Keeper> {
+      using Reactor::Reactor;
+      void onNotifier() override { react( &Keeper::handleHall ); }
+      void onLit() override { react( &Keeper::handleHall ); }
+      void onNotes( U32 key ) override { react( &Keeper::handleNote, key ); }
+      using NotifieeConst::onNotes;
+   };
+   class VorAttic final : public Vor::Reactor<Lamp::Notifiee, Keeper> {
+      using Reactor::Reactor;
+      void onLit() override { react( &Keeper::handleAttic ); }
+   };
+
+   Story & story_;
+   Vor::ReactorAttribute<VorHall, Lamp const, Keeper> hall_{ *this };
+   Vor::ReactorAttribute<VorAttic, Lamp, Keeper> attic_{ *this };
+};
+
+class ReactorTest : public testing::Test {
+ protected:
+   void active() { keeper->hasNotificationActiveIs( true ); }
+
+   Story story;
+   Ptr<Lamp> hall = plainLamp( "hall" );
+   Ptr<Lamp> attic = plainLamp( "attic" );
+   Ptr<Keeper> keeper = Vor::allocate<Keeper>( story, hall, attic );
+};
+
+TEST_F( ReactorTest, attachingIsSilentAndNothingIsHeardBeforeTheMachineIsSwitchedOn ) {
+   EXPECT_EQ( keeper->hall(), hall );
+   hall->litIs( true );
+   attic->litIs( true );
+   EXPECT_THAT( story, IsEmpty() );
+   EXPECT_EQ( attic->brightness(), 0u );
+   active();
+   EXPECT_THAT( story, IsEmpty() );   // nothing is replayed
+   hall->litIs( false );
+   attic->litIs( false );
+   EXPECT_THAT( story, ElementsAre( "hall", "hall done" ) );
+   EXPECT_EQ( attic->brightness(), 1u );
+}
+
+TEST_F( ReactorTest, aKeyIsPassedOn ) {
+   active();
+   hall->notesIs( 3, "n" );
+   EXPECT_THAT( story, ElementsAre( "note 3" ) );
+}
+
+TEST_F( ReactorTest, switchingOffSilencesEveryReactor ) {
+   active();
+   keeper->hasNotificationActiveIs( false );
+   hall->litIs( true );
+   attic->litIs( true );
+   EXPECT_THAT( story, IsEmpty() );
+   EXPECT_EQ( attic->brightness(), 0u );
+}
+
+TEST_F( ReactorTest, theSameNotifierDoesNothing ) {
+   active();
+   auto const * const before = keeper->hallReactor();
+   keeper->hallIs( hall );
+   EXPECT_EQ( keeper->hallReactor(), before );
+   EXPECT_THAT( story, IsEmpty() );
+}
+
+TEST_F( ReactorTest, noNotifierDeletesTheReactor ) {
+   active();
+   keeper->hallIs( nullptr );
+   EXPECT_EQ( keeper->hallReactor(), nullptr );
+   EXPECT_EQ( keeper->hall(), nullptr );
+   EXPECT_EQ( hall->references(), 1 );
+   hall->litIs( true );
+   EXPECT_THAT( story, IsEmpty() );
+   keeper->hallIs( nullptr );
+   keeper->hallDel();
+}
+
+TEST_F( ReactorTest, anotherNotifierRePointsTheReactorAndTellsIt ) {
+   active();
+   auto const * const before = keeper->hallReactor();
+   Ptr<Lamp> const landing = plainLamp( "landing" );
+   keeper->hallIs( landing );
+   EXPECT_EQ( keeper->hallReactor(), before );
+   EXPECT_EQ( keeper->hall(), landing );
+   EXPECT_EQ( hall->references(), 1 );
+   EXPECT_THAT( story, ElementsAre( "hall", "hall done" ) );
+   hall->litIs( true );
+   EXPECT_EQ( story.size(), 2u );
+   landing->litIs( true );
+   EXPECT_EQ( story.size(), 4u );
+}
+
+TEST_F( ReactorTest, aNewReactorIsSilentAndTakesTheMachinesFlag ) {
+   active();
+   keeper->hallIs( nullptr );
+   keeper->hallIs( hall );
+   EXPECT_THAT( story, IsEmpty() );
+   hall->litIs( true );
+   EXPECT_THAT( story, ElementsAre( "hall", "hall done" ) );
+   keeper->hasNotificationActiveIs( false );
+   keeper->hallIs( nullptr );
+   keeper->hallIs( hall );
+   hall->litIs( false );
+   EXPECT_EQ( story.size(), 2u );
+}
+
+TEST_F( ReactorTest, reactorsAreNoReferencesToTheirMachine ) {
+   EXPECT_EQ( keeper->references(), 1 );
+   active();
+   keeper = nullptr;
+   EXPECT_THAT( story, ElementsAre( "keeper gone" ) );
+   EXPECT_EQ( hall->references(), 1 );
+   EXPECT_EQ( attic->references(), 1 );
+   hall->litIs( true );
+   EXPECT_EQ( story.size(), 1u );
+}
+
+TEST_F( ReactorTest, theMachineIsHeldWhileItReacts ) {
+   active();
+   keeper->then = [this] { keeper = nullptr; };
+   hall->litIs( true );
+   EXPECT_THAT( story, ElementsAre( "hall", "hall done", "keeper gone" ) );
+}
+
+TEST_F( ReactorTest, theReactorMayBeDroppedWhileItReacts ) {
+   active();
+   auto const other = Ptr<LampWatch>( new LampWatch( story, "other", hall ) );
+   keeper->then = [this] { keeper->hallDel(); };
+   hall->litIs( true );
+   EXPECT_THAT( story, ElementsAre( "hall", "hall done", "other: lit" ) );
+}
+
+TEST_F( ReactorTest, noReactorRunsOnceTheLastReferenceHasGone ) {
+   active();
+   keeper->atItsEnd = [this] {
+      hall->litIs( true );
+      attic->litIs( true );
+   };
+   keeper = nullptr;
+   EXPECT_THAT( story, ElementsAre( "keeper gone" ) );
+   EXPECT_EQ( attic->brightness(), 0u );
+}
+
+TEST_F( ReactorTest, zombiesAreNotCalledUntilTheMarkIsTakenAway ) {
+   active();
+   keeper->vorDoZombieReactors( true );
+   hall->litIs( true );
+   EXPECT_THAT( story, IsEmpty() );
+   keeper->vorDoZombieReactors( false );
+   hall->litIs( false );
+   EXPECT_EQ( story.size(), 2u );
+}
+
+TEST_F( ReactorTest, aZombieThatIsRePointedIsNotToldOfIt ) {
+   active();
+   keeper->vorDoZombieReactors( true );
+   keeper->hallIs( plainLamp( "landing" ) );
+   EXPECT_THAT( story, IsEmpty() );
+}
+
+/// Sets its lamp in the constructor, while its reactor is there already.
+class Starter final : public Vor::StateMachine {
+ public:
+   Starter( Story & story, Ptr<Lamp> const & lamp ) : story_( story ) {
+      lamp_.notifierIs( lamp );
+      lamp_.notifier()->litIs( true );
+   }
+   void handleLamp() { story_.push_back( "starter" ); }
+
+ private:
+   class VorLamp final : public Vor::Reactor<Lamp::NotifieeConst, Starter> {
+      using Reactor::Reactor;
+      void onLit() override { react( &Starter::handleLamp ); }
+   };
+   Story & story_;
+   Vor::ReactorAttribute<VorLamp, Lamp, Starter> lamp_{ *this };
+};
+
+TEST_F( ReactorTest, aChangeMadeByTheConstructorReachesTheOtherWatchersOnly ) {
+   Ptr<Lamp> const lamp = plainLamp();
+   Ptr<LampWatch> const other = new LampWatch( story, "other", lamp );
+   Ptr<Starter> const starter = Vor::allocate<Starter>( story, lamp );
+   starter->hasNotificationActiveIs( true );
+   EXPECT_THAT( story, ElementsAre( "other: lit" ) );
+   EXPECT_EQ( starter->references(), 1 );
+   lamp->litIs( false );
+   EXPECT_THAT( story, ElementsAre( "other: lit", "other: unlit", "starter" ) );
+}
+
+}   // namespace
+}   // namespace Test

@@ -1,0 +1,85 @@
+#include "framework/Type.h"
+
+#include "framework/Reflection.h"
+#include "tests/framework/Lamp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Test {
+namespace {
+
+using Vor::Attribute;
+using Vor::NamedValue;
+using Vor::NameNotFoundException;
+using Vor::Ptr;
+using Vor::String;
+
+std::string messageOf( auto && step ) {
+   try {
+      step();
+   } catch ( Vor::Exception const & error ) {
+      return error.what();
+   }
+   ADD_FAILURE() << "nothing was thrown";
+   return "";
+}
+
+TEST( Type, attributesStandInTheOrderOfTheList ) {
+   std::vector<std::string_view> names;
+   for ( Attribute const & attribute : Lamp::staticType().attributes() ) names.push_back( attribute.name );
+   EXPECT_THAT(
+      names, testing::ElementsAre( "name", "watts", "colour", "socket", "brightness", "lit", "notes", "blink" ) );
+}
+
+TEST( Type, attributesSayOfWhichKindTheyAre ) {
+   Vor::Type const & type = Lamp::staticType();
+   EXPECT_EQ( type.attribute( "watts" ).kind, Attribute::Kind::constructorParameter );
+   EXPECT_EQ( type.attribute( "lit" ).kind, Attribute::Kind::changeable );
+   EXPECT_EQ( type.attribute( "notes" ).kind, Attribute::Kind::collection );
+   EXPECT_EQ( type.attribute( "blink" ).kind, Attribute::Kind::operation );
+}
+
+TEST( Type, anUnknownAttributeIsAnErrorThatTellsWhatThereIs ) {
+   EXPECT_THROW( Lamp::staticType().attribute( "wats" ), NameNotFoundException );
+   EXPECT_EQ(
+      messageOf( [] { LampDir::staticType().attribute( "lamps" ); } ),
+      "Test::LampDir has no attribute 'lamps'; it has name, lamp" );
+}
+
+TEST( Type, anObjectIsMadeFromNamedArgumentsInAnyOrder ) {
+   Ptr<Vor::Entity> const socket = Vor::entityFactory( "socket" );
+   NamedValue const arguments[] = {
+      { "colour", String( "deepBlue" ) },
+      { "socket", Vor::toValue( socket ) },
+      { "name", String( "hall" ) },
+      { "watts", String( "60" ) } };
+   Ptr<Lamp> const lamp = Vor::ptrCast<Lamp>( Lamp::staticType().make( arguments ) );
+   ASSERT_TRUE( lamp );
+   EXPECT_EQ( lamp->name(), "hall" );
+   EXPECT_EQ( lamp->watts(), 60u );
+   EXPECT_EQ( lamp->colour(), deepBlue_ );
+   EXPECT_EQ( lamp->socket(), socket );
+   EXPECT_EQ( lamp->references(), 1 );
+}
+
+TEST( Type, aMissingOrUnknownConstructorArgumentIsNamed ) {
+   NamedValue const missing[] = { { "name", String( "hall" ) }, { "watts", U64{ 60 } }, { "colour", String( "red" ) } };
+   EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( missing ); } ), "'Test::Lamp' needs the argument 'socket'" );
+   // A changeable attribute is no constructor argument.
+   NamedValue const unknown[] = { { "name", String( "hall" ) }, { "lit", true } };
+   EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( unknown ); } ), "'Test::Lamp' takes no argument 'lit'" );
+}
+
+TEST( Type, anArgumentOfTheWrongKindIsARangeError ) {
+   NamedValue const wrong[] = {
+      { "name", String( "hall" ) }, { "watts", String( "bright" ) }, { "colour", String( "red" ) }, { "socket", {} } };
+   EXPECT_THROW( Lamp::staticType().make( wrong ), Vor::RangeException );
+}
+
+TEST( Type, aTypeWithoutAFactoryMakesNothing ) {
+   EXPECT_THROW( Vor::PtrInterface::staticType().make( {} ), Vor::OperationNotSupportedException );
+}
+
+}   // namespace
+}   // namespace Test
