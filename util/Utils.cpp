@@ -1,6 +1,6 @@
 #include "util/Utils.h"
 
-#include <time.h>
+#include <time.h>   // NOLINT(modernize-deprecated-headers): nanosleep is the system's, not the language's
 
 namespace Hardware {
 
