@@ -1,0 +1,102 @@
+// Gathers what happens while a simulated card is brought up - accesses, outputs, sleeps, states, traces, logs, the SPI
+// buses, a failing assertion - and tells the listeners, in the order in which it happens.
+//
+// While one lives, the clock's sleeps and the process's traces, logged messages and assertions come to it; those who
+// had them before get them back. One at a time may live. Traces come from the levels that are switched on: a log that
+// leaves nothing out wants all of them on.
+//
+//    Sim::CardEvents events( clock );
+//    Sim::EventLog log( file );
+//    events.listenerIs( log );
+//    events.cardIs( card );
+//    events.statusIs( max24305Status );
+#pragma once
+
+#include "framework/Assert.h"
+#include "framework/Entity.h"
+#include "framework/Log.h"
+#include "framework/Trace.h"
+#include "sim/CardListener.h"
+#include "sim/SimulatedCard.h"
+#include "sim/VirtualClock.h"
+
+#include <vector>
+
+namespace Sim {
+
+class CardEvents final : private SleepObserver, private SpiObserver {
+ public:
+   explicit CardEvents( Vor::Ptr<VirtualClock> clock );
+   ~CardEvents();
+   CardEvents( CardEvents const & ) = delete;
+   CardEvents & operator=( CardEvents const & ) = delete;
+
+   /// Listeners are told in the order in which they joined, and outlive the events.
+   void listenerIs( CardListener & listener ) { listeners_.push_back( &listener ); }
+
+   /// The card's buses are told of; the card outlives the events.
+   void cardIs( SimulatedCard & card );
+
+   /// The changes of the status's `state` are told of.
+   template<class Status> void statusIs( Vor::Ptr<Status const> const & status ) {
+      watches_.push_back( new StateWatch<Status>( status, *this ) );
+   }
+
+   void tellRead32( U32 address, U32 value ) {
+      for ( CardListener * listener : listeners_ ) listener->onRead32( clock_->nowNs(), address, value );
+   }
+   void tellWrite32( U32 address, U32 value ) {
+      for ( CardListener * listener : listeners_ ) listener->onWrite32( clock_->nowNs(), address, value );
+   }
+   void tellGpo( std::string_view name, bool active );
+   void tellScenario( std::string_view what );
+
+ private:
+   template<class Status> class StateWatch final : public Vor::EntityObserver {
+    public:
+      StateWatch( Vor::Ptr<Status const> const & status, CardEvents & events ) : events_( events ) {
+         vorAttach( status );
+      }
+      void onAttribute( Vor::Entity const & entity, Vor::Attribute const & attribute, Vor::Value const & ) override {
+         if ( attribute.name != "state" ) return;
+         auto const state = static_cast<Status const &>( entity ).state();
+         events_.tellState( entity, attribute.name, state, enumType( state ).text( state ) );
+      }
+
+    private:
+      CardEvents & events_;
+   };
+
+   class TraceTap final : public Vor::TraceSink {
+    public:
+      explicit TraceTap( CardEvents & events ) : events_( events ) {}
+      void trace( Vor::TraceRecord const & record ) override;
+
+    private:
+      CardEvents & events_;
+   };
+
+   class LogTap final : public Vor::LogSink {
+    public:
+      explicit LogTap( CardEvents & events ) : events_( events ) {}
+      void log( Vor::LogRecord const & record ) override;
+
+    private:
+      CardEvents & events_;
+   };
+
+   void onSleep( U64 forNs ) override;
+   void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) override;
+   void tellState( Vor::Entity const & entity, std::string_view attr, U32 value, char const * text );
+   static void tellAbort( Vor::AssertionFailure const & failure );
+
+   Vor::Ptr<VirtualClock> clock_;
+   std::vector<CardListener *> listeners_;
+   std::vector<SimulatedCard *> cards_;
+   std::vector<Vor::Ptr<Vor::EntityObserver>> watches_;
+   Vor::Ptr<Vor::TraceSink> outerTraceSink_;
+   Vor::Ptr<Vor::LogSink> outerLogSink_;
+   Vor::AssertionHook outerAssertionHook_;
+};
+
+}   // namespace Sim

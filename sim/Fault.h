@@ -1,0 +1,118 @@
+// Faults of the simulated hardware: their kinds, and which of them trouble one chip at present.
+//
+// A fault begins when it is handed to the card, and lasts for a span (`forNs`), for a number of strikes (`count`), or
+// to the end. What a strike is depends on the kind:
+//
+//    kind           what it does                                              one strike is
+//    spiDead        captured responses are lost                               a response lost
+//    spiStuckWrite  the command FIFO does not drain; what stands in it is     a transaction of several words handed to
+//                   sent once it moves again                                  the FIFO (a lone closing word is none)
+//    spiInvalid     responses stand in the FIFO without their valid bit       such a response
+//    spiExtra       each response stands in the FIFO twice                    such a response
+//    bitFlip        a read of register `address` gives its bits of `mask`     a read of that register
+//                   inverted
+//    neverLock      the APLLs do not lock; one that is locked stays so        a lock that did not come about
+//    loseLock       the APLLs lose their lock                                 a lock lost
+//    slowLock       locking takes `extraNs` longer                            a lock delayed
+//    resetStuck     the release of the reset line does not reach the chip     a release lost
+//    noPower        the Tolvane has no supply: neither bit reads back         a write that would have enabled it
+//    hardwareGone   reads of the whole card give 0xFFFFFFFF, writes are lost  a read or write
+//
+// After a span of neverLock or loseLock the APLLs start locking anew, and so they do at once after a counted loseLock;
+// after a counted neverLock they wait for the next register write or reset. After a span of resetStuck the chip
+// follows its reset line again, after a counted one from the next pulse on. After noPower the Tolvane is not enabled.
+//
+//    Fault flip{ .kind = FaultKind::bitFlip_, .address = 16, .mask = 1, .count = 3 };
+#pragma once
+
+#include "framework/Types.h"
+#include "sim/VirtualClock.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace Sim {
+
+enum class FaultKind {
+   spiDead_,
+   spiStuckWrite_,
+   spiInvalid_,
+   spiExtra_,
+   bitFlip_,
+   neverLock_,
+   loseLock_,
+   slowLock_,
+   resetStuck_,
+   noPower_,
+   hardwareGone_,
+};
+
+/// What a fault can trouble.
+enum class FaultTarget { max24305_, tolvane_, card_ };
+
+/// A kind's text in scenarios, such as "bitFlip".
+std::string_view faultKindText( FaultKind kind );
+/// The kind of that text, if there is one.
+std::optional<FaultKind> faultKindOf( std::string_view text );
+/// All kinds, in the order of the table above.
+std::span<FaultKind const> faultKinds();
+/// Whether a target of that sort can have a fault of this kind.
+bool faultFits( FaultKind kind, FaultTarget target );
+
+struct Fault {
+   FaultKind kind = FaultKind::spiDead_;
+   U16 address = 0;   ///< bitFlip: the chip's register
+   U8 mask = 0;       ///< bitFlip: the bits that read inverted
+   U64 extraNs = 0;   ///< slowLock: by how much locking takes longer
+   std::optional<U64> forNs = std::nullopt;
+   std::optional<U64> count = std::nullopt;
+};
+
+/// Told by a FaultBoard when a fault begins, and when one ends by the end of its span.
+class FaultListener {
+ public:
+   virtual void onFaultBegin( FaultKind kind ) = 0;
+   virtual void onFaultEnd( FaultKind kind ) = 0;
+
+ protected:
+   ~FaultListener() = default;
+};
+
+/// The faults that trouble one chip, or the card. The models ask it at the moment a fault would show.
+class FaultBoard {
+ public:
+   explicit FaultBoard( VirtualClock & clock );
+   ~FaultBoard();
+   FaultBoard( FaultBoard const & ) = delete;
+   FaultBoard & operator=( FaultBoard const & ) = delete;
+
+   /// At most a handful listen; they live as long as the board is used.
+   void listenerIs( FaultListener & listener ) { listeners_.push_back( &listener ); }
+
+   /// The fault begins now.
+   void faultIs( Fault const & fault );
+
+   /// Whether a fault of this kind is active; uses nothing up.
+   bool active( FaultKind kind ) const;
+
+   /// A fault of this kind shows now, if one is active: uses up one of its count. Null when none is. The result is
+   /// good until the next call of a member.
+   Fault const * strike( FaultKind kind );
+
+   /// As strike( bitFlip_ ), over all active flips of that register: the bits to invert.
+   U8 flippedBits( U16 address );
+
+ private:
+   struct Active;
+
+   void handleSpanEnd( Active & active );
+
+   VirtualClock & clock_;
+   std::vector<FaultListener *> listeners_;
+   std::vector<std::unique_ptr<Active>> faults_;
+};
+
+}   // namespace Sim

@@ -1,0 +1,94 @@
+// The MAX24305 as its bus and its reset line see it: a register file behind the SPI framing, and two APLLs.
+//
+// A transaction lasts while chip select is asserted: instruction (3 read, 2 write), register address high byte, low
+// byte, then data. Further data bytes go to the following registers. Another instruction has no effect. The chip
+// drives 0 except while it answers a read; held in reset it does not drive the bus, which then reads 0xFF, and takes
+// nothing in. A transaction during which reset was asserted is lost to its end.
+//
+// Reset puts all registers to their power-up value, 0 but for the identification, which cannot be written:
+//
+//    0x0030, 0x0031   part number, high and low byte: 0x5E, 0xF1 (24305)
+//    0x0032           revision: 0x01
+//
+// Register 7, which cannot be written either, tells the APLLs' state: `apllStatus` when they have locked, else 0. They
+// lock `lockAfterNs` after the last register write, or after power-up or the end of the reset when none followed;
+// every write makes them start over. The output has its frequency while both APLLs are locked.
+#pragma once
+
+#include "framework/Types.h"
+#include "sim/Fault.h"
+#include "sim/ResetLine.h"
+#include "sim/SpiMaster.h"
+#include "sim/VirtualClock.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Sim {
+
+/// Told of every data byte on a chip's bus.
+class SpiObserver {
+ public:
+   using Bytes = std::array<U8, 4>;
+
+   /// `bytes`: instruction, address high, address low, data; `response`: what the bus carried back with the data.
+   virtual void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) = 0;
+
+ protected:
+   ~SpiObserver() = default;
+};
+
+class Max24305Chip final : public SpiDevice, public Resettable, private FaultListener {
+ public:
+   struct Parameters {
+      std::string name{};
+      U64 lockAfterNs = 2'500'000'000;
+      U8 apllStatus = 0x11;   ///< register 7 once locked
+      U32 outputFrequencyInHz = 0;
+   };
+
+   /// The faults outlive the chip.
+   Max24305Chip( VirtualClock & clock, FaultBoard & faults, Parameters parameters );
+
+   U8 byteExchanged( U8 out ) override;
+   void handleChipSelectReleased() override;
+   void resetIs( bool asserted ) override;
+
+   /// 0 unless both APLLs are locked.
+   U32 outputFrequencyInHz() const;
+
+   /// One observer, null for none; it outlives the chip's use.
+   void spiObserverIs( SpiObserver * observer ) { observer_ = observer; }
+
+ private:
+   U8 dataExchanged( U8 instruction, U16 address, U8 out );
+   U8 registerRead( U16 address );
+   void registerWritten( U16 address, U8 value );
+   void powerUpRegisters();
+
+   void startLocking();
+   void handleLockDue();
+   void loseLock();
+
+   void onFaultBegin( FaultKind kind ) override;
+   void onFaultEnd( FaultKind kind ) override;
+
+   FaultBoard & faults_;
+   Parameters const parameters_;
+   SpiObserver * observer_ = nullptr;
+
+   std::vector<U8> registers_;
+   bool inReset_ = false;
+
+   SpiObserver::Bytes header_{};   // instruction and address of the transaction under way
+   U32 bytesOfTransaction_ = 0;
+   bool transactionLost_ = false;   // reset was asserted during it, or still is
+
+   bool locked_ = false;
+   bool delayed_ = false;   // this lock was made slow already
+   HappeningOf<Max24305Chip> lockDue_;
+};
+
+}   // namespace Sim

@@ -1,0 +1,166 @@
+#include "sim/ScenarioRunner.h"
+
+#include "framework/ActivityManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace Sim {
+
+namespace {
+
+constexpr U64 never = std::numeric_limits<U64>::max();
+
+// Far more turns than any agent has work for at one time; beyond, the loop would never come to idle.
+constexpr U32 turnsAtOneTimeMax = 100'000;
+
+}   // namespace
+
+// Whether the targets have what an action is about.
+class ScenarioRunner::Check {
+ public:
+   explicit Check( ScenarioTargets const & targets ) : targets_( targets ) {}
+
+   bool operator()( TimeSyncIs const & ) const { return bool( targets_.timeSync ); }
+   bool operator()( RedundancyModeIs const & ) const { return bool( targets_.redundancy ); }
+   bool operator()( SwitchoverStageIs const & ) const { return bool( targets_.redundancy ); }
+   bool operator()( HardwarePresentIs const & ) const { return !targets_.hamImpls.empty(); }
+   bool operator()( OpsToDoValidIs const & action ) const {
+      auto const chip = targets_.chips.find( action.chip );
+      return chip != targets_.chips.end() && chip->second.config;
+   }
+   bool operator()( GpoHamIs const & action ) const {
+      auto const chip = targets_.chips.find( action.chip );
+      return chip != targets_.chips.end() && chip->second.resetGpo;
+   }
+   bool operator()( FaultIs const & action ) const {
+      return std::any_of( targets_.cards.begin(), targets_.cards.end(), [&]( SimulatedCard const * card ) {
+         return action.chip.empty() || card->hasChip( action.chip );
+      } );
+   }
+
+ private:
+   ScenarioTargets const & targets_;
+};
+
+class ScenarioRunner::Apply {
+ public:
+   explicit Apply( ScenarioTargets const & targets ) : targets_( targets ) {}
+
+   void operator()( TimeSyncIs const & action ) const {
+      targets_.timeSync->stateIs( static_cast<PtpTimeSync::OperationalState>( action.state ) );
+   }
+   void operator()( RedundancyModeIs const & action ) const {
+      targets_.redundancy->modeIs( static_cast<Redundancy::RedundancyMode>( action.mode ) );
+   }
+   void operator()( SwitchoverStageIs const & action ) const {
+      targets_.redundancy->switchoverStageIs( action.stage, action.reached );
+   }
+   void operator()( HardwarePresentIs const & action ) const {
+      for ( Vor::Ptr<Fru::HamImpl> const & hamImpl : targets_.hamImpls ) hamImpl->hardwarePresentIs( action.present );
+   }
+   void operator()( OpsToDoValidIs const & action ) const {
+      targets_.chips.at( action.chip ).config->opsToDoValidIs( action.valid );
+   }
+   void operator()( GpoHamIs const & action ) const {
+      ScenarioTargets::Chip const & chip = targets_.chips.at( action.chip );
+      chip.resetGpo->hamIs( action.present ? chip.gpoHam : nullptr );
+   }
+   void operator()( FaultIs const & action ) const {
+      for ( SimulatedCard * card : targets_.cards ) {
+         if ( action.chip.empty() || card->hasChip( action.chip ) ) card->faultIs( action.chip, action.fault );
+      }
+   }
+
+ private:
+   ScenarioTargets const & targets_;
+};
+
+class ScenarioRunner::FaultAction final : public Happening {
+ public:
+   FaultAction( ScenarioRunner & runner, U64 atNs, Action action )
+      : Happening( *runner.clock_ ), runner_( runner ), action_( std::move( action ) ) {
+      atNsIs( atNs );
+   }
+
+ private:
+   void happen() override { runner_.apply( action_ ); }
+
+   ScenarioRunner & runner_;
+   Action const action_;
+};
+
+ScenarioRunner::ScenarioRunner(
+   Vor::Ptr<VirtualClock> clock, CardEvents & events, ScenarioTargets targets, Scenario const & scenario )
+   : clock_( std::move( clock ) ),
+     events_( events ),
+     targets_( std::move( targets ) ),
+     untilNs_( scenario.untilNs.value_or( never ) ) {
+   for ( Event const & event : scenario.events ) {
+      for ( Action const & action : event.actions ) {
+         check( action );
+         if ( std::holds_alternative<FaultIs>( action ) )
+            faults_.push_back( std::make_unique<FaultAction>( *this, event.atNs, action ) );
+         else
+            entityActions_.push_back( { event.atNs, action } );
+      }
+   }
+   std::stable_sort(
+      entityActions_.begin(), entityActions_.end(),
+      []( EntityAction const & a, EntityAction const & b ) { return a.atNs < b.atNs; } );
+   clock_->nowNsIs( clock_->nowNs() );
+}
+
+ScenarioRunner::~ScenarioRunner() = default;
+
+void ScenarioRunner::run() {
+   U32 turnsAtOneTime = 0;
+   for ( ;; ) {
+      U64 const turnNs = clock_->nowNs();
+      applyDue();
+      if ( over() ) return;
+      Vor::activityManager().turn();
+      double const timer = Vor::activityManager().nextTime();
+      U64 const next = std::min( nextEventNs(), VirtualClock::nsOf( timer ) );
+      if ( next == never && untilNs_ == never ) return;
+      if ( next > untilNs_ ) {
+         clock_->nowNsIs( untilNs_ );
+         return;
+      }
+      clock_->nowNsIs( next );
+      if ( VirtualClock::nsOf( timer ) <= next ) clock_->nowIs( timer );
+      turnsAtOneTime = clock_->nowNs() == turnNs ? turnsAtOneTime + 1 : 0;
+      if ( turnsAtOneTime > turnsAtOneTimeMax )
+         throw std::runtime_error(
+            "time stands still at " + std::to_string( turnNs ) + " ns: something is due again at every turn" );
+   }
+}
+
+void ScenarioRunner::check( Action const & action ) const {
+   if ( !std::visit( Check( targets_ ), action ) )
+      throw std::invalid_argument( "the scenario's " + actionText( action ) + " finds nothing to act upon" );
+}
+
+void ScenarioRunner::apply( Action const & action ) {
+   events_.tellScenario( actionText( action ) );
+   std::visit( Apply( targets_ ), action );
+}
+
+void ScenarioRunner::applyDue() {
+   while ( !over() && nextEntityAction_ < entityActions_.size() ) {
+      EntityAction const & next = entityActions_[nextEntityAction_];
+      if ( next.atNs > clock_->nowNs() ) return;
+      ++nextEntityAction_;
+      apply( next.action );
+   }
+}
+
+U64 ScenarioRunner::nextEventNs() const {
+   U64 next = never;
+   if ( nextEntityAction_ < entityActions_.size() ) next = std::min( next, entityActions_[nextEntityAction_].atNs );
+   for ( auto const & fault : faults_ ) next = std::min( next, fault->atNs().value_or( never ) );
+   return next;
+}
+
+}   // namespace Sim

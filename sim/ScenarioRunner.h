@@ -1,0 +1,85 @@
+// Runs a scenario: the agent's loop in virtual time, with the scenario's events as they come due.
+//
+// Faults happen at their exact virtual time, also inside a sleep. Changes of entities are made by the loop when it has
+// control at or after their time, in order, before the timers due then have their turn. Time passes only in sleeps and
+// while the loop idles, up to the next timer, the next event or the scenario's end; a sleep begun before the end may
+// go past it, and then nothing follows.
+//
+//    Sim::VirtualTime const virtualTime( clock );
+//    Sim::ScenarioRunner runner( clock, events, targets, scenario );   // puts the faults on the agenda
+//    ... the machines are created, which may run a whole bring-up ...
+//    runner.run();
+#pragma once
+
+#include "hardware/Max24305Config.h"
+#include "platform/Ham.h"
+#include "platform/PtpTimeSyncStatus.h"
+#include "platform/RedundancyStatus.h"
+#include "platform/SetClearGpo.h"
+#include "sim/CardEvents.h"
+#include "sim/Scenario.h"
+#include "sim/SimulatedCard.h"
+#include "sim/VirtualClock.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Sim {
+
+/// What a scenario acts upon. A pointer that no event of the scenario needs may be empty.
+struct ScenarioTargets {
+   struct Chip {
+      Vor::Ptr<Hardware::SetClearGpo> resetGpo{};
+      Vor::Ptr<Fru::Ham const> gpoHam{};   ///< the handle that the reset output has while its `gpoHam` is true
+      Vor::Ptr<Hardware::Max24305::Config> config{};   ///< of a MAX24305
+   };
+
+   std::vector<SimulatedCard *> cards{};             ///< a fault of the card is one of all of them
+   std::vector<Vor::Ptr<Fru::HamImpl>> hamImpls{};   ///< whose `hardwarePresent` the scenario changes, in order
+   Vor::Ptr<PtpTimeSync::Status> timeSync{};
+   Vor::Ptr<Redundancy::RedundancyStatus> redundancy{};
+   std::map<std::string, Chip> chips{};
+};
+
+class ScenarioRunner {
+ public:
+   /// Everything handed in outlives the runner. Faults due now happen at once. Throws std::invalid_argument for an
+   /// event of a chip, or of an entity, that the targets lack.
+   ScenarioRunner(
+      Vor::Ptr<VirtualClock> clock, CardEvents & events, ScenarioTargets targets, Scenario const & scenario );
+   ~ScenarioRunner();
+   ScenarioRunner( ScenarioRunner const & ) = delete;
+   ScenarioRunner & operator=( ScenarioRunner const & ) = delete;
+
+   /// Runs to the scenario's end; without one, until nothing is left to happen. Throws std::runtime_error where
+   /// something is due again at every turn, so that time cannot pass.
+   void run();
+
+ private:
+   class FaultAction;
+   class Check;
+   class Apply;
+   struct EntityAction {
+      U64 atNs;
+      Action action;
+   };
+
+   // Throws std::invalid_argument where the targets lack what the action is about.
+   void check( Action const & action ) const;
+   void apply( Action const & action );
+   void applyDue();
+   bool over() const { return clock_->nowNs() > untilNs_; }
+   U64 nextEventNs() const;
+
+   Vor::Ptr<VirtualClock> clock_;
+   CardEvents & events_;
+   ScenarioTargets targets_;
+   U64 untilNs_;
+   std::vector<std::unique_ptr<FaultAction>> faults_;
+   std::vector<EntityAction> entityActions_;   // by time
+   std::size_t nextEntityAction_ = 0;
+};
+
+}   // namespace Sim

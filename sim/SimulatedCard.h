@@ -1,0 +1,103 @@
+// The simulated card: one space of 32-bit registers, as a hardware-access handle sees it, with the chips behind it.
+//
+// It holds the registers of the reset outputs, which are 0 at power-up (an active-low output holds its chip in reset
+// until it is driven), and per chip what the chip has: a MAX24305 the SPI master's block and the frequency register, a
+// Tolvane its enable register. Elsewhere reads give 0 and writes are lost. An access takes no virtual time.
+//
+//    Sim::SimulatedCard card( clock, { .outputs = { { .name = "ptp0Reset", .offset = 8192, .bit = 1 } },
+//                                      .max24305s = { { .name = "ptp0", .configOffset = 256, .statusOffset = 512,
+//                                                       .resetGpoName = "ptp0Reset" } } } );
+//    card.write32( 256, 0x80000003 );
+#pragma once
+
+#include "framework/Types.h"
+#include "sim/Fault.h"
+#include "sim/Max24305Chip.h"
+#include "sim/OutputRegister.h"
+#include "sim/RegisterBlock.h"
+#include "sim/VirtualClock.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Sim {
+
+class SimulatedCard {
+ public:
+   struct Output {
+      std::string name{};
+      U32 offset = 0;
+      U32 bit = 0;
+      bool activeLow = false;
+   };
+   struct Max24305 {
+      std::string name{};
+      U32 configOffset = 0;
+      U32 statusOffset = 0;
+      bool spiResetSupported = true;
+      std::string resetGpoName{};   ///< of one of the outputs; empty: none
+      U32 outputFrequencyInHz = 0;
+      U64 lockAfterNs = 2'500'000'000;
+      U8 apllStatus = 0x11;
+   };
+   struct Tolvane {
+      std::string name{};
+      U32 offset = 0;
+      std::string resetGpoName{};   ///< of one of the outputs; empty: none
+   };
+   struct Parameters {
+      U64 spiClockInHz = 10'000'000;
+      std::vector<Output> outputs{};
+      std::vector<Max24305> max24305s{};
+      std::vector<Tolvane> tolvanes{};
+   };
+
+   /// Throws std::invalid_argument, naming both sides, where two things want one register, one bit or one name, where
+   /// a chip's output is none of the outputs, and for a bit above 31.
+   SimulatedCard( Vor::Ptr<VirtualClock> clock, Parameters const & parameters );
+   ~SimulatedCard();
+   SimulatedCard( SimulatedCard const & ) = delete;
+   SimulatedCard & operator=( SimulatedCard const & ) = delete;
+
+   U32 read32( U32 address );
+   void write32( U32 address, U32 value );
+
+   /// A fault of the named chip, or of the whole card with an empty name, begins now. Throws std::invalid_argument
+   /// where there is no such chip, or its sort cannot have this fault.
+   void faultIs( std::string_view chip, Fault const & fault );
+
+   /// Whether there is a chip of that name.
+   bool hasChip( std::string_view name ) const { return chipOf( name ) != nullptr; }
+
+   /// One observer of all chips' buses, null for none; it outlives the card's use.
+   void spiObserverIs( SpiObserver * observer );
+
+ private:
+   struct Chip;
+   struct Max24305Part;
+   struct TolvanePart;
+   struct Register {
+      RegisterBlock * block;
+      U32 address;   // within the block
+      std::string owner;
+   };
+
+   void outputIs( Output const & output );
+   void max24305Is( Max24305 const & parameters, U64 spiClockInHz );
+   void tolvaneIs( Tolvane const & parameters );
+   void chipIs( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
+   void blockIs( std::string const & owner, U32 offset, RegisterBlock & block );
+   Chip * chipOf( std::string_view name ) const;
+
+   Vor::Ptr<VirtualClock> clock_;
+   FaultBoard faults_;
+   std::map<U32, OutputRegister> outputRegisters_;   // by offset
+   std::vector<std::unique_ptr<Chip>> chips_;
+   std::unordered_map<U32, Register> registers_;
+};
+
+}   // namespace Sim

@@ -1,0 +1,40 @@
+#include "sim/TolvaneChip.h"
+
+#include "hal/KivHal.h"
+
+#include <array>
+
+namespace Sim {
+
+using Hardware::TolvaneEnable;
+
+TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) { faults_.listenerIs( *this ); }
+
+std::span<U32 const> TolvaneChip::addresses() const {
+   static constexpr std::array<U32, 1> all = { TolvaneEnable::address() };
+   return all;
+}
+
+U32 TolvaneChip::read( U32 ) {
+   TolvaneEnable shown;
+   shown.enableIs( enabled_ );
+   shown.powerGoodIs( enabled_ );
+   return shown.value();
+}
+
+void TolvaneChip::write( U32, U32 value ) {
+   if ( inReset_ ) return;
+   bool const enable = TolvaneEnable( value ).enable();
+   enabled_ = enable && !faults_.strike( FaultKind::noPower_ );
+}
+
+void TolvaneChip::resetIs( bool asserted ) {
+   inReset_ = asserted;
+   if ( asserted ) enabled_ = false;
+}
+
+void TolvaneChip::onFaultBegin( FaultKind kind ) {
+   if ( kind == FaultKind::noPower_ ) enabled_ = false;
+}
+
+}   // namespace Sim

@@ -1,0 +1,103 @@
+#include "sim/Fault.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace Sim {
+namespace {
+
+TEST( FaultKindTest, TextsAndKindsBelongTogether ) {
+   std::vector<std::string> const expected = { "spiDead",    "spiStuckWrite", "spiInvalid",  "spiExtra",
+                                               "bitFlip",    "neverLock",     "loseLock",    "slowLock",
+                                               "resetStuck", "noPower",       "hardwareGone" };
+   std::vector<std::string> texts;
+   for ( FaultKind const kind : faultKinds() ) {
+      texts.emplace_back( faultKindText( kind ) );
+      EXPECT_EQ( faultKindOf( texts.back() ), kind );
+   }
+   EXPECT_EQ( texts, expected );
+   for ( char const * wrong : { "", "spidead", "bitFlip ", "bit" } ) EXPECT_EQ( faultKindOf( wrong ), std::nullopt );
+}
+
+TEST( FaultKindTest, EachKindFitsWhatItCanTrouble ) {
+   for ( FaultKind const kind : faultKinds() ) {
+      bool const ofTolvane = kind == FaultKind::noPower_ || kind == FaultKind::resetStuck_;
+      bool const ofCard = kind == FaultKind::hardwareGone_;
+      bool const ofMax24305 = kind != FaultKind::noPower_ && !ofCard;
+      EXPECT_EQ( faultFits( kind, FaultTarget::tolvane_ ), ofTolvane ) << faultKindText( kind );
+      EXPECT_EQ( faultFits( kind, FaultTarget::card_ ), ofCard ) << faultKindText( kind );
+      EXPECT_EQ( faultFits( kind, FaultTarget::max24305_ ), ofMax24305 ) << faultKindText( kind );
+   }
+}
+
+struct Notes final : FaultListener {
+   void onFaultBegin( FaultKind kind ) override { text += "+" + std::string( faultKindText( kind ) ); }
+   void onFaultEnd( FaultKind kind ) override { text += "-" + std::string( faultKindText( kind ) ); }
+   std::string text;
+};
+
+class FaultBoardTest : public testing::Test {
+ protected:
+   FaultBoardTest() { faults.listenerIs( notes ); }
+
+   Vor::Ptr<VirtualClock> const clock = new VirtualClock;
+   FaultBoard faults{ *clock };
+   Notes notes;
+};
+
+TEST_F( FaultBoardTest, WithoutAFaultNothingStrikes ) {
+   for ( FaultKind const kind : faultKinds() ) {
+      EXPECT_FALSE( faults.active( kind ) );
+      EXPECT_EQ( faults.strike( kind ), nullptr );
+   }
+   EXPECT_EQ( faults.flippedBits( 0 ), 0 );
+}
+
+TEST_F( FaultBoardTest, ACountIsUsedUpByItsStrikesOnly ) {
+   faults.faultIs( { .kind = FaultKind::spiDead_, .count = 2 } );
+   EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
+   EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
+   EXPECT_EQ( faults.strike( FaultKind::spiExtra_ ), nullptr );
+   EXPECT_NE( faults.strike( FaultKind::spiDead_ ), nullptr );
+   EXPECT_NE( faults.strike( FaultKind::spiDead_ ), nullptr );
+   EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
+   EXPECT_EQ( faults.strike( FaultKind::spiDead_ ), nullptr );
+   EXPECT_EQ( notes.text, "+spiDead" );
+}
+
+TEST_F( FaultBoardTest, ACountOfZeroIsNoFault ) {
+   faults.faultIs( { .kind = FaultKind::spiDead_, .count = 0 } );
+   EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
+}
+
+TEST_F( FaultBoardTest, ASpanEndsAtItsNanosecondAndTellsSo ) {
+   faults.faultIs( { .kind = FaultKind::loseLock_, .forNs = 100 } );
+   clock->nowNsIs( 99 );
+   EXPECT_TRUE( faults.active( FaultKind::loseLock_ ) );
+   EXPECT_EQ( notes.text, "+loseLock" );
+   clock->nowNsIs( 100 );
+   EXPECT_FALSE( faults.active( FaultKind::loseLock_ ) );
+   EXPECT_EQ( notes.text, "+loseLock-loseLock" );
+}
+
+TEST_F( FaultBoardTest, TheFirstFaultOfAKindIsUsedUpFirst ) {
+   faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 5, .count = 1 } );
+   faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 7 } );
+   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 5u );
+   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 7u );
+   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 7u );
+}
+
+TEST_F( FaultBoardTest, AFaultWithSpanAndCountEndsByWhicheverComesFirst ) {
+   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 1 } );
+   faults.strike( FaultKind::spiDead_ );
+   EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
+   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 5 } );
+   clock->nowNsIs( 100 );
+   EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
+}
+
+}   // namespace
+}   // namespace Sim

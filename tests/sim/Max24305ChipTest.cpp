@@ -1,0 +1,304 @@
+#include "sim/Max24305Chip.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace Sim {
+namespace {
+
+struct BusNotes final : SpiObserver {
+   void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) override {
+      std::string line( chip );
+      for ( U8 const byte : bytes ) line += ' ' + std::to_string( byte );
+      notes.push_back( line + " -> " + std::to_string( response ) );
+   }
+   std::vector<std::string> notes;
+};
+
+class Max24305ChipTest : public testing::Test {
+ protected:
+   static constexpr U64 lockAfterNs = 1'000;
+
+   void advance( U64 ns ) { clock->nowNsIs( clock->nowNs() + ns ); }
+   U8 transaction( U8 instruction, U16 address, U8 data ) {
+      chip.byteExchanged( instruction );
+      chip.byteExchanged( static_cast<U8>( address >> 8 ) );
+      chip.byteExchanged( static_cast<U8>( address ) );
+      U8 const response = chip.byteExchanged( data );
+      chip.handleChipSelectReleased();
+      return response;
+   }
+   U8 read( U16 address ) { return transaction( 3, address, 0 ); }
+   void write( U16 address, U8 value ) { transaction( 2, address, value ); }
+   void resetPulse() {
+      chip.resetIs( true );
+      chip.resetIs( false );
+   }
+   bool locked() { return read( 7 ) == 0x11; }
+   void fault( Fault const & fault ) { faults.faultIs( fault ); }
+
+   Vor::Ptr<VirtualClock> const clock = new VirtualClock;
+   FaultBoard faults{ *clock };
+   Max24305Chip chip{
+      *clock, faults, { .name = "ptp0", .lockAfterNs = lockAfterNs, .outputFrequencyInHz = 10'000'000 } };
+};
+
+TEST_F( Max24305ChipTest, RegistersKeepWhatIsWritten ) {
+   write( 0x0123, 0xAB );
+   write( 0xFFFF, 0x5A );
+   EXPECT_EQ( read( 0x0123 ), 0xAB );
+   EXPECT_EQ( read( 0xFFFF ), 0x5A );
+   EXPECT_EQ( read( 0x2301 ), 0 );
+}
+
+TEST_F( Max24305ChipTest, TheIdentificationStandsThereFromPowerUpOnAndCannotBeWritten ) {
+   for ( int i = 0; i < 2; ++i ) {
+      EXPECT_EQ( read( 0x30 ), 0x5E );
+      EXPECT_EQ( read( 0x31 ), 0xF1 );
+      EXPECT_EQ( read( 0x32 ), 0x01 );
+      write( 0x30, 0 );
+      write( 0x31, 0 );
+      write( 0x32, 0 );
+   }
+}
+
+TEST_F( Max24305ChipTest, AnUnfinishedTransactionWritesNothing ) {
+   chip.byteExchanged( 2 );
+   chip.byteExchanged( 0 );
+   chip.byteExchanged( 0x40 );
+   chip.handleChipSelectReleased();
+   write( 0x50, 0x77 );
+   EXPECT_EQ( read( 0x40 ), 0 );
+   EXPECT_EQ( read( 0x50 ), 0x77 );
+}
+
+TEST_F( Max24305ChipTest, ALoneClosingByteDoesNothing ) {
+   chip.byteExchanged( 0 );
+   chip.handleChipSelectReleased();
+   write( 0x40, 1 );
+   EXPECT_EQ( read( 0x40 ), 1 );
+}
+
+TEST_F( Max24305ChipTest, FurtherDataBytesGoToTheFollowingRegisters ) {
+   for ( U8 const byte : { 2, 0xFF, 0xFE, 11, 12, 13 } ) chip.byteExchanged( byte );
+   chip.handleChipSelectReleased();
+   EXPECT_EQ( read( 0xFFFE ), 11 );
+   EXPECT_EQ( read( 0xFFFF ), 12 );
+   EXPECT_EQ( read( 0x0000 ), 13 );
+   for ( U8 const byte : { 3, 0xFF, 0xFE } ) chip.byteExchanged( byte );
+   EXPECT_EQ( chip.byteExchanged( 0 ), 11 );
+   EXPECT_EQ( chip.byteExchanged( 0 ), 12 );
+   EXPECT_EQ( chip.byteExchanged( 0 ), 13 );
+}
+
+TEST_F( Max24305ChipTest, OtherInstructionsHaveNoEffect ) {
+   for ( U8 const instruction : { 0, 1, 4, 0x82, 0xFF } ) EXPECT_EQ( transaction( instruction, 0x40, 9 ), 0 );
+   EXPECT_EQ( read( 0x40 ), 0 );
+}
+
+TEST_F( Max24305ChipTest, TheBusIsReportedByteForByte ) {
+   BusNotes bus;
+   chip.spiObserverIs( &bus );
+   write( 0x1234, 0x5A );
+   read( 0x1234 );
+   chip.resetIs( true );
+   read( 0x1234 );
+   chip.byteExchanged( 0 );
+   chip.handleChipSelectReleased();
+   EXPECT_EQ(
+      bus.notes,
+      ( std::vector<std::string>{ "ptp0 2 18 52 90 -> 0", "ptp0 3 18 52 0 -> 90", "ptp0 3 18 52 0 -> 255" } ) );
+}
+
+TEST_F( Max24305ChipTest, ResetPutsTheRegistersBackAndUnlocks ) {
+   write( 0x40, 1 );
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+   chip.resetIs( true );
+   EXPECT_EQ( read( 0x30 ), 0xFF );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   write( 0x40, 2 );
+   advance( 10 * lockAfterNs );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   chip.resetIs( false );
+   EXPECT_EQ( read( 0x40 ), 0 );
+   EXPECT_EQ( read( 0x30 ), 0x5E );
+   EXPECT_EQ( read( 7 ), 0 );
+}
+
+TEST_F( Max24305ChipTest, ATransactionCutByAResetIsLostToItsEnd ) {
+   chip.byteExchanged( 2 );
+   chip.byteExchanged( 0 );
+   resetPulse();
+   EXPECT_EQ( chip.byteExchanged( 0x40 ), 0xFF );
+   EXPECT_EQ( chip.byteExchanged( 1 ), 0xFF );
+   chip.handleChipSelectReleased();
+   EXPECT_EQ( read( 0x40 ), 0 );
+   write( 0x40, 3 );
+   EXPECT_EQ( read( 0x40 ), 3 );
+}
+
+TEST_F( Max24305ChipTest, LocksAfterPowerUpResetAndTheLastWrite ) {
+   advance( lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 10'000'000u );
+
+   advance( 5 * lockAfterNs );
+   EXPECT_TRUE( locked() );
+   write( 0x40, 1 );
+   EXPECT_FALSE( locked() );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   advance( lockAfterNs - 1 );
+   write( 0x41, 1 );
+   advance( lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+
+   resetPulse();
+   advance( lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, RegisterSevenCannotBeWritten ) {
+   write( 7, 0x11 );
+   EXPECT_EQ( read( 7 ), 0 );
+}
+
+TEST_F( Max24305ChipTest, WithOneApllThereIsAStatusButNoOutput ) {
+   for ( U8 const status : { 0x01, 0x10, 0x33 } ) {
+      Max24305Chip one(
+         *clock, faults, { .name = "one", .lockAfterNs = 0, .apllStatus = status, .outputFrequencyInHz = 25 } );
+      advance( 0 );
+      for ( U8 const byte : { 3, 0, 7 } ) one.byteExchanged( byte );
+      EXPECT_EQ( one.byteExchanged( 0 ), status );
+      EXPECT_EQ( one.outputFrequencyInHz(), status == 0x33 ? 25u : 0u );
+   }
+}
+
+TEST_F( Max24305ChipTest, BitFlipInvertsReadsOfOneRegisterForItsCount ) {
+   write( 0x10, 0x3C );
+   write( 0x11, 0x3C );
+   fault( { .kind = FaultKind::bitFlip_, .address = 0x10, .mask = 0x81, .count = 2 } );
+   EXPECT_EQ( read( 0x11 ), 0x3C );
+   EXPECT_EQ( read( 0x10 ), 0xBD );
+   EXPECT_EQ( read( 0x10 ), 0xBD );
+   EXPECT_EQ( read( 0x10 ), 0x3C );
+}
+
+TEST_F( Max24305ChipTest, BitFlipsOverlapAndEndEachOnItsOwn ) {
+   fault( { .kind = FaultKind::bitFlip_, .address = 0x10, .mask = 0x01, .forNs = 100 } );
+   fault( { .kind = FaultKind::bitFlip_, .address = 0x10, .mask = 0x10, .count = 2 } );
+   fault( { .kind = FaultKind::bitFlip_, .address = 0x11, .mask = 0xFF } );
+   EXPECT_EQ( read( 0x10 ), 0x11 );
+   EXPECT_EQ( read( 0x11 ), 0xFF );
+   advance( 100 );
+   EXPECT_EQ( read( 0x10 ), 0x10 );
+   EXPECT_EQ( read( 0x10 ), 0x00 );
+   EXPECT_EQ( read( 0x11 ), 0xFF );
+}
+
+TEST_F( Max24305ChipTest, BitFlipReachesTheLockStatusToo ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::bitFlip_, .address = 7, .mask = 0x10, .count = 1 } );
+   EXPECT_EQ( read( 7 ), 0x01 );
+   EXPECT_EQ( read( 7 ), 0x11 );
+}
+
+TEST_F( Max24305ChipTest, NeverLockForASpanStartsLockingAnewAtItsEnd ) {
+   fault( { .kind = FaultKind::neverLock_, .forNs = 5 * lockAfterNs } );
+   advance( 6 * lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, NeverLockLeavesALockedChipAlone ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::neverLock_, .forNs = 10 } );
+   EXPECT_TRUE( locked() );
+   advance( 100 );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, NeverLockByCountWaitsForTheNextAttempt ) {
+   fault( { .kind = FaultKind::neverLock_, .count = 1 } );
+   advance( 100 * lockAfterNs );
+   EXPECT_FALSE( locked() );
+   resetPulse();
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, NeverLockWithoutEnd ) {
+   fault( { .kind = FaultKind::neverLock_ } );
+   advance( lockAfterNs );
+   resetPulse();
+   advance( 1'000 * lockAfterNs );
+   EXPECT_FALSE( locked() );
+}
+
+TEST_F( Max24305ChipTest, LoseLockForASpan ) {
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+   fault( { .kind = FaultKind::loseLock_, .forNs = 5 * lockAfterNs } );
+   EXPECT_FALSE( locked() );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   write( 0x40, 1 );   // a lock that comes about meanwhile is lost too
+   advance( 6 * lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, LoseLockByCountLocksAgainByItself ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::loseLock_, .count = 2 } );
+   EXPECT_FALSE( locked() );
+   advance( 2 * lockAfterNs - 1 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, ASpanThatEndsDuringResetStartsNothing ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::loseLock_, .forNs = 10 } );
+   chip.resetIs( true );
+   advance( 10 * lockAfterNs );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   chip.resetIs( false );
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, SlowLockDelaysEachLockOfItsCountOnce ) {
+   fault( { .kind = FaultKind::slowLock_, .extraNs = 300, .count = 2 } );
+   for ( int i = 0; i < 3; ++i ) {
+      resetPulse();
+      advance( lockAfterNs + ( i < 2 ? 299 : -1 ) );
+      EXPECT_FALSE( locked() ) << i;
+      advance( 1 );
+      EXPECT_TRUE( locked() ) << i;
+   }
+}
+
+TEST_F( Max24305ChipTest, SlowLockForASpanDelaysLocksDueInIt ) {
+   fault( { .kind = FaultKind::slowLock_, .extraNs = 700, .forNs = lockAfterNs + 1 } );
+   advance( lockAfterNs + 699 );
+   EXPECT_FALSE( locked() );
+   advance( 1 );
+   EXPECT_TRUE( locked() );
+   resetPulse();
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+}
+
+}   // namespace
+}   // namespace Sim
