@@ -1,0 +1,67 @@
+// Register access to a card in the machine: a file mapped into memory, such as a PCI resource file or a UIO device.
+//
+// Each access is one 32-bit load or store of the processor, complete before the next begins: neither torn, merged,
+// repeated nor reordered. The file comes and goes with the card: poll() looks for it, maps or unmaps it, and
+// `hardwarePresent` follows. While nothing is mapped, reads give 0xFFFFFFFF, as those of a card that is gone do, and
+// writes are lost.
+//
+//    Vor::Ptr<Host::MmapHam> ham = new Host::MmapHam( "ham", "/sys/bus/pci/devices/0000:03:00.0/resource0", 0, 0x10000 );
+//    ham->poll();                                   // now, and from the agent's loop
+//    if ( !ham->hardwarePresent() ) std::cerr << ham->trouble() << '\n';
+#pragma once
+
+#include "platform/Ham.h"
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <string>
+
+namespace Host {
+
+class MmapHam final : public Fru::HamImpl {
+ public:
+   /// The card's space is `size` bytes that start at byte `offset` of the file; both are multiples of 4.
+   MmapHam( Vor::Name name, std::string path, U64 offset, U32 size );
+   ~MmapHam() override;
+
+   /// Looks whether the file is there, still the same and long enough. Whoever watches `hardwarePresent` reacts inside
+   /// this call.
+   void poll();
+
+   /// Why nothing is mapped; empty while the card is present.
+   std::string const & trouble() const { return trouble_; }
+
+   /// `address` is a multiple of 4 within the space: descriptions are checked when they are read. Any other stops the
+   /// process.
+   void read32( U32 address, U32 & value ) override;
+   void write32( U32 address, U32 value ) override;
+
+   /// Start of the mapped space, null while there is none; also for signal handlers.
+   U32 volatile * space() const { return space_.load( std::memory_order_relaxed ); }
+
+   /// One access to a register of mapped space, for signal handlers too.
+   static U32 load( U32 const volatile * place );
+   static void store( U32 volatile * place, U32 value );
+
+ private:
+   static constexpr char vorSource[] = "MmapHam";
+
+   struct Identity {
+      dev_t device = 0;
+      ino_t inode = 0;
+      friend bool operator==( Identity const &, Identity const & ) = default;
+   };
+
+   bool map();
+   void unmap();
+
+   std::string const path_;
+   std::string trouble_;
+   Identity identity_;
+   void * mapping_ = nullptr;
+   std::size_t mappingSize_ = 0;
+   std::atomic<U32 volatile *> space_{ nullptr };
+};
+
+}   // namespace Host

@@ -1,0 +1,3 @@
+#include "host/CommandLine.h"
+
+int main( int argc, char ** argv ) { return Host::commandLine( argc, argv ); }
