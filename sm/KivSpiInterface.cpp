@@ -104,12 +104,12 @@ void KivSpiInterface::sendRegisterAddress( SpiCommandFifo & command, U64 instruc
    send( command );
    command.dataToWriteIs( U32{ address } >> 8 );
    send( command );
-   command.dataToWriteIs( address & 0xFFu );
+   command.dataToWriteIs( address & 0xFFU );
    send( command );
 }
 
 void KivSpiInterface::send( SpiCommandFifo const & command ) {
-   hamImpl_->write32( base_ + command.address(), command.value() );
+   hamImpl_->write32( base_ + SpiCommandFifo::address(), command.value() );
 }
 
 SpiCtrl KivSpiInterface::readCtrl() {
@@ -127,7 +127,7 @@ SpiResponseFifo KivSpiInterface::readResponse() {
 void KivSpiInterface::resetIs( U32 reset ) {
    SpiReset value;
    value.resetIs( reset );
-   hamImpl_->write32( base_ + value.address(), value.value() );
+   hamImpl_->write32( base_ + SpiReset::address(), value.value() );
 }
 
 Vor::Type const & KivSpiInterface::staticType() {

@@ -232,5 +232,44 @@ TEST_F( ReactorTest, aChangeMadeByTheConstructorReachesTheOtherWatchersOnly ) {
    EXPECT_THAT( story, ElementsAre( "other: lit", "other: unlit", "starter" ) );
 }
 
+/// Tells how its two reactors are switched.
+class Switchboard final : public Vor::StateMachine {
+ public:
+   explicit Switchboard( Story & story ) : story_( story ) {}
+   void firstIs( Ptr<Lamp> const & lamp ) { first_.notifierIs( lamp ); }
+   void secondIs( Ptr<Lamp> const & lamp ) { second_.notifierIs( lamp ); }
+
+ private:
+   class VorLamp final : public Vor::Reactor<Lamp::NotifieeConst, Switchboard> {
+    public:
+      VorLamp( Ptr<Lamp> const & lamp, Switchboard * machine ) : Reactor( lamp, machine ), story_( machine->story_ ) {}
+      void hasNotificationActiveIs( bool active ) override {
+         story_.push_back( notifier()->name().string().stdString() + ( active ? " on" : " off" ) );
+         Reactor::hasNotificationActiveIs( active );
+      }
+
+    private:
+      Story & story_;
+   };
+   Story & story_;
+   Vor::ReactorAttribute<VorLamp, Lamp, Switchboard> first_{ *this };
+   Vor::ReactorAttribute<VorLamp, Lamp, Switchboard> second_{ *this };
+};
+
+TEST_F( ReactorTest, reactorsAreSwitchedInTheOrderOfTheirAttributesAndOnlyByAChange ) {
+   Ptr<Switchboard> const machine = Vor::allocate<Switchboard>( story );
+   machine->secondIs( attic );
+   machine->firstIs( hall );
+   EXPECT_THAT( story, ElementsAre( "attic off", "hall off" ) );
+   story.clear();
+   machine->hasNotificationActiveIs( false );
+   EXPECT_THAT( story, IsEmpty() );
+   machine->hasNotificationActiveIs( true );
+   EXPECT_THAT( story, ElementsAre( "hall on", "attic on" ) );
+   machine->hasNotificationActiveIs( true );
+   machine->hasNotificationActiveIs( false );
+   EXPECT_THAT( story, ElementsAre( "hall on", "attic on", "hall off", "attic off" ) );
+}
+
 }   // namespace
 }   // namespace Test
