@@ -1,0 +1,111 @@
+// The link queue beside an ordered map keyed by index (the plain way to keep its rules) and a deque (which keeps none of
+// them: no index, no order, no element to hold on to). The number of operations in the queue is the argument.
+#include "framework/LinkQueue.h"
+
+#include <benchmark/benchmark.h>
+
+#include <deque>
+#include <map>
+
+namespace {
+
+// As large as one operation of a programming sequence.
+struct Value {
+   U32 key = 0;
+   U32 type = 0;
+   U32 address = 0;
+   U32 value = 0;
+};
+
+struct LinkQueue {
+   Vor::LinkQueue<Value> queue;
+   void enq( Value const & value ) { queue.enq( value ); }
+   Value deq() {
+      auto const head = queue.head();
+      queue.valueDel( head->index() );
+      return head->value();
+   }
+   U64 sum() const {
+      U64 sum = 0;
+      for ( auto const & element : queue ) sum += element.value().key;
+      return sum;
+   }
+   Value at( U32 index ) const { return queue.value( index ); }
+};
+
+struct OrderedMap {
+   std::map<U32, Value> map;
+   U32 next = 0;
+   void enq( Value const & value ) { map.emplace_hint( map.end(), next++, value ); }
+   Value deq() {
+      Value const value = map.begin()->second;
+      map.erase( map.begin() );
+      return value;
+   }
+   U64 sum() const {
+      U64 sum = 0;
+      for ( auto const & [index, value] : map ) sum += value.key;
+      return sum;
+   }
+   Value at( U32 index ) const { return map.at( index ); }
+};
+
+struct Deque {
+   std::deque<Value> deque;
+   void enq( Value const & value ) { deque.push_back( value ); }
+   Value deq() {
+      Value const value = deque.front();
+      deque.pop_front();
+      return value;
+   }
+   U64 sum() const {
+      U64 sum = 0;
+      for ( Value const & value : deque ) sum += value.key;
+      return sum;
+   }
+   Value at( U32 index ) const { return deque[index]; }
+};
+
+template<class Queue> Queue filled( benchmark::State const & state ) {
+   Queue queue;
+   for ( U32 i = 0; i < state.range( 0 ); ++i ) queue.enq( { i, 1, 2, 3 } );
+   return queue;
+}
+
+template<class Queue> void fillAndDrain( benchmark::State & state ) {
+   for ( auto _ : state ) {
+      Queue queue = filled<Queue>( state );
+      for ( U32 i = 0; i < state.range( 0 ); ++i ) benchmark::DoNotOptimize( queue.deq() );
+   }
+   state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
+}
+
+template<class Queue> void walk( benchmark::State & state ) {
+   Queue const queue = filled<Queue>( state );
+   for ( auto _ : state ) benchmark::DoNotOptimize( queue.sum() );
+   state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
+}
+
+template<class Queue> void lookUp( benchmark::State & state ) {
+   Queue const queue = filled<Queue>( state );
+   U32 index = 0;
+   for ( auto _ : state ) {
+      benchmark::DoNotOptimize( queue.at( index ) );
+      index = ( index + 7919 ) % static_cast<U32>( state.range( 0 ) );   // a prime, so that every index comes
+   }
+   state.SetItemsProcessed( state.iterations() );
+}
+
+void sizes( benchmark::internal::Benchmark * benchmark ) { benchmark->Arg( 500 )->Arg( 100'000 ); }
+
+BENCHMARK( fillAndDrain<LinkQueue> )->Apply( sizes );
+BENCHMARK( fillAndDrain<OrderedMap> )->Apply( sizes );
+BENCHMARK( fillAndDrain<Deque> )->Apply( sizes );
+BENCHMARK( walk<LinkQueue> )->Apply( sizes );
+BENCHMARK( walk<OrderedMap> )->Apply( sizes );
+BENCHMARK( walk<Deque> )->Apply( sizes );
+BENCHMARK( lookUp<LinkQueue> )->Apply( sizes );
+BENCHMARK( lookUp<OrderedMap> )->Apply( sizes );
+BENCHMARK( lookUp<Deque> )->Apply( sizes );
+
+}   // namespace
