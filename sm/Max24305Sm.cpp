@@ -73,10 +73,13 @@ void Max24305Sm::handleInitialized() {
 void Max24305Sm::handleEnvironmentChanges() {
    if ( !initialized() ) return;
    bool const simulated = simulationVmid();
-   if ( !hamImpl()->hardwarePresent() || !config()->opsToDoValid() || !( simulated || setClearGpo()->ham() ) ) {
-      if ( !hamImpl()->hardwarePresent() ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
-      if ( !config()->opsToDoValid() ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
-      if ( !simulated && !setClearGpo()->ham() ) VOR_TRACE( traceHandle, 1, __func__ << " Gpo ham not available yet" );
+   bool const hardwarePresent = hamImpl()->hardwarePresent();
+   bool const sequenceValid = config()->opsToDoValid();
+   bool const outputUsable = simulated || setClearGpo()->ham();
+   if ( !hardwarePresent || !sequenceValid || !outputUsable ) {
+      if ( !hardwarePresent ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
+      if ( !sequenceValid ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
+      if ( !outputUsable ) VOR_TRACE( traceHandle, 1, __func__ << " Gpo ham not available yet" );
       publishedStatesReset();
       return;
    }

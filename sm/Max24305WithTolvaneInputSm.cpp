@@ -43,11 +43,14 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
       VOR_TRACE( traceHandle, 1, __func__ << " Max24305QithTolvaneInputSm not initialized yet." );
       return;
    }
-   // The feeding chip's state takes the place of the checks of the reset output and of the simulation.
-   if ( !hamImpl()->hardwarePresent() || !config()->opsToDoValid() || !tolvaneReady() ) {
-      if ( !hamImpl()->hardwarePresent() ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
-      if ( !config()->opsToDoValid() ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
-      if ( !tolvaneReady() ) VOR_TRACE( traceHandle, 1, __func__ << " Tolvane does not exist or its not ready." );
+   bool const hardwarePresent = hamImpl()->hardwarePresent();
+   bool const sequenceValid = config()->opsToDoValid();
+   // Takes the place of the base's checks of the reset output and of the simulation.
+   bool const tolvaneReady = tolvaneStatus() && tolvaneStatus()->state() == Tolvane::ready_;
+   if ( !hardwarePresent || !sequenceValid || !tolvaneReady ) {
+      if ( !hardwarePresent ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
+      if ( !sequenceValid ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
+      if ( !tolvaneReady ) VOR_TRACE( traceHandle, 1, __func__ << " Tolvane does not exist or its not ready." );
       publishedStatesReset();
       return;
    }
