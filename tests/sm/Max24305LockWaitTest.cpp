@@ -47,12 +47,10 @@ TEST_F( Max24305LockWaitTest, OtherBitsDoNotMatter ) {
 }
 
 TEST_F( Max24305LockWaitTest, OneApllIsNotEnough ) {
-   chip->readsAre( 7, { 0x01, 0x10, 0xEE, 0x00 } );
-   for ( auto const & [byte, text] :
-         { std::pair( 0x01u, "1" ), std::pair( 0x10u, "10" ), std::pair( 0xEEu, "ee" ), std::pair( 0u, "0" ) } ) {
+   for ( U8 const byte : { 0x01, 0x10, 0xEE, 0x00 } ) {
+      chip->readIs( 7, byte );
       EXPECT_TRUE( rig.turn() );
       EXPECT_EQ( takeDeeds(), Lines{ chipRead( 7, byte ) } );
-      rig.tracesAre( true );
    }
    EXPECT_EQ( status->state(), locking_ );
    EXPECT_EQ( pllStatus->state(), ClockStatus::notReady_ );
