@@ -1,5 +1,7 @@
 #include "host/Card.h"
 
+#include <algorithm>
+
 namespace Host {
 
 namespace {
@@ -68,11 +70,11 @@ Vor::Ptr<Hardware::Kiv::ClockStatus> Card::clockStatusOf( std::string const & ch
 void Card::handOver( std::string const & chip ) { max24305ConfigDir_->max24305( chip )->opsToDoValidIs( true ); }
 
 bool Card::allReady() const {
-   for ( auto const & [name, status] : tolvaneStatusDir_->tolvane() )
-      if ( status->state() != Hardware::Tolvane::ready_ ) return false;
-   for ( auto const & [name, status] : max24305StatusDir_->max24305() )
-      if ( status->state() != Hardware::Max24305::ready_ ) return false;
-   return true;
+   auto const allIn = []( auto const & statuses, auto state ) {
+      return std::ranges::all_of( statuses, [&]( auto const & named ) { return named.second->state() == state; } );
+   };
+   return allIn( tolvaneStatusDir_->tolvane(), Hardware::Tolvane::ready_ ) &&
+          allIn( max24305StatusDir_->max24305(), Hardware::Max24305::ready_ );
 }
 
 void configure( Card & card, CardInventory const & inventory ) {

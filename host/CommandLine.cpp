@@ -13,10 +13,6 @@
 #include <functional>
 #include <iostream>
 
-#ifndef CLOCKPATH_VERSION
-#define CLOCKPATH_VERSION "unknown"
-#endif
-
 namespace Host {
 
 namespace {

@@ -69,9 +69,9 @@ bool MmapHam::map() {
                  " bytes, as \"offset\" and \"size\" say, found " + std::to_string( found.st_size );
       return false;
    }
-   U64 const pageSize = static_cast<U64>( ::sysconf( _SC_PAGESIZE ) );
+   auto const pageSize = static_cast<U64>( ::sysconf( _SC_PAGESIZE ) );
    U64 const lead = offset() % pageSize;
-   std::size_t const length = static_cast<std::size_t>( lead + size() );
+   auto const length = static_cast<std::size_t>( lead + size() );
    void * const mapping =
       ::mmap( nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file.fd(), static_cast<off_t>( offset() - lead ) );
    if ( mapping == MAP_FAILED ) {
@@ -82,7 +82,8 @@ bool MmapHam::map() {
    mappingSize_ = length;
    identity_ = { found.st_dev, found.st_ino };
    trouble_.clear();
-   space_.store( reinterpret_cast<U32 volatile *>( static_cast<char *>( mapping ) + lead ), std::memory_order_relaxed );
+   void * const start = static_cast<char *>( mapping ) + lead;
+   space_.store( static_cast<U32 *>( start ), std::memory_order_relaxed );
    return true;
 }
 

@@ -5,7 +5,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
+#include <signal.h>   // NOLINT(modernize-deprecated-headers): sigaction is the system's, not the language's
 #include <unistd.h>
 
 #include <algorithm>
