@@ -1,10 +1,10 @@
 // How long `clockpath simulate` takes for the bring-up of one chip, from its description to the lock: a card with 2,000
 // operations (writes, each read back) has to take less than a second of real time.
-#include "host/CardDescription.h"
-#include "host/SimulatedWorld.h"
-#include "host/TracesOn.h"
-#include "sim/EventLog.h"
-#include "sim/Json.h"
+#include "card/SimulatedWorld.h"
+#include "input/CardDescription.h"
+#include "input/Json.h"
+#include "recording/EventLog.h"
+#include "report/TracesOn.h"
 
 #include <benchmark/benchmark.h>
 
@@ -58,15 +58,15 @@ void bringUp( benchmark::State & state ) {
    scenario.untilNs = 200'000'000'000;
    U64 logBytes = 0;
    for ( auto _ : state ) {
-      Sim::JsonDocument const file( "card.json", text );
-      Host::SimulatedWorld world( Host::cardDescription( file.root() ), scenario );
+      Input::JsonDocument const file( "card.json", text );
+      Host::SimulatedWorld world( Input::cardDescription( file.root() ), scenario );
       Counting counting;
       std::ostream stream( &counting );
       {
-         std::optional<Sim::EventLog> log;
+         std::optional<Recording::EventLog> log;
          std::optional<Host::TracesOn> traces;
          if ( logged ) {
-            world.events().listenerIs( log.emplace( stream ) );
+            world.events().listenerAdd( log.emplace( stream ) );
             traces.emplace( Vor::traceLevels );
          }
          world.run();

@@ -6,8 +6,8 @@
 // leaves nothing out wants all of them on.
 //
 //    Sim::CardEvents events( clock );
-//    Sim::EventLog log( file );
-//    events.listenerIs( log );
+//    Recording::EventLog log( file );
+//    events.listenerAdd( log );
 //    events.cardIs( card );
 //    events.statusIs( max24305Status );
 #pragma once
@@ -32,7 +32,7 @@ class CardEvents final : private SleepObserver, private SpiObserver {
    CardEvents & operator=( CardEvents const & ) = delete;
 
    /// Listeners are told in the order in which they joined, and outlive the events.
-   void listenerIs( CardListener & listener ) { listeners_.push_back( &listener ); }
+   void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The card's buses are told of; the card outlives the events.
    void cardIs( SimulatedCard & card );

@@ -83,7 +83,7 @@ struct FaultBoard::Active {
 
    FaultBoard & board;
    Fault fault;
-   HappeningOf<Active> spanEnd;
+   TimedEventOf<Active> spanEnd;
 };
 
 FaultBoard::FaultBoard( VirtualClock & clock ) : clock_( clock ) {}
@@ -101,7 +101,7 @@ bool FaultBoard::active( FaultKind kind ) const {
    } );
 }
 
-Fault const * FaultBoard::strike( FaultKind kind ) {
+Fault const * FaultBoard::occurs( FaultKind kind ) {
    for ( auto const & active : faults_ ) {
       if ( active->fault.kind != kind || active->usedUp() ) continue;
       if ( active->fault.count ) --*active->fault.count;

@@ -1,9 +1,9 @@
 // Faults of the simulated hardware: their kinds, and which of them trouble one chip at present.
 //
-// A fault begins when it is handed to the card, and lasts for a span (`forNs`), for a number of strikes (`count`), or
-// to the end. What a strike is depends on the kind:
+// A fault begins when it is handed to the card, and lasts for a span (`forNs`), for a number of occurrences (`count`), or
+// to the end. What an occurrence is depends on the kind:
 //
-//    kind           what it does                                              one strike is
+//    kind           what it does                                              one occurrence is
 //    spiDead        captured responses are lost                               a response lost
 //    spiStuckWrite  the command FIFO does not drain; what stands in it is     a transaction of several words handed to
 //                   sent once it moves again                                  the FIFO (a lone closing word is none)
@@ -90,7 +90,7 @@ class FaultBoard {
    FaultBoard & operator=( FaultBoard const & ) = delete;
 
    /// At most a handful listen; they live as long as the board is used.
-   void listenerIs( FaultListener & listener ) { listeners_.push_back( &listener ); }
+   void listenerAdd( FaultListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The fault begins now.
    void faultIs( Fault const & fault );
@@ -100,9 +100,9 @@ class FaultBoard {
 
    /// A fault of this kind shows now, if one is active: uses up one of its count. Null when none is. The result is
    /// good until the next call of a member.
-   Fault const * strike( FaultKind kind );
+   Fault const * occurs( FaultKind kind );
 
-   /// As strike( bitFlip_ ), over all active flips of that register: the bits to invert.
+   /// As occurs( bitFlip_ ), over all active flips of that register: the bits to invert.
    U8 flippedBits( U16 address );
 
  private:

@@ -34,7 +34,7 @@ Max24305Chip::Max24305Chip( VirtualClock & clock, FaultBoard & faults, Parameter
      parameters_( std::move( parameters ) ),
      registers_( registerCount ),
      lockDue_( clock, *this, &Max24305Chip::handleLockDue ) {
-   faults_.listenerIs( *this );
+   faults_.listenerAdd( *this );
    powerUpRegisters();
    startLocking();
 }
@@ -109,19 +109,19 @@ void Max24305Chip::startLocking() {
 
 void Max24305Chip::handleLockDue() {
    if ( !delayed_ ) {
-      if ( Fault const * slow = faults_.strike( FaultKind::slowLock_ ) ) {
+      if ( Fault const * slow = faults_.occurs( FaultKind::slowLock_ ) ) {
          delayed_ = true;
          lockDue_.inNsIs( slow->extraNs );
          return;
       }
    }
-   if ( faults_.strike( FaultKind::neverLock_ ) ) return;
+   if ( faults_.occurs( FaultKind::neverLock_ ) ) return;
    locked_ = true;
    if ( faults_.active( FaultKind::loseLock_ ) ) loseLock();
 }
 
 void Max24305Chip::loseLock() {
-   Fault const & fault = *faults_.strike( FaultKind::loseLock_ );
+   Fault const & fault = *faults_.occurs( FaultKind::loseLock_ );
    locked_ = false;
    if ( fault.count ) startLocking();
 }

@@ -88,7 +88,7 @@ class Max24305Chip final : public SpiDevice, public Resettable, private FaultLis
 
    bool locked_ = false;
    bool delayed_ = false;   // this lock was made slow already
-   HappeningOf<Max24305Chip> lockDue_;
+   TimedEventOf<Max24305Chip> lockDue_;
 };
 
 }   // namespace Sim

@@ -18,14 +18,14 @@ class Resettable {
 class ResetLine final : private FaultListener {
  public:
    ResetLine( Resettable & chip, FaultBoard & faults ) : chip_( chip ), faults_( faults ) {
-      faults_.listenerIs( *this );
+      faults_.listenerAdd( *this );
    }
 
    /// What the output drives: true for the active level.
    void drivenIs( bool asserted ) {
       if ( asserted == driven_ ) return;
       driven_ = asserted;
-      if ( !asserted && faults_.strike( FaultKind::resetStuck_ ) ) return;
+      if ( !asserted && faults_.occurs( FaultKind::resetStuck_ ) ) return;
       chip_.resetIs( asserted );
    }
 

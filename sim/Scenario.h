@@ -1,12 +1,5 @@
 // A scenario: the starting state of the services outside the card, what happens to them and to the hardware at which
-// virtual time, and when the run ends. docs/scenario.md describes the file.
-//
-//    JsonDocument const file = readJson( "examples/demo.json" );
-//    std::vector<ScenarioChip> const chips{ { "osc0", FaultTarget::tolvane_ }, { "ptp0", FaultTarget::max24305_ } };
-//    Scenario const scenario = readScenario( file.root(), chips );
-//
-// The card itself, which the file names or holds under "card", is read by whoever knows card descriptions; the chips
-// found there are handed in, so that an event or a fault for a chip that the card has not is a mistake with a place.
+// virtual time, and when the run ends. input/ScenarioFile.h reads one from a file.
 #pragma once
 
 #include "framework/Types.h"
@@ -21,8 +14,6 @@
 #include <vector>
 
 namespace Sim {
-
-class JsonValue;
 
 /// The services outside the card as the machines find them at time 0.
 struct StartState {
@@ -85,9 +76,6 @@ struct ScenarioChip {
    std::string name;
    FaultTarget target = FaultTarget::max24305_;
 };
-
-/// Reads a scenario. Throws InputError (sim/Json.h), which names the place, what stood there and what is accepted.
-Scenario readScenario( JsonValue const & root, std::span<ScenarioChip const> chips );
 
 /// The action for people: "time-sync state 2", "fault bitFlip at ptp0, 3 times".
 std::string actionText( Action const & action );

@@ -77,10 +77,10 @@ class ScenarioRunner::Apply {
    ScenarioTargets const & targets_;
 };
 
-class ScenarioRunner::FaultAction final : public Happening {
+class ScenarioRunner::FaultAction final : public TimedEvent {
  public:
    FaultAction( ScenarioRunner & runner, U64 atNs, Action action )
-      : Happening( *runner.clock_ ), runner_( runner ), action_( std::move( action ) ) {
+      : TimedEvent( *runner.clock_ ), runner_( runner ), action_( std::move( action ) ) {
       atNsIs( atNs );
    }
 

@@ -89,13 +89,13 @@ SimulatedCard::SimulatedCard( Vor::Ptr<VirtualClock> clock, Parameters const & p
 SimulatedCard::~SimulatedCard() = default;
 
 U32 SimulatedCard::read32( U32 address ) {
-   if ( faults_.strike( FaultKind::hardwareGone_ ) ) return goneValue;
+   if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return goneValue;
    auto const found = registers_.find( address );
    return found == registers_.end() ? 0 : found->second.block->read( found->second.address );
 }
 
 void SimulatedCard::write32( U32 address, U32 value ) {
-   if ( faults_.strike( FaultKind::hardwareGone_ ) ) return;
+   if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return;
    auto const found = registers_.find( address );
    if ( found != registers_.end() ) found->second.block->write( found->second.address, value );
 }

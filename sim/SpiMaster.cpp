@@ -28,7 +28,7 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
      resetSupported_( parameters.resetSupported ),
      byteNs_( byteNsOf( parameters.clockInHz ) ),
      byteOut_( clock, *this, &SpiMaster::handleByteOut ) {
-   faults_.listenerIs( *this );
+   faults_.listenerAdd( *this );
 }
 
 std::span<U32 const> SpiMaster::addresses() const {
@@ -68,7 +68,7 @@ void SpiMaster::commandIs( U32 word ) {
    stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
    ++wordsOfTransaction_;
    if ( SpiCommandFifo( word ).csEnd() ) {
-      if ( wordsOfTransaction_ > 1 ) faults_.strike( FaultKind::spiStuckWrite_ );
+      if ( wordsOfTransaction_ > 1 ) faults_.occurs( FaultKind::spiStuckWrite_ );
       wordsOfTransaction_ = 0;
    }
    if ( commands_.size() < fifoDepth ) commands_.push_back( word );
@@ -119,11 +119,11 @@ void SpiMaster::handleByteOut() {
 }
 
 void SpiMaster::responsePushed( U8 data ) {
-   if ( faults_.strike( FaultKind::spiDead_ ) ) return;
+   if ( faults_.occurs( FaultKind::spiDead_ ) ) return;
    SpiResponseFifo response;
    response.dataIs( data );
-   response.dataValidIs( !faults_.strike( FaultKind::spiInvalid_ ) );
-   int const entries = faults_.strike( FaultKind::spiExtra_ ) ? 2 : 1;
+   response.dataValidIs( !faults_.occurs( FaultKind::spiInvalid_ ) );
+   int const entries = faults_.occurs( FaultKind::spiExtra_ ) ? 2 : 1;
    for ( int i = 0; i < entries && responses_.size() < fifoDepth; ++i ) responses_.push_back( response.value() );
 }
 

@@ -73,7 +73,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    bool stuck_ = false;
    bool selected_ = false;        // chip select is asserted
    U32 wordsOfTransaction_ = 0;   // handed in since the last word with csEnd
-   HappeningOf<SpiMaster> byteOut_;
+   TimedEventOf<SpiMaster> byteOut_;
 };
 
 }   // namespace Sim

@@ -8,7 +8,7 @@ namespace Sim {
 
 using Hardware::TolvaneEnable;
 
-TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) { faults_.listenerIs( *this ); }
+TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) { faults_.listenerAdd( *this ); }
 
 std::span<U32 const> TolvaneChip::addresses() const {
    static constexpr std::array<U32, 1> all = { TolvaneEnable::address() };
@@ -25,7 +25,7 @@ U32 TolvaneChip::read( U32 ) {
 void TolvaneChip::write( U32, U32 value ) {
    if ( inReset_ ) return;
    bool const enable = TolvaneEnable( value ).enable();
-   enabled_ = enable && !faults_.strike( FaultKind::noPower_ );
+   enabled_ = enable && !faults_.occurs( FaultKind::noPower_ );
 }
 
 void TolvaneChip::resetIs( bool asserted ) {

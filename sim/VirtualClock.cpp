@@ -26,7 +26,7 @@ void VirtualClock::nowNsIs( U64 ns ) {
    VOR_ASSERT( !moving_ );
    moving_ = true;
    while ( !agenda_.empty() && agenda_.begin()->first <= std::max( ns, nowNs_ ) ) {
-      Happening & next = *agenda_.begin()->second;
+      TimedEvent & next = *agenda_.begin()->second;
       nowNs_ = std::max( nowNs_, agenda_.begin()->first );
       next.cancel();
       next.happen();
@@ -46,7 +46,7 @@ void VirtualClock::sleep( U64 forNs ) {
    nowNsIs( saturatingSum( nowNs_, forNs ) );
 }
 
-std::optional<U64> VirtualClock::nextHappeningNs() const {
+std::optional<U64> VirtualClock::nextEventNs() const {
    if ( agenda_.empty() ) return std::nullopt;
    return agenda_.begin()->first;
 }
@@ -58,14 +58,14 @@ U64 VirtualClock::nsOf( double seconds ) {
    return static_cast<U64>( rounded );
 }
 
-void Happening::atNsIs( U64 ns ) {
+void TimedEvent::atNsIs( U64 ns ) {
    cancel();
    place_ = clock_.agenda_.emplace( ns, this );
 }
 
-void Happening::inNsIs( U64 ns ) { atNsIs( saturatingSum( clock_.nowNs(), ns ) ); }
+void TimedEvent::inNsIs( U64 ns ) { atNsIs( saturatingSum( clock_.nowNs(), ns ) ); }
 
-void Happening::cancel() {
+void TimedEvent::cancel() {
    if ( !place_ ) return;
    clock_.agenda_.erase( *place_ );
    place_.reset();

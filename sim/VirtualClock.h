@@ -22,7 +22,7 @@
 
 namespace Sim {
 
-class Happening;
+class TimedEvent;
 
 /// Told of every sleep as it begins.
 class SleepObserver {
@@ -58,7 +58,7 @@ class VirtualClock final : public Vor::Clock {
    void sleepObserverIs( SleepObserver * observer ) { sleepObserver_ = observer; }
 
    /// When the next thing is on the agenda.
-   std::optional<U64> nextHappeningNs() const;
+   std::optional<U64> nextEventNs() const;
 
    static double secondsOf( U64 ns ) { return static_cast<double>( ns ) / 1e9; }
 
@@ -66,8 +66,8 @@ class VirtualClock final : public Vor::Clock {
    static U64 nsOf( double seconds );
 
  private:
-   friend class Happening;
-   using Agenda = std::multimap<U64, Happening *>;   // equal times keep the order in which they were put down
+   friend class TimedEvent;
+   using Agenda = std::multimap<U64, TimedEvent *>;   // equal times keep the order in which they were put down
 
    U64 nowNs_ = 0;
    double reached_ = 0;   // less than half a nanosecond from a time that was or is now
@@ -78,12 +78,12 @@ class VirtualClock final : public Vor::Clock {
 
 /// Something the hardware will do at a time on the clock's agenda: once, unless put down again. It happens while the
 /// clock moves and must not move the clock itself. Destroying it takes it off the agenda.
-class Happening {
+class TimedEvent {
  public:
-   explicit Happening( VirtualClock & clock ) : clock_( clock ) {}
-   Happening( Happening const & ) = delete;
-   Happening & operator=( Happening const & ) = delete;
-   virtual ~Happening() { cancel(); }
+   explicit TimedEvent( VirtualClock & clock ) : clock_( clock ) {}
+   TimedEvent( TimedEvent const & ) = delete;
+   TimedEvent & operator=( TimedEvent const & ) = delete;
+   virtual ~TimedEvent() { cancel(); }
 
    /// Puts it down for `ns`, or moves it there. A time already passed means the clock's next move.
    void atNsIs( U64 ns );
@@ -104,12 +104,12 @@ class Happening {
    std::optional<VirtualClock::Agenda::iterator> place_;
 };
 
-/// A Happening that calls a member function of its owner.
-template<class Owner> class HappeningOf final : public Happening {
+/// A TimedEvent that calls a member function of its owner.
+template<class Owner> class TimedEventOf final : public TimedEvent {
  public:
    using Member = void ( Owner::* )();
-   HappeningOf( VirtualClock & clock, Owner & owner, Member member )
-      : Happening( clock ), owner_( owner ), member_( member ) {}
+   TimedEventOf( VirtualClock & clock, Owner & owner, Member member )
+      : TimedEvent( clock ), owner_( owner ), member_( member ) {}
 
  private:
    void happen() override { ( owner_.*member_ )(); }

@@ -11,6 +11,8 @@ import sys
 
 LIBRARY = ("framework", "platform", "util", "hal", "hardware", "inventory", "sm")
 
+CARD = ("sim", "input", "card")
+
 # Which folders each folder may include beside itself.
 BELOW = {
     "framework": (),
@@ -21,13 +23,23 @@ BELOW = {
     "inventory": ("framework", "platform", "util", "hal", "hardware"),
     "sm": ("framework", "platform", "util", "hal", "hardware", "inventory"),
     "sim": LIBRARY,
-    "host": LIBRARY + ("sim",),
+    "input": LIBRARY + ("sim",),
+    "card": LIBRARY + ("sim", "input"),
+    "registers": LIBRARY + CARD,
+    "recording": LIBRARY + CARD,
+    "report": LIBRARY + CARD + ("registers", "recording"),
+    "service": LIBRARY + CARD + ("registers", "recording"),
+    "command": LIBRARY + CARD + ("registers", "recording", "report", "service"),
 }
 
 # Which other libraries; none for the floors that are not named.
 LIBRARIES = {
-    "sim": ("nlohmann/",),
-    "host": ("nlohmann/", "CLI/", "fmt/"),
+    "input": ("nlohmann/",),
+    "registers": ("fmt/",),
+    "recording": ("fmt/",),
+    "report": ("fmt/",),
+    "service": ("fmt/",),
+    "command": ("CLI/", "fmt/"),
 }
 
 CPP = frozenset(

@@ -20,8 +20,9 @@ HOUSE = {
     "hardware/Op.h": '#pragma once\n#include "platform/Ham.h"\n',
     "inventory/Inv.h": '#pragma once\n#include "hardware/Op.h"\n',
     "sm/Sm.h": '#pragma once\n#include "inventory/Inv.h"\n#include "util/Utils.h"\n',
-    "sim/Card.h": '#pragma once\n#include "sm/Sm.h"\n#include <nlohmann/json.hpp>\n',
-    "host/Agent.h": '#pragma once\n#include "sim/Card.h"\n#include <CLI/CLI.hpp>\n#include <fmt/core.h>\n#include <sys/mman.h>\n',
+    "sim/Card.h": '#pragma once\n#include "sm/Sm.h"\n',
+    "input/Json.h": '#pragma once\n#include "sim/Card.h"\n#include <nlohmann/json.hpp>\n',
+    "command/Agent.h": '#pragma once\n#include "input/Json.h"\n#include <CLI/CLI.hpp>\n#include <fmt/core.h>\n#include <sys/mman.h>\n',
 }
 
 
@@ -50,7 +51,7 @@ class Floors(unittest.TestCase):
                 ("platform/Ham.h", "util/Utils.h"), ("hal/KivHal.h", "platform/Ham.h"),
                 ("hardware/Op.h", "hal/KivHal.h"), ("hardware/Op.h", "util/Utils.h"),
                 ("hardware/Op.h", "inventory/Inv.h"), ("inventory/Inv.h", "sm/Sm.h"), ("sm/Sm.h", "sim/Card.h"),
-                ("sim/Card.h", "host/Agent.h")]:
+                ("sim/Card.h", "input/Json.h"), ("input/Json.h", "command/Agent.h")]:
             with self.subTest(file=file, included=included):
                 found = self.including(file, f'"{included}"')
                 self.assertEqual(len(found), 1)
@@ -61,7 +62,7 @@ class Floors(unittest.TestCase):
             self.including("hardware/Op.h", '"sm/Sm.h"'),
             ['hardware/Op.h:2: includes "sm/Sm.h": hardware/ may include hardware/, framework/, platform/ '
              'and the standard and system headers'])
-        self.assertIn("sim/, <nlohmann/...>, <CLI/...>, <fmt/...>", self.including("host/Agent.h", "<boost/any.hpp>")[0])
+        self.assertIn("service/, <CLI/...>, <fmt/...>", self.including("command/Agent.h", "<boost/any.hpp>")[0])
 
     def test_the_library_uses_no_other_library(self):
         for line in ("<nlohmann/json.hpp>", "<fmt/core.h>", "<CLI/CLI.hpp>", "<gtest/gtest.h>", "<boost/any.hpp>"):
@@ -69,7 +70,7 @@ class Floors(unittest.TestCase):
                 self.assertEqual(len(self.including("sm/Sm.h", line)), 1)
 
     def test_the_simulated_card_does_not_use_the_commands_libraries(self):
-        for line in ("<fmt/core.h>", "<CLI/CLI.hpp>"):
+        for line in ("<fmt/core.h>", "<CLI/CLI.hpp>", "<nlohmann/json.hpp>"):
             with self.subTest(line=line):
                 self.assertEqual(len(self.including("sim/Card.h", line)), 1)
 

@@ -27,7 +27,7 @@ Vor::Type const & Fragile::staticType() {
    return type;
 }
 
-TEST( Allocate, livingObjectsAreCountedPerType ) {
+TEST( Allocate, LivingObjectsAreCountedPerType ) {
    Vor::Type const & type = Fragile::staticType();
    U64 const everBefore = type.allocatedEver();
    {
@@ -40,21 +40,21 @@ TEST( Allocate, livingObjectsAreCountedPerType ) {
    EXPECT_EQ( type.allocatedEver(), everBefore + 2 );
 }
 
-TEST( Allocate, aFactoryAllocates ) {
+TEST( Allocate, AFactoryAllocates ) {
    Ptr<Lamp> lamp = plainLamp();
    EXPECT_EQ( Lamp::staticType().allocated(), 1u );
    lamp = nullptr;
    EXPECT_EQ( Lamp::staticType().allocated(), 0u );
 }
 
-TEST( Allocate, anObjectMadeOtherwiseIsNotCounted ) {
+TEST( Allocate, AnObjectMadeOtherwiseIsNotCounted ) {
    Ptr<Fragile> object = new Fragile( false );
    EXPECT_EQ( Fragile::staticType().allocated(), 0u );
    object = nullptr;
    EXPECT_EQ( Fragile::staticType().allocated(), 0u );
 }
 
-TEST( Allocate, aConstructorThatThrowsCountsNothing ) {
+TEST( Allocate, AConstructorThatThrowsCountsNothing ) {
    EXPECT_THROW( Vor::allocate<Fragile>( true ), std::runtime_error );
    EXPECT_EQ( Fragile::staticType().allocated(), 0u );
 }

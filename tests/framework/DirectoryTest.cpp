@@ -50,7 +50,7 @@ class DirectoryTest : public testing::Test {
    Ptr<DirWatch> watch = new DirWatch( dir );
 };
 
-TEST_F( DirectoryTest, aNewMemberIsCompleteAsItIsTold ) {
+TEST_F( DirectoryTest, ANewMemberIsCompleteAsItIsTold ) {
    Ptr<Lamp> const made = hall();
    EXPECT_THAT( watch->story, ElementsAre( "hall held by 'lamp', /lamps/hall" ) );
    EXPECT_EQ( made->parent(), dir.ptr() );
@@ -59,7 +59,7 @@ TEST_F( DirectoryTest, aNewMemberIsCompleteAsItIsTold ) {
    EXPECT_EQ( made->watts(), 40u );
 }
 
-TEST_F( DirectoryTest, theSameParametersGiveTheMemberAsItIsAndTellNobody ) {
+TEST_F( DirectoryTest, TheSameParametersGiveTheMemberAsItIsAndTellNobody ) {
    Ptr<Lamp> const made = hall();
    made->brightnessIs( 7 );
    made->notesIs( 1, "kept" );
@@ -71,7 +71,7 @@ TEST_F( DirectoryTest, theSameParametersGiveTheMemberAsItIsAndTellNobody ) {
    EXPECT_EQ( dir->members().count(), 1u );
 }
 
-TEST_F( DirectoryTest, eachParameterThatDiffersIsNamedRequestedBeforeCurrent ) {
+TEST_F( DirectoryTest, EachParameterThatDiffersIsNamedRequestedBeforeCurrent ) {
    hall();
    EXPECT_EQ(
       messageOf( [&] { dir->lampIs( "hall", 60, red_, socket ); } ),
@@ -87,13 +87,13 @@ TEST_F( DirectoryTest, eachParameterThatDiffersIsNamedRequestedBeforeCurrent ) {
       "different value of 'none' than the current value of '/socket' not allowed" );
 }
 
-TEST_F( DirectoryTest, theFirstDifferenceInConstructorOrderIsNamed ) {
+TEST_F( DirectoryTest, TheFirstDifferenceInConstructorOrderIsNamed ) {
    hall();
    EXPECT_THAT( messageOf( [&] { dir->lampIs( "hall", 60, deepBlue_, nullptr ); } ), testing::HasSubstr( "'watts'" ) );
    EXPECT_THAT( messageOf( [&] { dir->lampIs( "hall", 40, deepBlue_, nullptr ); } ), testing::HasSubstr( "'colour'" ) );
 }
 
-TEST_F( DirectoryTest, referencesAreComparedByIdentity ) {
+TEST_F( DirectoryTest, ReferencesAreComparedByIdentity ) {
    hall();
    Ptr<Vor::Entity> const twin = Vor::entityFactory( "socket" );
    EXPECT_THAT(
@@ -101,7 +101,7 @@ TEST_F( DirectoryTest, referencesAreComparedByIdentity ) {
       testing::HasSubstr( "value of '/socket' than the current value of '/socket' not allowed" ) );
 }
 
-TEST_F( DirectoryTest, aRefusedReinstantiationChangesNothing ) {
+TEST_F( DirectoryTest, ARefusedReinstantiationChangesNothing ) {
    Ptr<Lamp> const made = hall();
    watch->story.clear();
    messageOf( [&] { dir->lampIs( "hall", 60, red_, socket ); } );
@@ -112,7 +112,7 @@ TEST_F( DirectoryTest, aRefusedReinstantiationChangesNothing ) {
    EXPECT_EQ( Lamp::living, 1 );
 }
 
-TEST_F( DirectoryTest, aRemovedMemberIsGoneAsItIsTold ) {
+TEST_F( DirectoryTest, ARemovedMemberIsGoneAsItIsTold ) {
    Ptr<Lamp> const made = hall();
    watch->story.clear();
    dir->memberDel( "hall" );
@@ -122,18 +122,18 @@ TEST_F( DirectoryTest, aRemovedMemberIsGoneAsItIsTold ) {
    EXPECT_EQ( dir->member( "hall" ), nullptr );
 }
 
-TEST_F( DirectoryTest, removingAnAbsentNameDoesNothing ) {
+TEST_F( DirectoryTest, RemovingAnAbsentNameDoesNothing ) {
    dir->memberDel( "attic" );
    EXPECT_THAT( watch->story, IsEmpty() );
 }
 
-TEST_F( DirectoryTest, aRemovedNameIsFreeForOtherParameters ) {
+TEST_F( DirectoryTest, ARemovedNameIsFreeForOtherParameters ) {
    hall();
    dir->memberDel( "hall" );
    EXPECT_EQ( dir->lampIs( "hall", 60, white_, nullptr )->watts(), 60u );
 }
 
-TEST_F( DirectoryTest, removingAllGoesInTheMapsOrderAndTellsOfEachName ) {
+TEST_F( DirectoryTest, RemovingAllGoesInTheMapsOrderAndTellsOfEachName ) {
    for ( U32 i = 0; i < 30; ++i ) dir->lampIs( Vor::format( "lamp%u", i ), i, white_, nullptr );
    Story expected;
    for ( auto const & [name, member] : dir->members() ) expected.push_back( name.string().stdString() + " gone" );
@@ -144,7 +144,7 @@ TEST_F( DirectoryTest, removingAllGoesInTheMapsOrderAndTellsOfEachName ) {
    EXPECT_EQ( Lamp::living, 0 );
 }
 
-TEST_F( DirectoryTest, anObserverMayChangeTheDirectoryWhileAllAreRemoved ) {
+TEST_F( DirectoryTest, AnObserverMayChangeTheDirectoryWhileAllAreRemoved ) {
    for ( U32 i = 0; i < 8; ++i ) dir->lampIs( Vor::format( "lamp%u", i ), i, white_, nullptr );
    watch->story.clear();
    watch->then = [&] {
@@ -157,7 +157,7 @@ TEST_F( DirectoryTest, anObserverMayChangeTheDirectoryWhileAllAreRemoved ) {
    EXPECT_EQ( dir->members().count(), 1u );
 }
 
-TEST_F( DirectoryTest, anObserverMayDropTheDirectoryWhileAllAreRemoved ) {
+TEST_F( DirectoryTest, AnObserverMayDropTheDirectoryWhileAllAreRemoved ) {
    for ( U32 i = 0; i < 8; ++i ) dir->lampIs( Vor::format( "lamp%u", i ), i, white_, nullptr );
    LampDir * const plain = dir.ptr();
    dir = nullptr;
@@ -167,7 +167,7 @@ TEST_F( DirectoryTest, anObserverMayDropTheDirectoryWhileAllAreRemoved ) {
    EXPECT_EQ( LampDir::staticType().allocated(), 0u );
 }
 
-TEST_F( DirectoryTest, notifyingTellsOfAnyNameAndChangesNothing ) {
+TEST_F( DirectoryTest, NotifyingTellsOfAnyNameAndChangesNothing ) {
    hall();
    watch->story.clear();
    dir->memberNotify( "hall" );
@@ -175,7 +175,7 @@ TEST_F( DirectoryTest, notifyingTellsOfAnyNameAndChangesNothing ) {
    EXPECT_THAT( watch->story, ElementsAre( "hall held by 'lamp', /lamps/hall", "attic gone" ) );
 }
 
-TEST_F( DirectoryTest, aGenericObserverGetsTheKey ) {
+TEST_F( DirectoryTest, AGenericObserverGetsTheKey ) {
    Story story;
    Ptr<EntityWatch> const generic = new EntityWatch( story, "all", dir );
    hall();
@@ -183,7 +183,7 @@ TEST_F( DirectoryTest, aGenericObserverGetsTheKey ) {
    EXPECT_THAT( story, ElementsAre( "all: lamps.lamp[hall]", "all: lamps.lamp[hall]" ) );
 }
 
-TEST_F( DirectoryTest, aMemberOutlivesItsDirectoryWithoutAParent ) {
+TEST_F( DirectoryTest, AMemberOutlivesItsDirectoryWithoutAParent ) {
    Ptr<Lamp> const made = hall();
    watch = nullptr;
    dir = nullptr;

@@ -45,7 +45,7 @@ class EntityTest : public testing::Test {
    Ptr<Lamp> lamp = plainLamp();
 };
 
-TEST_F( EntityTest, namesFormAPath ) {
+TEST_F( EntityTest, NamesFormAPath ) {
    Ptr<Vor::Entity> const root = Vor::entityFactory( "hardware" );
    Ptr<Vor::Entity> const branch = Vor::entityFactory( "max24305" );
    EXPECT_EQ( branch->fullName(), "/max24305" );
@@ -56,7 +56,7 @@ TEST_F( EntityTest, namesFormAPath ) {
    EXPECT_EQ( branch->parentAttrName(), "" );
 }
 
-TEST_F( EntityTest, aSetterStoresAndTellsOnlyOfAChange ) {
+TEST_F( EntityTest, ASetterStoresAndTellsOnlyOfAChange ) {
    auto const watcher = watch( "w", lamp );
    lamp->brightnessIs( 0 );
    lamp->brightnessIs( 5 );
@@ -65,7 +65,7 @@ TEST_F( EntityTest, aSetterStoresAndTellsOnlyOfAChange ) {
    EXPECT_THAT( story, ElementsAre( "w: brightness 5", "w: lit" ) );
 }
 
-TEST_F( EntityTest, aCollectionTellsOfTheKeyAndNeverOfTheWhole ) {
+TEST_F( EntityTest, ACollectionTellsOfTheKeyAndNeverOfTheWhole ) {
    auto const watcher = watch( "w", lamp );
    lamp->notesIs( 3, "a" );
    lamp->notesIs( 3, "a" );
@@ -75,7 +75,7 @@ TEST_F( EntityTest, aCollectionTellsOfTheKeyAndNeverOfTheWhole ) {
    EXPECT_THAT( story, ElementsAre( "w: note 3", "w: note 3", "w: note 3" ) );
 }
 
-TEST_F( EntityTest, observersAreToldInTheOrderInWhichTheyJoined ) {
+TEST_F( EntityTest, ObserversAreToldInTheOrderInWhichTheyJoined ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    first->notifierIs( nullptr );
@@ -84,7 +84,7 @@ TEST_F( EntityTest, observersAreToldInTheOrderInWhichTheyJoined ) {
    EXPECT_THAT( story, ElementsAre( "2: lit", "1: lit" ) );
 }
 
-TEST_F( EntityTest, aGenericObserverGetsEveryChangeWithItsAttributeAndKey ) {
+TEST_F( EntityTest, AGenericObserverGetsEveryChangeWithItsAttributeAndKey ) {
    auto const watcher = watchAll( "all", lamp );
    lamp->brightnessIs( 1 );
    lamp->notesIs( 3, "a" );
@@ -93,7 +93,7 @@ TEST_F( EntityTest, aGenericObserverGetsEveryChangeWithItsAttributeAndKey ) {
    EXPECT_THAT( story, ElementsAre( "all: lamp.brightness", "all: lamp.notes[3]", "all: lamp.lit" ) );
 }
 
-TEST_F( EntityTest, theGenericObserverIsToldFirstAndAfterTheValueIsStored ) {
+TEST_F( EntityTest, TheGenericObserverIsToldFirstAndAfterTheValueIsStored ) {
    auto const typed = watch( "typed", lamp );
    auto const generic = watchAll( "generic", lamp );
    U32 seen = 0;
@@ -103,7 +103,7 @@ TEST_F( EntityTest, theGenericObserverIsToldFirstAndAfterTheValueIsStored ) {
    EXPECT_THAT( story, ElementsAre( "generic: lamp.brightness", "typed: brightness 9" ) );
 }
 
-TEST_F( EntityTest, aNestedChangeIsRecordedAfterTheChangeThatCausedIt ) {
+TEST_F( EntityTest, ANestedChangeIsRecordedAfterTheChangeThatCausedIt ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    auto const generic = watchAll( "all", lamp );
@@ -114,7 +114,7 @@ TEST_F( EntityTest, aNestedChangeIsRecordedAfterTheChangeThatCausedIt ) {
                 "all: lamp.brightness", "1: brightness 2", "all: lamp.lit", "1: lit", "2: lit", "2: brightness 2" ) );
 }
 
-TEST_F( EntityTest, aNestedChangeOfTheSameAttributeReachesEverybody ) {
+TEST_F( EntityTest, ANestedChangeOfTheSameAttributeReachesEverybody ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    first->then = [&] {
@@ -125,7 +125,7 @@ TEST_F( EntityTest, aNestedChangeOfTheSameAttributeReachesEverybody ) {
    EXPECT_THAT( story, ElementsAre( "1: brightness 2", "1: brightness 3", "2: brightness 3", "2: brightness 3" ) );
 }
 
-TEST_F( EntityTest, anObserverMayLeaveDuringAVisit ) {
+TEST_F( EntityTest, AnObserverMayLeaveDuringAVisit ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    auto const third = watch( "3", lamp );
@@ -137,7 +137,7 @@ TEST_F( EntityTest, anObserverMayLeaveDuringAVisit ) {
    EXPECT_THAT( story, ElementsAre( "1: lit", "3: lit" ) );
 }
 
-TEST_F( EntityTest, anObserverThatJoinsDuringAVisitWaitsForTheNextChange ) {
+TEST_F( EntityTest, AnObserverThatJoinsDuringAVisitWaitsForTheNextChange ) {
    auto const first = watch( "1", lamp );
    Ptr<LampWatch> late;
    first->then = [&] {
@@ -149,7 +149,7 @@ TEST_F( EntityTest, anObserverThatJoinsDuringAVisitWaitsForTheNextChange ) {
    EXPECT_THAT( story, ElementsAre( "1: lit", "1: unlit", "late: unlit" ) );
 }
 
-TEST_F( EntityTest, anObserverMayDestroyItselfAndOthersDuringAVisit ) {
+TEST_F( EntityTest, AnObserverMayDestroyItselfAndOthersDuringAVisit ) {
    auto first = watch( "1", lamp );
    auto second = watch( "2", lamp );
    auto third = watch( "3", lamp );
@@ -162,7 +162,7 @@ TEST_F( EntityTest, anObserverMayDestroyItselfAndOthersDuringAVisit ) {
    EXPECT_EQ( first, nullptr );
 }
 
-TEST_F( EntityTest, anObserverMayDropTheLastReferenceToTheEntity ) {
+TEST_F( EntityTest, AnObserverMayDropTheLastReferenceToTheEntity ) {
    auto first = watch( "1", lamp );
    auto second = watch( "2", lamp );
    Lamp * const plain = lamp.ptr();
@@ -177,7 +177,7 @@ TEST_F( EntityTest, anObserverMayDropTheLastReferenceToTheEntity ) {
    EXPECT_THAT( story, ElementsAre( "1: lit" ) );
 }
 
-TEST_F( EntityTest, aGenericObserverMayDoAllOfThatToo ) {
+TEST_F( EntityTest, AGenericObserverMayDoAllOfThatToo ) {
    auto first = watchAll( "1", lamp );
    auto second = watchAll( "2", lamp );
    auto third = watchAll( "3", lamp );
@@ -200,7 +200,7 @@ TEST_F( EntityTest, aGenericObserverMayDoAllOfThatToo ) {
    EXPECT_THAT( story, ElementsAre( "1: lamp.lit", "3: lamp.lit" ) );
 }
 
-TEST_F( EntityTest, anObserverThatIsSwitchedOffOrAZombieIsPassedOver ) {
+TEST_F( EntityTest, AnObserverThatIsSwitchedOffOrAZombieIsPassedOver ) {
    auto const off = watch( "off", lamp );
    auto const zombie = watch( "zombie", lamp );
    auto const generic = watchAll( "generic", lamp );
@@ -214,7 +214,7 @@ TEST_F( EntityTest, anObserverThatIsSwitchedOffOrAZombieIsPassedOver ) {
    EXPECT_THAT( story, ElementsAre( "zombie: unlit" ) );   // and nothing is replayed
 }
 
-TEST_F( EntityTest, anObserverIsRegisteredUntilItIsDeregistered ) {
+TEST_F( EntityTest, AnObserverIsRegisteredUntilItIsDeregistered ) {
    auto const watcher = watch( "w", lamp );
    watcher->isRegisteredNotifieeIs( false );
    lamp->litIs( true );
@@ -223,7 +223,7 @@ TEST_F( EntityTest, anObserverIsRegisteredUntilItIsDeregistered ) {
    EXPECT_THAT( story, ElementsAre( "w: unlit" ) );
 }
 
-TEST_F( EntityTest, theSameNotifierDoesNothingAndNoneOnlyLeaves ) {
+TEST_F( EntityTest, TheSameNotifierDoesNothingAndNoneOnlyLeaves ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    first->notifierIs( lamp );   // keeps its place
@@ -235,7 +235,7 @@ TEST_F( EntityTest, theSameNotifierDoesNothingAndNoneOnlyLeaves ) {
    EXPECT_EQ( story.back(), "2: unlit" );
 }
 
-TEST_F( EntityTest, anEntityOfAnotherTypeIsNoNotifier ) {
+TEST_F( EntityTest, AnEntityOfAnotherTypeIsNoNotifier ) {
    auto const watcher = watch( "w", lamp );
    watcher->notifierIs( Vor::entityFactory( "other" ) );
    EXPECT_EQ( watcher->notifier(), nullptr );
@@ -243,7 +243,7 @@ TEST_F( EntityTest, anEntityOfAnotherTypeIsNoNotifier ) {
    EXPECT_THAT( story, IsEmpty() );
 }
 
-TEST_F( EntityTest, anObserverHoldsItsNotifier ) {
+TEST_F( EntityTest, AnObserverHoldsItsNotifier ) {
    auto watcher = watch( "w", lamp );
    lamp = nullptr;
    EXPECT_EQ( Lamp::living, 1 );
@@ -251,7 +251,7 @@ TEST_F( EntityTest, anObserverHoldsItsNotifier ) {
    EXPECT_EQ( Lamp::living, 0 );
 }
 
-TEST_F( EntityTest, aWritingObserverWritesItsNotifier ) {
+TEST_F( EntityTest, AWritingObserverWritesItsNotifier ) {
    struct Dimmer final : Lamp::Notifiee {
       void onLit() override { notifier()->brightnessIs( 100 ); }
    };
@@ -285,7 +285,7 @@ Vor::Type const & DimmedLamp::staticType() {
    return type;
 }
 
-TEST_F( EntityTest, aDerivedTypeTellsTheObserversOfItsBaseToo ) {
+TEST_F( EntityTest, ADerivedTypeTellsTheObserversOfItsBaseToo ) {
    struct DimmedWatch final : DimmedLamp::NotifieeConst {
       explicit DimmedWatch( Story & s ) : story( s ) {}
       void onLit() override { story.push_back( "derived: lit" ); }
@@ -307,13 +307,13 @@ struct Eager final : Lamp {
    Eager() : Lamp( "eager", 40, white_, nullptr ) { litIs( true ); }
 };
 
-TEST_F( EntityTest, aChangeInTheConstructorLeavesTheObjectAlive ) {
+TEST_F( EntityTest, AChangeInTheConstructorLeavesTheObjectAlive ) {
    Ptr<Eager> const eager = new Eager;
    EXPECT_TRUE( eager->lit() );
    EXPECT_EQ( eager->references(), 1 );
 }
 
-TEST_F( EntityTest, anExceptionOfAnObserverEndsTheVisitAndNothingElse ) {
+TEST_F( EntityTest, AnExceptionOfAnObserverEndsTheVisitAndNothingElse ) {
    auto const first = watch( "1", lamp );
    auto const second = watch( "2", lamp );
    first->then = [] { throw Vor::Exception( "no" ); };

@@ -18,23 +18,23 @@ static_assert( Vor::Enumeration<Colour> );
 static_assert( !Vor::Enumeration<U32> );
 static_assert( !std::is_convertible_v<U32, Colour> );
 
-TEST( Enumeration, anInstanceIsFoundByItsNumber ) {
+TEST( Enumeration, AnInstanceIsFoundByItsNumber ) {
    EXPECT_EQ( enumInstance<Colour>( 0 ), white_ );
    EXPECT_EQ( enumInstance<Colour>( 1 ), red_ );
    EXPECT_EQ( enumInstance<Colour>( 7 ), deepBlue_ );
 }
 
-TEST( Enumeration, aNumberOutsideTheTableIsARangeError ) {
+TEST( Enumeration, ANumberOutsideTheTableIsARangeError ) {
    for ( unsigned const value : { 2u, 6u, 8u, 4294967295u } )
       EXPECT_THROW( enumInstance<Colour>( value ), RangeException ) << value;
 }
 
-TEST( Enumeration, anInstanceIsFoundByItsText ) {
+TEST( Enumeration, AnInstanceIsFoundByItsText ) {
    EXPECT_EQ( enumInstance<Colour>( String( "white" ) ), white_ );
    EXPECT_EQ( enumInstance<Colour>( String( "deepBlue" ) ), deepBlue_ );
 }
 
-TEST( Enumeration, anUnknownTextIsARangeErrorThatTellsWhatIsKnown ) {
+TEST( Enumeration, AnUnknownTextIsARangeErrorThatTellsWhatIsKnown ) {
    for ( char const * text : { "", "re", "redd", "Red", "red_", "'red'", "1" } )
       EXPECT_THROW( enumInstance<Colour>( String( text ) ), RangeException ) << text;
    try {
@@ -44,7 +44,7 @@ TEST( Enumeration, anUnknownTextIsARangeErrorThatTellsWhatIsKnown ) {
    }
 }
 
-TEST( Enumeration, textForms ) {
+TEST( Enumeration, TextForms ) {
    EXPECT_EQ( stringValue( deepBlue_ ), "deepBlue" );
    EXPECT_EQ( valueToStrep( deepBlue_ ), "'deepBlue'" );
    std::ostringstream out;
@@ -52,12 +52,12 @@ TEST( Enumeration, textForms ) {
    EXPECT_EQ( out.str(), "red" );
 }
 
-TEST( Enumeration, aValueWithoutAnEnumeratorShowsItsNumber ) {
+TEST( Enumeration, AValueWithoutAnEnumeratorShowsItsNumber ) {
    EXPECT_EQ( stringValue( static_cast<Colour>( 5 ) ), "5" );
    EXPECT_EQ( enumType( Colour{} ).text( 5 ), nullptr );
 }
 
-TEST( Enumeration, anEnumeratorIsReadQuotedOrBareAndThePlaceMovesBehindIt ) {
+TEST( Enumeration, AnEnumeratorIsReadQuotedOrBareAndThePlaceMovesBehindIt ) {
    for ( char const * form : { "'deepBlue', rest", "deepBlue, rest" } ) {
       String const text = form;
       auto pos = text.begin();
@@ -66,7 +66,7 @@ TEST( Enumeration, anEnumeratorIsReadQuotedOrBareAndThePlaceMovesBehindIt ) {
    }
 }
 
-TEST( Enumeration, whatIsPrintedIsReadBack ) {
+TEST( Enumeration, WhatIsPrintedIsReadBack ) {
    for ( Colour const colour : { white_, red_, deepBlue_ } ) {
       String const text = valueToStrep( colour );
       auto pos = text.begin();
@@ -75,7 +75,7 @@ TEST( Enumeration, whatIsPrintedIsReadBack ) {
    }
 }
 
-TEST( Enumeration, anUnknownTextIsARangeErrorAndLeavesThePlace ) {
+TEST( Enumeration, AnUnknownTextIsARangeErrorAndLeavesThePlace ) {
    for ( char const * form : { "", "'", "'red", "'pink'", "redder", " red", "'red ", "7" } ) {
       String const text = form;
       auto pos = text.begin();
@@ -84,7 +84,7 @@ TEST( Enumeration, anUnknownTextIsARangeErrorAndLeavesThePlace ) {
    }
 }
 
-TEST( Enumeration, theDescriptorListsTheTable ) {
+TEST( Enumeration, TheDescriptorListsTheTable ) {
    Vor::EnumType const & type = enumType( Colour{} );
    EXPECT_STREQ( type.name(), "Test::Colour" );
    ASSERT_EQ( type.enumerators().size(), 3u );

@@ -11,14 +11,14 @@
 namespace Vor {
 namespace {
 
-TEST( HashMap, anAbsentKeyGivesADefaultValue ) {
+TEST( HashMap, AnAbsentKeyGivesADefaultValue ) {
    HashMap2018<U32> const map;
    EXPECT_FALSE( map.has( 8 ) );
    EXPECT_EQ( map.value( 8 ), 0u );
    EXPECT_EQ( map.count(), 0u );
 }
 
-TEST( HashMap, settingTellsWhetherTheMapDiffersAfterwards ) {
+TEST( HashMap, SettingTellsWhetherTheMapDiffersAfterwards ) {
    HashMap2018<U32> map;
    EXPECT_TRUE( map.valueIs( 7, 0 ) );   // a default value is a value
    EXPECT_TRUE( map.has( 7 ) );
@@ -28,7 +28,7 @@ TEST( HashMap, settingTellsWhetherTheMapDiffersAfterwards ) {
    EXPECT_EQ( map.count(), 1u );
 }
 
-TEST( HashMap, removingGivesTheValueThatWasThere ) {
+TEST( HashMap, RemovingGivesTheValueThatWasThere ) {
    HashMap<Name, String> map;
    map.valueIs( "a", "first" );
    EXPECT_EQ( map.valueDel( "a" ), "first" );
@@ -36,7 +36,7 @@ TEST( HashMap, removingGivesTheValueThatWasThere ) {
    EXPECT_FALSE( map.has( "a" ) );
 }
 
-TEST( HashMap, theOrderOfTheKeysIsThatOfTheWalk ) {
+TEST( HashMap, TheOrderOfTheKeysIsThatOfTheWalk ) {
    HashMap<Name, U32> map;
    for ( U32 i = 0; i < 20; ++i ) map.valueIs( format( "key%u", i ), i );
    std::vector<Name> walked;
@@ -48,14 +48,14 @@ TEST( HashMap, theOrderOfTheKeysIsThatOfTheWalk ) {
    EXPECT_EQ( walked.size(), 20u );
 }
 
-TEST( HashMap, keysAtBothEndsOfTheRange ) {
+TEST( HashMap, KeysAtBothEndsOfTheRange ) {
    HashMap2018<bool> map;
    map.valueIs( 0, true );
    map.valueIs( 0xFFFFFFFF, true );
    EXPECT_THAT( map.keys(), testing::UnorderedElementsAre( 0u, 0xFFFFFFFFu ) );
 }
 
-TEST( HashMap, randomOperationsAgreeWithAnOrderedMap ) {
+TEST( HashMap, RandomOperationsAgreeWithAnOrderedMap ) {
    auto const seed = std::random_device{}();
    SCOPED_TRACE( "seed " + std::to_string( seed ) );
    std::mt19937 random( seed );

@@ -36,7 +36,7 @@ template<class Step> void expectFull( Queue & queue, Step && step ) {
    EXPECT_EQ( queue.nextIndex(), next );
 }
 
-TEST( LinkQueue, aNewOneIsEmpty ) {
+TEST( LinkQueue, ANewOneIsEmpty ) {
    Queue const queue;
    EXPECT_TRUE( queue.empty() );
    EXPECT_EQ( queue.count(), 0u );
@@ -48,7 +48,7 @@ TEST( LinkQueue, aNewOneIsEmpty ) {
    EXPECT_THAT( indexes( queue ), IsEmpty() );
 }
 
-TEST( LinkQueue, indexesAreConsecutiveAndNotUsedAgain ) {
+TEST( LinkQueue, IndexesAreConsecutiveAndNotUsedAgain ) {
    Queue queue;
    EXPECT_EQ( queue.enq( "a" ), 0u );
    EXPECT_EQ( queue.enq( "b" ), 1u );
@@ -57,7 +57,7 @@ TEST( LinkQueue, indexesAreConsecutiveAndNotUsedAgain ) {
    EXPECT_EQ( queue.enq( "d" ), 3u );
 }
 
-TEST( LinkQueue, theIndexOfARemovedTailIsNotUsedAgain ) {
+TEST( LinkQueue, TheIndexOfARemovedTailIsNotUsedAgain ) {
    Queue queue;
    queue.enq( "a" );
    queue.enq( "b" );
@@ -65,7 +65,7 @@ TEST( LinkQueue, theIndexOfARemovedTailIsNotUsedAgain ) {
    EXPECT_EQ( queue.enq( "c" ), 2u );
 }
 
-TEST( LinkQueue, elementsStandInTheOrderOfTheirIndexes ) {
+TEST( LinkQueue, ElementsStandInTheOrderOfTheirIndexes ) {
    Queue queue;
    for ( U32 const index : { 7u, 2u, 9u, 0u, 5u } ) queue.valueIs( index, std::to_string( index ) );
    EXPECT_THAT( indexes( queue ), ElementsAre( 0, 2, 5, 7, 9 ) );
@@ -76,14 +76,14 @@ TEST( LinkQueue, elementsStandInTheOrderOfTheirIndexes ) {
    EXPECT_EQ( queue.element( 6 ), nullptr );
 }
 
-TEST( LinkQueue, placingFromTheCounterOnMovesIt ) {
+TEST( LinkQueue, PlacingFromTheCounterOnMovesIt ) {
    Queue queue;
    queue.valueIs( 10, "k" );
    EXPECT_EQ( queue.nextIndex(), 11u );
    EXPECT_EQ( queue.enq( "l" ), 11u );
 }
 
-TEST( LinkQueue, placingBelowTheCounterLeavesIt ) {
+TEST( LinkQueue, PlacingBelowTheCounterLeavesIt ) {
    Queue queue;
    queue.valueIs( 10, "k" );
    queue.valueIs( 3, "d" );
@@ -94,7 +94,7 @@ TEST( LinkQueue, placingBelowTheCounterLeavesIt ) {
    EXPECT_EQ( queue.nextIndex(), 13u );
 }
 
-TEST( LinkQueue, replacingKeepsTheElementAndTheCounter ) {
+TEST( LinkQueue, ReplacingKeepsTheElementAndTheCounter ) {
    Queue queue;
    queue.valueIs( 4, "old" );
    auto const element = queue.element( 4 );
@@ -105,7 +105,7 @@ TEST( LinkQueue, replacingKeepsTheElementAndTheCounter ) {
    EXPECT_EQ( element->value(), "new" );
 }
 
-TEST( LinkQueue, anElementOutlivesItsPlace ) {
+TEST( LinkQueue, AnElementOutlivesItsPlace ) {
    Queue queue;
    queue.enq( "a" );
    auto const head = queue.head();
@@ -115,7 +115,7 @@ TEST( LinkQueue, anElementOutlivesItsPlace ) {
    EXPECT_EQ( head->references(), 1 );
 }
 
-TEST( LinkQueue, removingAnAbsentIndexDoesNothing ) {
+TEST( LinkQueue, RemovingAnAbsentIndexDoesNothing ) {
    Queue queue;
    EXPECT_FALSE( queue.valueDel( 0 ) );
    queue.enq( "a" );
@@ -125,13 +125,13 @@ TEST( LinkQueue, removingAnAbsentIndexDoesNothing ) {
 
 // The end of the index space.
 
-TEST( LinkQueue, theLastIndexBesideIndexZeroIsFull ) {
+TEST( LinkQueue, TheLastIndexBesideIndexZeroIsFull ) {
    Queue queue;
    queue.enq( "a" );
    expectFull( queue, [&] { queue.valueIs( lastIndex, "z" ); } );   // the counter would come round to the head
 }
 
-TEST( LinkQueue, theLastIndexBesideAnotherHeadLeavesRoomBelowIt ) {
+TEST( LinkQueue, TheLastIndexBesideAnotherHeadLeavesRoomBelowIt ) {
    Queue queue;
    queue.valueIs( 5, "f" );
    queue.valueIs( lastIndex, "z" );
@@ -145,7 +145,7 @@ TEST( LinkQueue, theLastIndexBesideAnotherHeadLeavesRoomBelowIt ) {
    EXPECT_EQ( queue.enq( "b" ), 6u );   // behind the new tail
 }
 
-TEST( LinkQueue, theIndexBelowTheHeadIsFullAfterComingRound ) {
+TEST( LinkQueue, TheIndexBelowTheHeadIsFullAfterComingRound ) {
    Queue queue;
    queue.valueIs( 5, "f" );
    queue.valueIs( lastIndex, "z" );
@@ -155,7 +155,7 @@ TEST( LinkQueue, theIndexBelowTheHeadIsFullAfterComingRound ) {
    EXPECT_THAT( indexes( queue ), ElementsAre( 3, 5, lastIndex ) );
 }
 
-TEST( LinkQueue, theIndexBelowTheHeadIsFreeBeforeComingRound ) {
+TEST( LinkQueue, TheIndexBelowTheHeadIsFreeBeforeComingRound ) {
    Queue queue;
    queue.valueIs( 5, "f" );
    queue.valueIs( 4, "e" );
@@ -163,7 +163,7 @@ TEST( LinkQueue, theIndexBelowTheHeadIsFreeBeforeComingRound ) {
    EXPECT_EQ( queue.nextIndex(), 6u );
 }
 
-TEST( LinkQueue, theLastIndexAloneIsNotFull ) {
+TEST( LinkQueue, TheLastIndexAloneIsNotFull ) {
    Queue queue;
    queue.valueIs( lastIndex, "z" );
    EXPECT_EQ( queue.nextIndex(), 0u );
@@ -172,7 +172,7 @@ TEST( LinkQueue, theLastIndexAloneIsNotFull ) {
    expectFull( queue, [&] { queue.enq( "b" ); } );
 }
 
-TEST( LinkQueue, replacingCannotFailForSpace ) {
+TEST( LinkQueue, ReplacingCannotFailForSpace ) {
    Queue queue;
    queue.valueIs( lastIndex, "z" );
    queue.enq( "a" );
@@ -183,7 +183,7 @@ TEST( LinkQueue, replacingCannotFailForSpace ) {
    EXPECT_EQ( queue.nextIndex(), 1u );
 }
 
-TEST( LinkQueue, anEmptiedQueueComesRound ) {
+TEST( LinkQueue, AnEmptiedQueueComesRound ) {
    Queue queue;
    queue.valueIs( lastIndex, "z" );
    queue.valueDel( lastIndex );
@@ -192,7 +192,7 @@ TEST( LinkQueue, anEmptiedQueueComesRound ) {
 
 // Walks.
 
-TEST( LinkQueue, aWalkGoesOnBehindTheElementItRemoves ) {
+TEST( LinkQueue, AWalkGoesOnBehindTheElementItRemoves ) {
    Queue queue;
    for ( int i = 0; i < 6; ++i ) queue.enq( std::to_string( i ) );
    std::vector<U32> walked;
@@ -204,7 +204,7 @@ TEST( LinkQueue, aWalkGoesOnBehindTheElementItRemoves ) {
    EXPECT_THAT( queue.keys(), ElementsAre( 1, 3, 5 ) );
 }
 
-TEST( LinkQueue, aWalkSurvivesAnyChangeUnderIt ) {
+TEST( LinkQueue, AWalkSurvivesAnyChangeUnderIt ) {
    Queue queue;
    for ( U32 const index : { 10u, 20u, 30u, 40u } ) queue.valueIs( index, "" );
    auto walk = queue.begin();
@@ -227,7 +227,7 @@ TEST( LinkQueue, aWalkSurvivesAnyChangeUnderIt ) {
    EXPECT_TRUE( walk == queue.end() );
 }
 
-TEST( LinkQueue, aWalkSeesWhatIsAppendedBeforeItEnds ) {
+TEST( LinkQueue, AWalkSeesWhatIsAppendedBeforeItEnds ) {
    Queue queue;
    queue.enq( "a" );
    std::string text;
@@ -238,7 +238,7 @@ TEST( LinkQueue, aWalkSeesWhatIsAppendedBeforeItEnds ) {
    EXPECT_EQ( text, "abb" );
 }
 
-TEST( LinkQueue, aWalkAtTheLastIndexEnds ) {
+TEST( LinkQueue, AWalkAtTheLastIndexEnds ) {
    Queue queue;
    queue.valueIs( lastIndex, "z" );
    EXPECT_THAT( indexes( queue ), ElementsAre( lastIndex ) );
@@ -268,7 +268,7 @@ struct Model {
    }
 };
 
-TEST( LinkQueue, randomOperationsAgreeWithTheModel ) {
+TEST( LinkQueue, RandomOperationsAgreeWithTheModel ) {
    auto const seed = std::random_device{}();
    SCOPED_TRACE( "seed " + std::to_string( seed ) );
    std::mt19937 random( seed );

@@ -71,7 +71,7 @@ class ReactorTest : public testing::Test {
    Ptr<Keeper> keeper = Vor::allocate<Keeper>( story, hall, attic );
 };
 
-TEST_F( ReactorTest, attachingIsSilentAndNothingIsHeardBeforeTheMachineIsSwitchedOn ) {
+TEST_F( ReactorTest, AttachingIsSilentAndNothingIsHeardBeforeTheMachineIsSwitchedOn ) {
    EXPECT_EQ( keeper->hall(), hall );
    hall->litIs( true );
    attic->litIs( true );
@@ -85,13 +85,13 @@ TEST_F( ReactorTest, attachingIsSilentAndNothingIsHeardBeforeTheMachineIsSwitche
    EXPECT_EQ( attic->brightness(), 1u );
 }
 
-TEST_F( ReactorTest, aKeyIsPassedOn ) {
+TEST_F( ReactorTest, AKeyIsPassedOn ) {
    active();
    hall->notesIs( 3, "n" );
    EXPECT_THAT( story, ElementsAre( "note 3" ) );
 }
 
-TEST_F( ReactorTest, switchingOffSilencesEveryReactor ) {
+TEST_F( ReactorTest, SwitchingOffSilencesEveryReactor ) {
    active();
    keeper->hasNotificationActiveIs( false );
    hall->litIs( true );
@@ -100,7 +100,7 @@ TEST_F( ReactorTest, switchingOffSilencesEveryReactor ) {
    EXPECT_EQ( attic->brightness(), 0u );
 }
 
-TEST_F( ReactorTest, theSameNotifierDoesNothing ) {
+TEST_F( ReactorTest, TheSameNotifierDoesNothing ) {
    active();
    auto const * const before = keeper->hallReactor();
    keeper->hallIs( hall );
@@ -108,7 +108,7 @@ TEST_F( ReactorTest, theSameNotifierDoesNothing ) {
    EXPECT_THAT( story, IsEmpty() );
 }
 
-TEST_F( ReactorTest, noNotifierDeletesTheReactor ) {
+TEST_F( ReactorTest, NoNotifierDeletesTheReactor ) {
    active();
    keeper->hallIs( nullptr );
    EXPECT_EQ( keeper->hallReactor(), nullptr );
@@ -120,7 +120,7 @@ TEST_F( ReactorTest, noNotifierDeletesTheReactor ) {
    keeper->hallDel();
 }
 
-TEST_F( ReactorTest, anotherNotifierRePointsTheReactorAndTellsIt ) {
+TEST_F( ReactorTest, AnotherNotifierRePointsTheReactorAndTellsIt ) {
    active();
    auto const * const before = keeper->hallReactor();
    Ptr<Lamp> const landing = plainLamp( "landing" );
@@ -135,7 +135,7 @@ TEST_F( ReactorTest, anotherNotifierRePointsTheReactorAndTellsIt ) {
    EXPECT_EQ( story.size(), 4u );
 }
 
-TEST_F( ReactorTest, aNewReactorIsSilentAndTakesTheMachinesFlag ) {
+TEST_F( ReactorTest, ANewReactorIsSilentAndTakesTheMachinesFlag ) {
    active();
    keeper->hallIs( nullptr );
    keeper->hallIs( hall );
@@ -149,7 +149,7 @@ TEST_F( ReactorTest, aNewReactorIsSilentAndTakesTheMachinesFlag ) {
    EXPECT_EQ( story.size(), 2u );
 }
 
-TEST_F( ReactorTest, reactorsAreNoReferencesToTheirMachine ) {
+TEST_F( ReactorTest, ReactorsAreNoReferencesToTheirMachine ) {
    EXPECT_EQ( keeper->references(), 1 );
    active();
    keeper = nullptr;
@@ -160,14 +160,14 @@ TEST_F( ReactorTest, reactorsAreNoReferencesToTheirMachine ) {
    EXPECT_EQ( story.size(), 1u );
 }
 
-TEST_F( ReactorTest, theMachineIsHeldWhileItReacts ) {
+TEST_F( ReactorTest, TheMachineIsHeldWhileItReacts ) {
    active();
    keeper->then = [this] { keeper = nullptr; };
    hall->litIs( true );
    EXPECT_THAT( story, ElementsAre( "hall", "hall done", "keeper gone" ) );
 }
 
-TEST_F( ReactorTest, theReactorMayBeDroppedWhileItReacts ) {
+TEST_F( ReactorTest, TheReactorMayBeDroppedWhileItReacts ) {
    active();
    auto const other = Ptr<LampWatch>( new LampWatch( story, "other", hall ) );
    keeper->then = [this] { keeper->hallDel(); };
@@ -175,7 +175,7 @@ TEST_F( ReactorTest, theReactorMayBeDroppedWhileItReacts ) {
    EXPECT_THAT( story, ElementsAre( "hall", "hall done", "other: lit" ) );
 }
 
-TEST_F( ReactorTest, noReactorRunsOnceTheLastReferenceHasGone ) {
+TEST_F( ReactorTest, NoReactorRunsOnceTheLastReferenceHasGone ) {
    active();
    keeper->atItsEnd = [this] {
       hall->litIs( true );
@@ -186,7 +186,7 @@ TEST_F( ReactorTest, noReactorRunsOnceTheLastReferenceHasGone ) {
    EXPECT_EQ( attic->brightness(), 0u );
 }
 
-TEST_F( ReactorTest, zombiesAreNotCalledUntilTheMarkIsTakenAway ) {
+TEST_F( ReactorTest, ZombiesAreNotCalledUntilTheMarkIsTakenAway ) {
    active();
    keeper->vorDoZombieReactors( true );
    hall->litIs( true );
@@ -196,7 +196,7 @@ TEST_F( ReactorTest, zombiesAreNotCalledUntilTheMarkIsTakenAway ) {
    EXPECT_EQ( story.size(), 2u );
 }
 
-TEST_F( ReactorTest, aZombieThatIsRePointedIsNotToldOfIt ) {
+TEST_F( ReactorTest, AZombieThatIsRePointedIsNotToldOfIt ) {
    active();
    keeper->vorDoZombieReactors( true );
    keeper->hallIs( plainLamp( "landing" ) );
@@ -221,7 +221,7 @@ class Starter final : public Vor::StateMachine {
    Vor::ReactorAttribute<VorLamp, Lamp, Starter> lamp_{ *this };
 };
 
-TEST_F( ReactorTest, aChangeMadeByTheConstructorReachesTheOtherWatchersOnly ) {
+TEST_F( ReactorTest, AChangeMadeByTheConstructorReachesTheOtherWatchersOnly ) {
    Ptr<Lamp> const lamp = plainLamp();
    Ptr<LampWatch> const other = new LampWatch( story, "other", lamp );
    Ptr<Starter> const starter = Vor::allocate<Starter>( story, lamp );
@@ -256,7 +256,7 @@ class Switchboard final : public Vor::StateMachine {
    Vor::ReactorAttribute<VorLamp, Lamp, Switchboard> second_{ *this };
 };
 
-TEST_F( ReactorTest, reactorsAreSwitchedInTheOrderOfTheirAttributesAndOnlyByAChange ) {
+TEST_F( ReactorTest, ReactorsAreSwitchedInTheOrderOfTheirAttributesAndOnlyByAChange ) {
    Ptr<Switchboard> const machine = Vor::allocate<Switchboard>( story );
    machine->secondIs( attic );
    machine->firstIs( hall );

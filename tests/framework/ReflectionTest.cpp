@@ -34,7 +34,7 @@ Vor::Type const & Point::staticType() {
    return type;
 }
 
-TEST( Reflection, attributesAreGotByName ) {
+TEST( Reflection, AttributesAreGotByName ) {
    Ptr<Lamp> const lamp = lampFactory( "hall", 60, red_, Vor::entityFactory( "socket" ) );
    Reflected const hall( lamp );
    EXPECT_EQ( &hall.type(), &Lamp::staticType() );
@@ -45,7 +45,7 @@ TEST( Reflection, attributesAreGotByName ) {
    EXPECT_EQ( hall.get( "lit" ), Value( false ) );
 }
 
-TEST( Reflection, settingRunsTheSetter ) {
+TEST( Reflection, SettingRunsTheSetter ) {
    Ptr<Lamp> const lamp = plainLamp();
    Story story;
    Ptr<LampWatch> const watch = new LampWatch( story, "w", lamp );
@@ -57,14 +57,14 @@ TEST( Reflection, settingRunsTheSetter ) {
    EXPECT_THAT( story, ElementsAre( "w: brightness 5", "w: lit" ) );
 }
 
-TEST( Reflection, aValueThatDoesNotFitChangesNothing ) {
+TEST( Reflection, AValueThatDoesNotFitChangesNothing ) {
    Ptr<Lamp> const lamp = plainLamp();
    EXPECT_THROW( Reflected( lamp ).set( "brightness", U64{ 1 } << 32 ), Vor::RangeException );
    EXPECT_THROW( Reflected( lamp ).set( "lit", String( "maybe" ) ), Vor::RangeException );
    EXPECT_EQ( lamp->brightness(), 0u );
 }
 
-TEST( Reflection, collectionsAreReadSetAndDeletedByKey ) {
+TEST( Reflection, CollectionsAreReadSetAndDeletedByKey ) {
    Ptr<Lamp> const lamp = plainLamp();
    Story story;
    Ptr<LampWatch> const watch = new LampWatch( story, "w", lamp );
@@ -78,7 +78,7 @@ TEST( Reflection, collectionsAreReadSetAndDeletedByKey ) {
    EXPECT_EQ( lamp->notes().count(), 1u );
 }
 
-TEST( Reflection, aDirectoryGivesItsMembersButTakesNone ) {
+TEST( Reflection, ADirectoryGivesItsMembersButTakesNone ) {
    Ptr<LampDir> const dir = lampDirFactory( "lamps" );
    Ptr<Lamp> const lamp = dir->lampIs( "hall", 40, white_, nullptr );
    Reflected const reflected( dir );
@@ -89,7 +89,7 @@ TEST( Reflection, aDirectoryGivesItsMembersButTakesNone ) {
    EXPECT_EQ( dir->members().count(), 0u );
 }
 
-TEST( Reflection, operationsTakeNamedArgumentsInAnyOrder ) {
+TEST( Reflection, OperationsTakeNamedArgumentsInAnyOrder ) {
    Ptr<Lamp> const lamp = plainLamp();
    Reflected const reflected( lamp );
    EXPECT_EQ( reflected.call( "blink", { { "seconds", U64{ 7 } }, { "times", U64{ 3 } } } ), Value( U64{ 21 } ) );
@@ -101,7 +101,7 @@ TEST( Reflection, operationsTakeNamedArgumentsInAnyOrder ) {
    EXPECT_THAT( Lamp::staticType().attribute( "blink" ).argumentNames, ElementsAre( "times", "seconds" ) );
 }
 
-TEST( Reflection, unknownNamesAreErrors ) {
+TEST( Reflection, UnknownNamesAreErrors ) {
    Reflected const reflected( plainLamp() );
    EXPECT_THROW( reflected.get( "wats" ), NameNotFoundException );
    EXPECT_THROW( reflected.set( "", U64{ 1 } ), NameNotFoundException );
@@ -109,7 +109,7 @@ TEST( Reflection, unknownNamesAreErrors ) {
    EXPECT_THROW( reflected.call( "blinks" ), NameNotFoundException );
 }
 
-TEST( Reflection, whatAnAttributeDoesNotOfferIsNotSupported ) {
+TEST( Reflection, WhatAnAttributeDoesNotOfferIsNotSupported ) {
    Reflected const reflected( plainLamp() );
    EXPECT_THROW( reflected.set( "watts", U64{ 1 } ), OperationNotSupportedException );
    EXPECT_THROW( reflected.get( "notes" ), OperationNotSupportedException );
@@ -126,7 +126,7 @@ TEST( Reflection, whatAnAttributeDoesNotOfferIsNotSupported ) {
    }
 }
 
-TEST( Reflection, aReadOnlyReferenceOnlyReads ) {
+TEST( Reflection, AReadOnlyReferenceOnlyReads ) {
    Ptr<Lamp> const lamp = plainLamp();
    Reflected const reflected{ Ptr<Lamp const>( lamp ) };
    EXPECT_EQ( reflected.get( "lit" ), Value( false ) );
@@ -138,7 +138,7 @@ TEST( Reflection, aReadOnlyReferenceOnlyReads ) {
    EXPECT_FALSE( lamp->lit() );
 }
 
-TEST( Reflection, theObjectIsHeld ) {
+TEST( Reflection, TheObjectIsHeld ) {
    Ptr<Lamp> lamp = plainLamp();
    Reflected const reflected( lamp );
    lamp = nullptr;
@@ -146,7 +146,7 @@ TEST( Reflection, theObjectIsHeld ) {
    EXPECT_EQ( reflected.get( "watts" ), Value( U64{ 40 } ) );
 }
 
-TEST( Reflection, valuesAreWorkedOnInPlace ) {
+TEST( Reflection, ValuesAreWorkedOnInPlace ) {
    Point point;
    Reflected const reflected( point );
    EXPECT_TRUE( reflected.isDefault() );
@@ -159,7 +159,7 @@ TEST( Reflection, valuesAreWorkedOnInPlace ) {
    EXPECT_THROW( Reflected( fixed ).set( "y", U64{ 4 } ), OperationNotSupportedException );
 }
 
-TEST( Reflection, objectsAreHashedByIdentityAndValuesNotAtAll ) {
+TEST( Reflection, ObjectsAreHashedByIdentityAndValuesNotAtAll ) {
    Ptr<Lamp> const lamp = plainLamp();
    EXPECT_EQ( Reflected( lamp ).hash(), Reflected( Ptr<Lamp const>( lamp ) ).hash() );
    EXPECT_NE( Reflected( lamp ).hash(), Reflected( plainLamp() ).hash() );
@@ -167,7 +167,7 @@ TEST( Reflection, objectsAreHashedByIdentityAndValuesNotAtAll ) {
    EXPECT_THROW( Reflected( point ).hash(), Vor::UnhashableTypeException );
 }
 
-TEST( Reflection, anObjectWithoutADescriptorHasNoAttributes ) {
+TEST( Reflection, AnObjectWithoutADescriptorHasNoAttributes ) {
    struct Thing : Vor::PtrInterface {};
    Ptr<Thing> const thing = new Thing;
    EXPECT_THROW( Reflected( thing ).get( "name" ), NameNotFoundException );

@@ -30,7 +30,7 @@ template<class Error, class Step> std::string messageOf( Step && step ) {
    return "";
 }
 
-TEST( Strep, numbersAreDecimalAndBoolsAreWords ) {
+TEST( Strep, NumbersAreDecimalAndBoolsAreWords ) {
    EXPECT_EQ( valueToStrep( 0u ), "0" );
    EXPECT_EQ( valueToStrep( U8{ 255 } ), "255" );
    EXPECT_EQ( valueToStrep( std::numeric_limits<U32>::max() ), "4294967295" );
@@ -40,14 +40,14 @@ TEST( Strep, numbersAreDecimalAndBoolsAreWords ) {
    EXPECT_EQ( valueToStrep( false ), "false" );
 }
 
-TEST( Strep, textsStandInQuotesWithEscapes ) {
+TEST( Strep, TextsStandInQuotesWithEscapes ) {
    EXPECT_EQ( valueToStrep( String( "plain" ) ), "'plain'" );
    EXPECT_EQ( valueToStrep( String() ), "''" );
    EXPECT_EQ( valueToStrep( String( "it's a \\ and\na line" ) ), R"('it\'s a \\ and\na line')" );
    EXPECT_EQ( valueToStrep( Name( "ptp0" ) ), "'ptp0'" );
 }
 
-TEST( Strep, whatIsPrintedIsReadBack ) {
+TEST( Strep, WhatIsPrintedIsReadBack ) {
    auto const seed = std::random_device{}();
    SCOPED_TRACE( "seed " + std::to_string( seed ) );
    std::mt19937 random( seed );
@@ -61,7 +61,7 @@ TEST( Strep, whatIsPrintedIsReadBack ) {
    }
 }
 
-TEST( Strep, literalsAreRequiredExactly ) {
+TEST( Strep, LiteralsAreRequiredExactly ) {
    Text text( "key: 5" );
    needString( text.pos, text.end(), "key: " );
    EXPECT_EQ( text.column(), 5 );
@@ -75,19 +75,19 @@ TEST( Strep, literalsAreRequiredExactly ) {
       "expected \"}\", found the end of the text" );
 }
 
-TEST( Strep, noBlankIsSkippedBeforeALiteral ) {
+TEST( Strep, NoBlankIsSkippedBeforeALiteral ) {
    Text text( " }" );
    EXPECT_THROW( needString( text.pos, text.end(), "}" ), ParseException );
    EXPECT_EQ( text.column(), 0 );
 }
 
-TEST( Strep, aTextThatEndsWithinTheLiteralLacksIt ) {
+TEST( Strep, ATextThatEndsWithinTheLiteralLacksIt ) {
    Text text( "Val" );
    EXPECT_THROW( needString( text.pos, text.end(), "Value" ), ParseException );
    EXPECT_EQ( text.column(), 0 );
 }
 
-TEST( Strep, unsignedNumbersOf32BitsAreRead ) {
+TEST( Strep, UnsignedNumbersOf32BitsAreRead ) {
    for ( auto const & [digits, value] :
          { std::pair{ "0", 0u }, { "007", 7u }, { "4294967295", 4294967295u }, { "60}", 60u } } ) {
       Text text( digits );
@@ -96,7 +96,7 @@ TEST( Strep, unsignedNumbersOf32BitsAreRead ) {
    }
 }
 
-TEST( Strep, otherNumbersFailNamingTheAttributeAndLeaveThePlace ) {
+TEST( Strep, OtherNumbersFailNamingTheAttributeAndLeaveThePlace ) {
    for ( char const * wrong : { "", "x", "-1", "+1", " 1", "0x10", "4294967296", "18446744073709551616" } ) {
       Text text( wrong );
       if ( std::string( wrong ) == "0x10" ) {
@@ -112,7 +112,7 @@ TEST( Strep, otherNumbersFailNamingTheAttributeAndLeaveThePlace ) {
    }
 }
 
-TEST( Strep, anUnclosedTextIsNone ) {
+TEST( Strep, AnUnclosedTextIsNone ) {
    for ( char const * wrong : { "", "abc'", "'", "'abc", "'abc\\'", "'abc\\" } ) {
       Text text( wrong );
       EXPECT_THROW( quotedText( text.pos, text.end() ), ParseException ) << wrong;
@@ -120,14 +120,14 @@ TEST( Strep, anUnclosedTextIsNone ) {
    }
 }
 
-TEST( Strep, aRangeErrorIsRaisedAgainNamingTheAttribute ) {
+TEST( Strep, ARangeErrorIsRaisedAgainNamingTheAttribute ) {
    auto const message = messageOf<DeserializeException>(
       [] { rethrowFromDeserializeAttr( RangeException( "no such colour" ), "type" ); } );
    EXPECT_EQ( message, "attribute 'type': no such colour" );
    static_assert( std::is_base_of_v<ParseException, DeserializeException> );
 }
 
-TEST( Strep, whatWasFoundIsShortenedInMessages ) {
+TEST( Strep, WhatWasFoundIsShortenedInMessages ) {
    Text text( std::string( 41, 'x' ) );
    EXPECT_EQ( foundText( text.pos, text.end() ), String( "'" + std::string( 40, 'x' ) + "...'" ) );
    EXPECT_EQ( foundText( text.pos + 1, text.end() ), String( "'" + std::string( 40, 'x' ) + "'" ) );

@@ -29,7 +29,7 @@ std::vector<std::string> moduleNames() {
    return names;
 }
 
-TEST( TypeRegistry, modulesAndTypesStandInTheOrderOfTheirRegistration ) {
+TEST( TypeRegistry, ModulesAndTypesStandInTheOrderOfTheirRegistration ) {
    Module const nothing( "Nothing", registerNothing );
    Module const fruit( "Fruit", registerFruit );
    EXPECT_THAT( moduleNames(), ElementsAre( "Nothing", "Fruit" ) );
@@ -37,7 +37,7 @@ TEST( TypeRegistry, modulesAndTypesStandInTheOrderOfTheirRegistration ) {
    EXPECT_THAT( fruit.types(), ElementsAre( &pear, &apple ) );
 }
 
-TEST( TypeRegistry, aTypeIsFoundByItsNameWhileItsModuleIsThere ) {
+TEST( TypeRegistry, ATypeIsFoundByItsNameWhileItsModuleIsThere ) {
    EXPECT_EQ( typeRegistry().type( "Test::Apple" ), nullptr );
    {
       Module const fruit( "Fruit", registerFruit );
@@ -48,14 +48,14 @@ TEST( TypeRegistry, aTypeIsFoundByItsNameWhileItsModuleIsThere ) {
    EXPECT_THAT( moduleNames(), IsEmpty() );
 }
 
-TEST( TypeRegistry, modulesMayLeaveInAnyOrder ) {
+TEST( TypeRegistry, ModulesMayLeaveInAnyOrder ) {
    auto first = std::make_unique<Module>( "First", registerNothing );
    Module const second( "Second", registerNothing );
    first.reset();
    EXPECT_THAT( moduleNames(), ElementsAre( "Second" ) );
 }
 
-TEST( TypeRegistry, aNameInUseIsRefusedAndItsModuleDoesNotStay ) {
+TEST( TypeRegistry, ANameInUseIsRefusedAndItsModuleDoesNotStay ) {
    Module const fruit( "Fruit", registerFruit );
    auto const registerAnother = []( Module & module ) { module.typeNodeIs( otherApple ); };
    EXPECT_THROW( Module( "Other", registerAnother ), NameInUseException );
@@ -63,7 +63,7 @@ TEST( TypeRegistry, aNameInUseIsRefusedAndItsModuleDoesNotStay ) {
    EXPECT_EQ( typeRegistry().type( "Test::Apple" ), &apple );
 }
 
-TEST( TypeRegistry, aNameTwiceInOneModuleIsRefused ) {
+TEST( TypeRegistry, ANameTwiceInOneModuleIsRefused ) {
    auto const registerTwice = []( Module & module ) {
       module.typeNodeIs( apple );
       module.typeNodeIs( otherApple );

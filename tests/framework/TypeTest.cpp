@@ -25,14 +25,14 @@ std::string messageOf( auto && step ) {
    return "";
 }
 
-TEST( Type, attributesStandInTheOrderOfTheList ) {
+TEST( Type, AttributesStandInTheOrderOfTheList ) {
    std::vector<std::string_view> names;
    for ( Attribute const & attribute : Lamp::staticType().attributes() ) names.push_back( attribute.name );
    EXPECT_THAT(
       names, testing::ElementsAre( "name", "watts", "colour", "socket", "brightness", "lit", "notes", "blink" ) );
 }
 
-TEST( Type, attributesSayOfWhichKindTheyAre ) {
+TEST( Type, AttributesSayOfWhichKindTheyAre ) {
    Vor::Type const & type = Lamp::staticType();
    EXPECT_EQ( type.attribute( "watts" ).kind, Attribute::Kind::constructorParameter );
    EXPECT_EQ( type.attribute( "lit" ).kind, Attribute::Kind::changeable );
@@ -40,14 +40,14 @@ TEST( Type, attributesSayOfWhichKindTheyAre ) {
    EXPECT_EQ( type.attribute( "blink" ).kind, Attribute::Kind::operation );
 }
 
-TEST( Type, anUnknownAttributeIsAnErrorThatTellsWhatThereIs ) {
+TEST( Type, AnUnknownAttributeIsAnErrorThatTellsWhatThereIs ) {
    EXPECT_THROW( Lamp::staticType().attribute( "wats" ), NameNotFoundException );
    EXPECT_EQ(
       messageOf( [] { LampDir::staticType().attribute( "lamps" ); } ),
       "Test::LampDir has no attribute 'lamps'; it has name, lamp" );
 }
 
-TEST( Type, anObjectIsMadeFromNamedArgumentsInAnyOrder ) {
+TEST( Type, AnObjectIsMadeFromNamedArgumentsInAnyOrder ) {
    Ptr<Vor::Entity> const socket = Vor::entityFactory( "socket" );
    NamedValue const arguments[] = {
       { "colour", String( "deepBlue" ) },
@@ -63,7 +63,7 @@ TEST( Type, anObjectIsMadeFromNamedArgumentsInAnyOrder ) {
    EXPECT_EQ( lamp->references(), 1 );
 }
 
-TEST( Type, aMissingOrUnknownConstructorArgumentIsNamed ) {
+TEST( Type, AMissingOrUnknownConstructorArgumentIsNamed ) {
    NamedValue const missing[] = { { "name", String( "hall" ) }, { "watts", U64{ 60 } }, { "colour", String( "red" ) } };
    EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( missing ); } ), "'Test::Lamp' needs the argument 'socket'" );
    // A changeable attribute is no constructor argument.
@@ -71,13 +71,13 @@ TEST( Type, aMissingOrUnknownConstructorArgumentIsNamed ) {
    EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( unknown ); } ), "'Test::Lamp' takes no argument 'lit'" );
 }
 
-TEST( Type, anArgumentOfTheWrongKindIsARangeError ) {
+TEST( Type, AnArgumentOfTheWrongKindIsARangeError ) {
    NamedValue const wrong[] = {
       { "name", String( "hall" ) }, { "watts", String( "bright" ) }, { "colour", String( "red" ) }, { "socket", {} } };
    EXPECT_THROW( Lamp::staticType().make( wrong ), Vor::RangeException );
 }
 
-TEST( Type, aTypeWithoutAFactoryMakesNothing ) {
+TEST( Type, ATypeWithoutAFactoryMakesNothing ) {
    EXPECT_THROW( Vor::PtrInterface::staticType().make( {} ), Vor::OperationNotSupportedException );
 }
 

@@ -32,7 +32,7 @@ class Pair {
    friend String valueToStrep( Pair const & pair ) { return Vor::format( "%u/%u", pair.left, pair.right ); }
 };
 
-TEST( Value, kindsAreKept ) {
+TEST( Value, KindsAreKept ) {
    EXPECT_EQ( toValue( true ), Value( true ) );
    EXPECT_EQ( toValue( U8{ 7 } ), Value( U64{ 7 } ) );
    EXPECT_EQ( toValue( 4294967295u ), Value( U64{ 4294967295 } ) );
@@ -43,7 +43,7 @@ TEST( Value, kindsAreKept ) {
    EXPECT_EQ( toValue( Pair( 1, 2 ) ), Value( String( "1/2" ) ) );
 }
 
-TEST( Value, anEnumeratorTravelsAsItsText ) {
+TEST( Value, AnEnumeratorTravelsAsItsText ) {
    EXPECT_EQ( toValue( deepBlue_ ), Value( String( "deepBlue" ) ) );
    EXPECT_EQ( toValue( static_cast<Colour>( 5 ) ), Value( U64{ 5 } ) );
    EXPECT_EQ( fromValue<Colour>( toValue( deepBlue_ ) ), deepBlue_ );
@@ -52,7 +52,7 @@ TEST( Value, anEnumeratorTravelsAsItsText ) {
    EXPECT_THROW( fromValue<Colour>( U64{ 1 } << 32 ), RangeException );
 }
 
-TEST( Value, numbersAreTakenWithinTheirWidthOnly ) {
+TEST( Value, NumbersAreTakenWithinTheirWidthOnly ) {
    EXPECT_EQ( fromValue<U8>( U64{ 255 } ), 255 );
    EXPECT_THROW( fromValue<U8>( U64{ 256 } ), RangeException );
    EXPECT_EQ( fromValue<U32>( String( "4294967295" ) ), 4294967295u );
@@ -64,7 +64,7 @@ TEST( Value, numbersAreTakenWithinTheirWidthOnly ) {
    EXPECT_EQ( fromValue<U32>( true ), 1u );   // a one-bit field gives a bool, and takes it back
 }
 
-TEST( Value, boolsAndNumbersWithAPointAreTakenAsTextToo ) {
+TEST( Value, BoolsAndNumbersWithAPointAreTakenAsTextToo ) {
    EXPECT_TRUE( fromValue<bool>( true ) );
    EXPECT_FALSE( fromValue<bool>( String( "false" ) ) );
    EXPECT_THROW( fromValue<bool>( String( "yes" ) ), RangeException );
@@ -74,13 +74,13 @@ TEST( Value, boolsAndNumbersWithAPointAreTakenAsTextToo ) {
    EXPECT_THROW( fromValue<String>( U64{ 2 } ), RangeException );
 }
 
-TEST( Value, aValueTypeIsReadBackFromTheWholeOfItsText ) {
+TEST( Value, AValueTypeIsReadBackFromTheWholeOfItsText ) {
    EXPECT_EQ( fromValue<Pair>( String( "3/4" ) ).right, 4u );
    EXPECT_THROW( fromValue<Pair>( String( "3/" ) ), ParseException );
    EXPECT_THROW( fromValue<Pair>( String( "3/4 " ) ), ParseException );
 }
 
-TEST( Value, referencesKeepTheirTypeAndTheirAccess ) {
+TEST( Value, ReferencesKeepTheirTypeAndTheirAccess ) {
    Ptr<Lamp> const lamp = plainLamp();
    Value const writable = toValue( lamp );
    Value const readable = toValue( Ptr<Lamp const>( lamp ) );
@@ -92,12 +92,12 @@ TEST( Value, referencesKeepTheirTypeAndTheirAccess ) {
    EXPECT_THROW( fromValue<Ptr<Lamp>>( String( "lamp" ) ), RangeException );
 }
 
-TEST( Value, anEmptyReferenceIsOneOfEveryType ) {
+TEST( Value, AnEmptyReferenceIsOneOfEveryType ) {
    EXPECT_EQ( fromValue<Ptr<Lamp>>( Value() ), nullptr );
    EXPECT_EQ( fromValue<Ptr<Lamp const>>( toValue( Ptr<LampDir>() ) ), nullptr );
 }
 
-TEST( Value, textForPeople ) {
+TEST( Value, TextForPeople ) {
    EXPECT_EQ( valueText( Value() ), "none" );
    EXPECT_EQ( valueText( String( "it's" ) ), "it's" );
    EXPECT_EQ( valueText( true ), "true" );

@@ -39,7 +39,7 @@ static_assert( std::is_same_v<decltype( SpiReset().reset() ), U8> );
 static_assert( std::is_same_v<decltype( Max24305Status().frequencyInHz() ), U32> );
 static_assert( sizeof( SpiCtrl ) == sizeof( U32 ), "a register value is its word and nothing else" );
 
-TEST( SpiCommandFifo, words ) {
+TEST( SpiCommandFifo, Words ) {
    SpiCommandFifo command;
    command.csEndIs( 1 );
    command.recordResponseIs( 1 );
@@ -56,7 +56,7 @@ TEST( SpiCommandFifo, words ) {
    EXPECT_EQ( read.dataToWrite(), 0x5A );
 }
 
-TEST( SpiResponseFifo, words ) {
+TEST( SpiResponseFifo, Words ) {
    SpiResponseFifo const valid( 0x8000003C );
    EXPECT_TRUE( valid.dataValid() );
    EXPECT_EQ( valid.data(), 0x3C );
@@ -67,7 +67,7 @@ TEST( SpiResponseFifo, words ) {
    EXPECT_EQ( made.value(), 0x80000011u );
 }
 
-TEST( SpiCtrl, words ) {
+TEST( SpiCtrl, Words ) {
    SpiCtrl const counts( 0x00050003 );
    EXPECT_EQ( counts.readFifoCount(), 3 );
    EXPECT_EQ( counts.writeFifoCount(), 5 );
@@ -81,14 +81,14 @@ TEST( SpiCtrl, words ) {
    EXPECT_EQ( made.value(), 0x003F003Fu );
 }
 
-TEST( SpiReset, words ) {
+TEST( SpiReset, Words ) {
    SpiReset reset;
    reset.resetIs( 1 );
    EXPECT_EQ( reset.value(), 0x1u );
    EXPECT_EQ( SpiReset( 0xFFFFFFFF ).reset(), 1 );
 }
 
-TEST( TolvaneEnable, words ) {
+TEST( TolvaneEnable, Words ) {
    TolvaneEnable enable;
    enable.enableIs( 1 );
    EXPECT_EQ( enable.value(), 0x2u );
@@ -99,14 +99,14 @@ TEST( TolvaneEnable, words ) {
    EXPECT_FALSE( TolvaneEnable( 1 ).enable() );
 }
 
-TEST( Max24305Status, theFieldIsTheWholeRegister ) {
+TEST( Max24305Status, TheFieldIsTheWholeRegister ) {
    EXPECT_EQ( Max24305Status( 10'000'000 ).frequencyInHz(), 10'000'000u );
    Max24305Status status;
    status.frequencyInHzIs( 0xFFFFFFFF );
    EXPECT_EQ( status.value(), 0xFFFFFFFFu );
 }
 
-TEST( KivHal, fieldSettersSilentlyKeepTheBitsOfTheFieldOnly ) {
+TEST( KivHal, FieldSettersSilentlyKeepTheBitsOfTheFieldOnly ) {
    SpiReset reset;
    reset.resetIs( 2 );
    EXPECT_EQ( reset.value(), 0u );
@@ -126,7 +126,7 @@ TEST( KivHal, fieldSettersSilentlyKeepTheBitsOfTheFieldOnly ) {
    EXPECT_EQ( response.value(), 0u );
 }
 
-TEST( KivHal, fieldSettersKeepReservedBits ) {
+TEST( KivHal, FieldSettersKeepReservedBits ) {
    SpiCtrl counts( 0xFFFFFFFF );
    counts.writeFifoCountIs( 0 );
    counts.readFifoCountIs( 0 );
@@ -141,12 +141,12 @@ TEST( KivHal, fieldSettersKeepReservedBits ) {
    EXPECT_EQ( enable.value(), 0xFFFFFFF2u );
 }
 
-TEST( KivHal, equalityIncludesReservedBits ) {
+TEST( KivHal, EqualityIncludesReservedBits ) {
    EXPECT_EQ( SpiCtrl( 0x00050003 ), SpiCtrl( 0x00050003 ) );
    EXPECT_NE( SpiCtrl( 0x00050003 ), SpiCtrl( 0x80050003 ) );
 }
 
-TEST( KivHal, textFormsAreThoseOfTheWord ) {
+TEST( KivHal, TextFormsAreThoseOfTheWord ) {
    EXPECT_EQ( valueToStrep( SpiCommandFifo( 0x80001000 ) ), "2147487744" );
    std::ostringstream out;
    out << SpiCtrl( 0x00050003 );
@@ -156,7 +156,7 @@ TEST( KivHal, textFormsAreThoseOfTheWord ) {
    EXPECT_EQ( SpiCtrl( pos, text.end() ), SpiCtrl( 0x00050003 ) );
 }
 
-TEST( KivHal, reflectionListsValueBitsAddressThenTheFieldsHighBitsFirst ) {
+TEST( KivHal, ReflectionListsValueBitsAddressThenTheFieldsHighBitsFirst ) {
    EXPECT_THAT(
       attributeNames<SpiCommandFifo>(),
       ElementsAre( "value", "bits", "address", "csEnd", "recordResponse", "dataToWrite" ) );
@@ -169,7 +169,7 @@ TEST( KivHal, reflectionListsValueBitsAddressThenTheFieldsHighBitsFirst ) {
    EXPECT_THAT( attributeNames<Hal::Reg32>(), ElementsAre( "value", "bits" ) );
 }
 
-TEST( KivHal, reflectionGetsAndSetsFields ) {
+TEST( KivHal, ReflectionGetsAndSetsFields ) {
    SpiCommandFifo command;
    Reflected const reflected( command );
    EXPECT_STREQ( reflected.type().name(), "Hardware::SpiCommandFifo" );
@@ -185,13 +185,13 @@ TEST( KivHal, reflectionGetsAndSetsFields ) {
    EXPECT_THROW( reflected.hash(), Vor::UnhashableTypeException );
 }
 
-TEST( KivHal, theAddressIsReadButNotSet ) {
+TEST( KivHal, TheAddressIsReadButNotSet ) {
    SpiCtrl counts;
    EXPECT_EQ( Reflected( counts ).get( "address" ), Value( U64{ 0x20 } ) );
    EXPECT_THROW( Reflected( counts ).set( "address", U64{ 0x30 } ), Vor::OperationNotSupportedException );
 }
 
-TEST( KivHal, aRegisterMayBeViewedAsTheWordItIs ) {
+TEST( KivHal, ARegisterMayBeViewedAsTheWordItIs ) {
    SpiCtrl counts( 0x00050003 );
    Reflected const word( static_cast<Hal::Reg32 &>( counts ) );
    EXPECT_STREQ( word.type().name(), "Hal::Reg32" );

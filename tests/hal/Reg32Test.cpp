@@ -26,7 +26,7 @@ constexpr char bitsIsFailed[] =
    ": /usr/include/Fru/Hal:20: void Hal::bitsIs\\(T&, U16, U16, T\\) \\[with T = unsigned int; U16 = short unsigned "
    "int\\]: Assertion `\\(newValue & ~mask\\) == 0' failed\\.\n";
 
-TEST( Bitmask, coversOneBitMoreThanTheDistance ) {
+TEST( Bitmask, CoversOneBitMoreThanTheDistance ) {
    EXPECT_EQ( bitmask( 0, 0 ), 0x1u );
    EXPECT_EQ( bitmask( 12, 12 ), 0x1u );
    EXPECT_EQ( bitmask( 16, 21 ), 0x3Fu );
@@ -34,25 +34,25 @@ TEST( Bitmask, coversOneBitMoreThanTheDistance ) {
    EXPECT_EQ( bitmask( 0, 30 ), 0x7FFFFFFFu );
 }
 
-TEST( Bitmask, widths31And32AreAllOnes ) {
+TEST( Bitmask, Widths31And32AreAllOnes ) {
    EXPECT_EQ( bitmask( 0, 31 ), 0xFFFFFFFFu );
    EXPECT_EQ( bitmask( 0, 32 ), 0xFFFFFFFFu );
    EXPECT_EQ( bitmask( 5, 36 ), 0xFFFFFFFFu );
    EXPECT_EQ( bitmask( 1, 33 ), 0xFFFFFFFFu );
 }
 
-TEST( BitmaskDeathTest, aRangeThatEndsBeforeItStartsStopsTheProcess ) {
+TEST( BitmaskDeathTest, ARangeThatEndsBeforeItStartsStopsTheProcess ) {
    EXPECT_DEATH( bitmask( 1, 0 ), bitmaskFailed );
    EXPECT_DEATH( bitmask( 0xFFFF, 0xFFFE ), bitmaskFailed );
 }
 
-TEST( Reg32, aNewOneIsZero ) {
+TEST( Reg32, ANewOneIsZero ) {
    EXPECT_EQ( Reg32().value(), 0u );
    EXPECT_EQ( Reg32( 0x12345678 ).value(), 0x12345678u );
    EXPECT_EQ( sizeof( Reg32 ), sizeof( U32 ) );
 }
 
-TEST( Reg32, bitsAreShiftedDown ) {
+TEST( Reg32, BitsAreShiftedDown ) {
    Reg32 const reg( 0xA5C30F01 );
    EXPECT_EQ( reg.bits( { 0, 0 } ), 1u );
    EXPECT_EQ( reg.bits( { 8, 11 } ), 0xFu );
@@ -61,7 +61,7 @@ TEST( Reg32, bitsAreShiftedDown ) {
    EXPECT_EQ( reg.bits( { 0, 31 } ), 0xA5C30F01u );
 }
 
-TEST( Reg32, settingBitsKeepsTheOthers ) {
+TEST( Reg32, SettingBitsKeepsTheOthers ) {
    Reg32 reg( 0xFFFFFFFF );
    reg.bitsIs( { 8, 15 }, 0x12 );
    EXPECT_EQ( reg.value(), 0xFFFF12FFu );
@@ -72,7 +72,7 @@ TEST( Reg32, settingBitsKeepsTheOthers ) {
    EXPECT_EQ( reg.value(), 0x803F0000u );
 }
 
-TEST( Reg32, theWholeRangeTakesAnyValue ) {
+TEST( Reg32, TheWholeRangeTakesAnyValue ) {
    for ( U32 const value : { 0u, 1u, 0x80000000u, 0xFFFFFFFFu } ) {
       Reg32 reg( 0x5A5A5A5A );
       reg.bitsIs( { 0, 31 }, value );
@@ -83,7 +83,7 @@ TEST( Reg32, theWholeRangeTakesAnyValue ) {
    }
 }
 
-TEST( Reg32, aRangeThatLeavesTheWordReachesTheBitsThatThereAre ) {
+TEST( Reg32, ARangeThatLeavesTheWordReachesTheBitsThatThereAre ) {
    Reg32 reg( 0xF0000000 );
    EXPECT_EQ( reg.bits( { 28, 35 } ), 0xFu );
    EXPECT_EQ( reg.bits( { 32, 40 } ), 0u );
@@ -93,7 +93,7 @@ TEST( Reg32, aRangeThatLeavesTheWordReachesTheBitsThatThereAre ) {
    EXPECT_EQ( reg.value(), 0x50000000u );
 }
 
-TEST( Reg32DeathTest, aValueThatDoesNotFitStopsTheProcess ) {
+TEST( Reg32DeathTest, AValueThatDoesNotFitStopsTheProcess ) {
    Reg32 reg;
    EXPECT_DEATH( reg.bitsIs( { 16, 21 }, 64 ), bitsIsFailed );
    EXPECT_DEATH( reg.bitsIs( { 0, 0 }, 2 ), bitsIsFailed );
@@ -102,7 +102,7 @@ TEST( Reg32DeathTest, aValueThatDoesNotFitStopsTheProcess ) {
    EXPECT_EQ( reg.value(), 0x003F0000u );
 }
 
-TEST( Reg32DeathTest, theRangeIsCheckedBeforeTheValue ) {
+TEST( Reg32DeathTest, TheRangeIsCheckedBeforeTheValue ) {
    Reg32 reg;
    EXPECT_DEATH( reg.bits( { 5, 4 } ), bitmaskFailed );
    EXPECT_DEATH( reg.bitsIs( { 5, 4 }, 0xFFFFFFFF ), bitmaskFailed );
@@ -110,7 +110,7 @@ TEST( Reg32DeathTest, theRangeIsCheckedBeforeTheValue ) {
    EXPECT_DEATH( reg.bitsIs( { 40, 4 }, 0 ), bitmaskFailed );
 }
 
-TEST( Reg32, removingBitsIsNotImplemented ) {
+TEST( Reg32, RemovingBitsIsNotImplemented ) {
    Reg32 reg( 5 );
    try {
       reg.bitsDel( { 0, 1 } );
@@ -121,19 +121,19 @@ TEST( Reg32, removingBitsIsNotImplemented ) {
    EXPECT_EQ( reg.value(), 5u );
 }
 
-TEST( Reg32, equalityIsThatOfTheWholeWord ) {
+TEST( Reg32, EqualityIsThatOfTheWholeWord ) {
    EXPECT_EQ( Reg32( 7 ), Reg32( 7 ) );
    EXPECT_NE( Reg32( 7 ), Reg32( 0x80000007 ) );
 }
 
-TEST( Reg32, textFormIsTheNumber ) {
+TEST( Reg32, TextFormIsTheNumber ) {
    EXPECT_EQ( valueToStrep( Reg32( 0xFFFFFFFF ) ), "4294967295" );
    std::ostringstream out;
    out << Reg32( 17 );
    EXPECT_EQ( out.str(), "17" );
 }
 
-TEST( Reg32, textIsReadBackOrRefusedNamingTheAttribute ) {
+TEST( Reg32, TextIsReadBackOrRefusedNamingTheAttribute ) {
    String const text = "4294967295, rest";
    auto pos = text.begin();
    EXPECT_EQ( Reg32( pos, text.end() ).value(), 0xFFFFFFFFu );
@@ -149,7 +149,7 @@ TEST( Reg32, textIsReadBackOrRefusedNamingTheAttribute ) {
    EXPECT_EQ( pos, wrong.begin() );
 }
 
-TEST( Reg32, reflectionWorksOnValueAndBits ) {
+TEST( Reg32, ReflectionWorksOnValueAndBits ) {
    Reg32 reg( 0x00050003 );
    Reflected const reflected( reg );
    EXPECT_EQ( reflected.get( "value" ), Value( U64{ 0x00050003 } ) );
@@ -166,7 +166,7 @@ TEST( Reg32, reflectionWorksOnValueAndBits ) {
    EXPECT_TRUE( reflected.isDefault() );
 }
 
-TEST( BitRange, textFormIsReadBack ) {
+TEST( BitRange, TextFormIsReadBack ) {
    for ( BitRange const range : { BitRange( 0, 0 ), BitRange( 16, 21 ), BitRange( 65535, 0 ) } ) {
       String const text = valueToStrep( range );
       auto pos = text.begin();

@@ -38,7 +38,7 @@ class ConfigTest : public testing::Test {
    Ptr<ConfigWatch> watch = new ConfigWatch;
 };
 
-TEST_F( ConfigTest, keepsItsParametersAndStartsEmpty ) {
+TEST_F( ConfigTest, KeepsItsParametersAndStartsEmpty ) {
    EXPECT_EQ( config->name(), "ptp0" );
    EXPECT_EQ( config->genId(), Fru::GenerationId( 1 ) );
    EXPECT_EQ( config->configOffset(), 0x100u );
@@ -59,7 +59,7 @@ TEST_F( ConfigTest, keepsItsParametersAndStartsEmpty ) {
 // The handle is read-only here.
 static_assert( std::is_same_v<decltype( std::declval<Config>().ham() ), Ptr<Fru::Ham const>> );
 
-TEST_F( ConfigTest, handingOverIsToldOnChangeOnly ) {
+TEST_F( ConfigTest, HandingOverIsToldOnChangeOnly ) {
    config->opsToDoValidIs( false );
    config->opsToDoValidIs( true );
    config->opsToDoValidIs( true );
@@ -67,7 +67,7 @@ TEST_F( ConfigTest, handingOverIsToldOnChangeOnly ) {
    EXPECT_THAT( watch->story, ElementsAre( "valid", "not valid" ) );
 }
 
-TEST_F( ConfigTest, cleanupEmptiesTheQueueThenTakesTheHandOverBack ) {
+TEST_F( ConfigTest, CleanupEmptiesTheQueueThenTakesTheHandOverBack ) {
    for ( U32 key = 0; key < 3; ++key ) config->opsToDoEnq( Op( key, write_, 0, 0 ) );
    config->opsToDoValidIs( true );
    watch->story.clear();
@@ -80,7 +80,7 @@ TEST_F( ConfigTest, cleanupEmptiesTheQueueThenTakesTheHandOverBack ) {
    EXPECT_THAT( watch->story, IsEmpty() );
 }
 
-TEST_F( ConfigTest, theQueueIsStillValidWhileItIsEmptied ) {
+TEST_F( ConfigTest, TheQueueIsStillValidWhileItIsEmptied ) {
    config->opsToDoEnq( Op() );
    config->opsToDoValidIs( true );
    bool valid = false;
@@ -92,7 +92,7 @@ TEST_F( ConfigTest, theQueueIsStillValidWhileItIsEmptied ) {
    EXPECT_TRUE( valid );
 }
 
-TEST_F( ConfigTest, anObserverMayDropTheConfigurationWhileItIsCleanedUp ) {
+TEST_F( ConfigTest, AnObserverMayDropTheConfigurationWhileItIsCleanedUp ) {
    config->opsToDoEnq( Op() );
    config->opsToDoEnq( Op() );
    Config * const plain = config.ptr();
@@ -102,7 +102,7 @@ TEST_F( ConfigTest, anObserverMayDropTheConfigurationWhileItIsCleanedUp ) {
    EXPECT_EQ( Config::staticType().allocated(), 0u );
 }
 
-TEST_F( ConfigTest, attributesStandInOrder ) {
+TEST_F( ConfigTest, AttributesStandInOrder ) {
    std::vector<std::string_view> names;
    std::vector<std::string_view> constructorParameters;
    for ( Vor::Attribute const & attribute : Config::staticType().attributes() ) {
@@ -121,7 +121,7 @@ TEST_F( ConfigTest, attributesStandInOrder ) {
                 "outputFrequencyInHz", "slotId", "spiResetSupported", "opsToDo", "opsToDoMetadata", "opsToDoValid" ) );
 }
 
-TEST_F( ConfigTest, isMadeThroughItsFactoryByName ) {
+TEST_F( ConfigTest, IsMadeThroughItsFactoryByName ) {
    Vor::NamedValue const arguments[] = {
       { "slotId", String( "3" ) },          { "name", String( "ptp1" ) },     { "genId", String( "7" ) },
       { "configOffset", U64{ 256 } },       { "statusOffset", U64{ 512 } },   { "ham", Vor::toValue( ham ) },
@@ -138,7 +138,7 @@ TEST_F( ConfigTest, isMadeThroughItsFactoryByName ) {
    EXPECT_FALSE( made->spiResetSupported() );
 }
 
-TEST_F( ConfigTest, reflectionWorksOnQueueMetadataAndFlag ) {
+TEST_F( ConfigTest, ReflectionWorksOnQueueMetadataAndFlag ) {
    Vor::Reflected const reflected( config );
    EXPECT_EQ( reflected.get( "genId" ), Value( String( "1" ) ) );
    EXPECT_EQ( reflected.get( "opsToDoMetadata" ), Value( String( "OpsToDoMetadata(0, 0)" ) ) );

@@ -87,7 +87,7 @@ class ConfigDirTest : public testing::Test {
    Asked usual;
 };
 
-TEST_F( ConfigDirTest, aMemberStandsInTheTree ) {
+TEST_F( ConfigDirTest, AMemberStandsInTheTree ) {
    Ptr<Config> const config = ask( usual );
    EXPECT_EQ( config->fullName(), "/hardware/config/ptp0" );
    EXPECT_EQ( config->parentAttrName(), "max24305" );
@@ -97,7 +97,7 @@ TEST_F( ConfigDirTest, aMemberStandsInTheTree ) {
    EXPECT_THAT( watch->story, ElementsAre( "ptp0" ) );
 }
 
-TEST_F( ConfigDirTest, askedForAgainItIsTheSameAsItStands ) {
+TEST_F( ConfigDirTest, AskedForAgainItIsTheSameAsItStands ) {
    Ptr<Config> const config = ask( usual );
    config->opsToDoEnq( Op( 1, write_, 2, 3 ) );
    config->opsToDoValidIs( true );
@@ -109,7 +109,7 @@ TEST_F( ConfigDirTest, askedForAgainItIsTheSameAsItStands ) {
    EXPECT_EQ( config->opsToDoMetadata(), OpsToDoMetadata( 1, 2 ) );
 }
 
-TEST_F( ConfigDirTest, eachDifferenceIsRefusedRequestedBeforeCurrent ) {
+TEST_F( ConfigDirTest, EachDifferenceIsRefusedRequestedBeforeCurrent ) {
    ask( usual );
    expectRefusal( []( Asked & a ) { a.genId = 2; }, "genId", "2", "1" );
    expectRefusal( []( Asked & a ) { a.configOffset = 0x180; }, "configOffset", "384", "256" );
@@ -126,7 +126,7 @@ TEST_F( ConfigDirTest, eachDifferenceIsRefusedRequestedBeforeCurrent ) {
    EXPECT_EQ( dir->max24305Count(), 1u );
 }
 
-TEST_F( ConfigDirTest, theFirstDifferenceInConstructorOrderIsNamed ) {
+TEST_F( ConfigDirTest, TheFirstDifferenceInConstructorOrderIsNamed ) {
    ask( usual );
    // From the last to the first: each added difference comes before those there are.
    Asked asked = usual;
@@ -147,14 +147,14 @@ TEST_F( ConfigDirTest, theFirstDifferenceInConstructorOrderIsNamed ) {
    }
 }
 
-TEST_F( ConfigDirTest, theHandleIsComparedByIdentity ) {
+TEST_F( ConfigDirTest, TheHandleIsComparedByIdentity ) {
    ask( usual );
    Asked asked = usual;
    asked.ham = Fru::hamFactory( "kiv" );
    EXPECT_EQ( messageOf( [&] { ask( asked ); } ), refusal( "ham", "'/kiv'", "'/kiv'" ) );
 }
 
-TEST_F( ConfigDirTest, removalIsToldIfThereWasAnything ) {
+TEST_F( ConfigDirTest, RemovalIsToldIfThereWasAnything ) {
    ask( usual );
    dir->max24305Del( "ptp1" );
    dir->max24305Del( "ptp0" );
@@ -162,7 +162,7 @@ TEST_F( ConfigDirTest, removalIsToldIfThereWasAnything ) {
    EXPECT_EQ( dir->max24305Count(), 0u );
 }
 
-TEST_F( ConfigDirTest, removingAllGoesInTheMapsOrder ) {
+TEST_F( ConfigDirTest, RemovingAllGoesInTheMapsOrder ) {
    std::vector<std::string> order;
    for ( U32 i = 0; i < 10; ++i ) ask( usual, Vor::format( "ptp%u", i ) );
    for ( auto const & [name, config] : dir->max24305() ) order.push_back( name.string().stdString() );
@@ -172,7 +172,7 @@ TEST_F( ConfigDirTest, removingAllGoesInTheMapsOrder ) {
    EXPECT_EQ( Config::staticType().allocated(), 0u );
 }
 
-TEST_F( ConfigDirTest, supportIsSaidByTheConfiguringAgent ) {
+TEST_F( ConfigDirTest, SupportIsSaidByTheConfiguringAgent ) {
    struct Watch final : ConfigDir::NotifieeConst {
       void onSupported() override { ++told; }
       int told = 0;
@@ -186,7 +186,7 @@ TEST_F( ConfigDirTest, supportIsSaidByTheConfiguringAgent ) {
    EXPECT_EQ( supported->told, 1 );
 }
 
-TEST_F( ConfigDirTest, reflection ) {
+TEST_F( ConfigDirTest, Reflection ) {
    EXPECT_THAT( attributeNames( ConfigDir::staticType() ), ElementsAre( "name", "supported", "max24305" ) );
    Ptr<Config> const config = ask( usual );
    Vor::Reflected const reflected( dir );
@@ -205,7 +205,7 @@ class StatusDirTest : public testing::Test {
    Ptr<DirWatch<StatusDir>> watch = new DirWatch<StatusDir>;
 };
 
-TEST_F( StatusDirTest, askedForAgainTheStateStays ) {
+TEST_F( StatusDirTest, AskedForAgainTheStateStays ) {
    Ptr<Status> const status = ptp0();
    status->stateIs( ready_ );
    EXPECT_EQ( ptp0(), status );
@@ -214,7 +214,7 @@ TEST_F( StatusDirTest, askedForAgainTheStateStays ) {
    EXPECT_THAT( watch->story, ElementsAre( "ptp0" ) );
 }
 
-TEST_F( StatusDirTest, aDifferenceIsRefusedGenerationFirst ) {
+TEST_F( StatusDirTest, ADifferenceIsRefusedGenerationFirst ) {
    ptp0();
    EXPECT_EQ(
       messageOf( [&] { ptp0( 2, unknown_ ); } ),
@@ -227,7 +227,7 @@ TEST_F( StatusDirTest, aDifferenceIsRefusedGenerationFirst ) {
    EXPECT_EQ( dir->max24305Count(), 1u );
 }
 
-TEST_F( StatusDirTest, removal ) {
+TEST_F( StatusDirTest, Removal ) {
    ptp0();
    dir->max24305Del( "other" );
    dir->max24305Del( "ptp0" );
@@ -237,7 +237,7 @@ TEST_F( StatusDirTest, removal ) {
    EXPECT_EQ( dir->max24305( "ptp0" ), nullptr );
 }
 
-TEST_F( StatusDirTest, reflection ) {
+TEST_F( StatusDirTest, Reflection ) {
    EXPECT_THAT( attributeNames( StatusDir::staticType() ), ElementsAre( "name", "max24305" ) );
    EXPECT_THAT( attributeNames( Status::staticType() ), ElementsAre( "name", "genId", "role", "state" ) );
    Vor::NamedValue const arguments[] = {
@@ -248,7 +248,7 @@ TEST_F( StatusDirTest, reflection ) {
    EXPECT_EQ( made->state(), failed_ );
 }
 
-TEST( Max24305Status, theStateIsToldOnChangeOnly ) {
+TEST( Max24305Status, TheStateIsToldOnChangeOnly ) {
    struct Watch final : Status::NotifieeConst {
       void onState() override { states.push_back( notifier()->state() ); }
       std::vector<U32> states;

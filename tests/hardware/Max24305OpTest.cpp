@@ -36,7 +36,7 @@ Broken readBroken( String const & text ) {
    }
 }
 
-TEST( Op, aDefaultOneIsZeroThroughout ) {
+TEST( Op, ADefaultOneIsZeroThroughout ) {
    Op const op;
    EXPECT_EQ( op.key, 0u );
    EXPECT_EQ( op.type, unknownOp_ );
@@ -45,7 +45,7 @@ TEST( Op, aDefaultOneIsZeroThroughout ) {
    EXPECT_EQ( op, Op() );
 }
 
-TEST( Op, equalityTakesEveryField ) {
+TEST( Op, EqualityTakesEveryField ) {
    Op const op( 1, write_, 2, 3 );
    EXPECT_EQ( op, Op( 1, write_, 2, 3 ) );
    EXPECT_NE( op, Op( 9, write_, 2, 3 ) );
@@ -54,7 +54,7 @@ TEST( Op, equalityTakesEveryField ) {
    EXPECT_NE( op, Op( 1, write_, 2, 9 ) );
 }
 
-TEST( Op, textForm ) {
+TEST( Op, TextForm ) {
    EXPECT_EQ(
       valueToStrep( Op( 5, write_, 0, 60 ) ),
       "Value('Hardware::Max24305::Op', ** {'key': 5, 'type': 'write', 'address': 0, 'value': 60})" );
@@ -66,7 +66,7 @@ TEST( Op, textForm ) {
       "4294967295})" );
 }
 
-TEST( Op, whatIsPrintedIsReadBack ) {
+TEST( Op, WhatIsPrintedIsReadBack ) {
    for ( OpType const type : { unknownOp_, read_, write_, sleep_ } )
       for ( U32 const key : { 0u, maximum } )
          for ( U32 const address : { 0u, maximum } )
@@ -79,20 +79,20 @@ TEST( Op, whatIsPrintedIsReadBack ) {
             }
 }
 
-TEST( Op, readingStopsBehindTheForm ) {
+TEST( Op, ReadingStopsBehindTheForm ) {
    String const text = valueToStrep( Op( 5, write_, 0, 60 ) ) + ", next";
    auto pos = text.begin();
    Op const op( pos, text.end() );
    EXPECT_EQ( std::string( pos, text.end() ), ", next" );
 }
 
-TEST( Op, aBareEnumeratorIsReadToo ) {
+TEST( Op, ABareEnumeratorIsReadToo ) {
    String const text = "Value('Hardware::Max24305::Op', ** {'key': 5, 'type': unknownOp, 'address': 0, 'value': 60})";
    auto pos = text.begin();
    EXPECT_EQ( Op( pos, text.end() ), Op( 5, unknownOp_, 0, 60 ) );
 }
 
-TEST( Op, eachLiteralIsRequiredAtItsPlace ) {
+TEST( Op, EachLiteralIsRequiredAtItsPlace ) {
    std::vector<std::string> const pieces{
       "Value('Hardware::Max24305::Op', ** {",
       "'key': ",
@@ -124,19 +124,19 @@ TEST( Op, eachLiteralIsRequiredAtItsPlace ) {
    }
 }
 
-TEST( Op, theKeysNameIsAStepOfItsOwn ) {
+TEST( Op, TheKeysNameIsAStepOfItsOwn ) {
    // The opening stands there; what is missing is the key.
    Broken const broken = readBroken( "Value('Hardware::Max24305::Op', ** {'kex': 5" );
    EXPECT_EQ( broken.column, 36 );
    EXPECT_THAT( broken.message, HasSubstr( "expected \"'key': \"" ) );
 }
 
-TEST( Op, aTextCutOffAnywhereIsNone ) {
+TEST( Op, ATextCutOffAnywhereIsNone ) {
    std::string const whole = valueToStrep( Op( 5, write_, 16, 60 ) ).stdString();
    for ( std::size_t length = 0; length < whole.size(); ++length ) readBroken( String( whole.substr( 0, length ) ) );
 }
 
-TEST( Op, aWrongIntegerNamesItsAttribute ) {
+TEST( Op, AWrongIntegerNamesItsAttribute ) {
    struct {
       char const * attribute;
       char const * form;
@@ -157,7 +157,7 @@ TEST( Op, aWrongIntegerNamesItsAttribute ) {
    }
 }
 
-TEST( Op, aWrongTypeIsRaisedAgainNamingType ) {
+TEST( Op, AWrongTypeIsRaisedAgainNamingType ) {
    for ( std::string const wrong : { "'erase'", "erase", "'Read'", "2", "'read", "" } ) {
       Broken const broken = readBroken(
          "Value('Hardware::Max24305::Op', ** {'key': 5, 'type': " + wrong + ", 'address': 0, 'value': 60})" );
@@ -167,7 +167,7 @@ TEST( Op, aWrongTypeIsRaisedAgainNamingType ) {
    }
 }
 
-TEST( Op, reflection ) {
+TEST( Op, Reflection ) {
    std::vector<std::string_view> names;
    for ( Vor::Attribute const & attribute : Op::staticType().attributes() ) names.push_back( attribute.name );
    EXPECT_THAT( names, ElementsAre( "key", "type", "address", "value" ) );

@@ -42,37 +42,37 @@ void expectTable(
    EXPECT_THROW( ofText( String( texts[0] ) + "_" ), RangeException );   // the code's name, not its text
 }
 
-TEST( Max24305Types, opType ) {
+TEST( Max24305Types, OpType ) {
    expectTable<OpType>(
       "Hardware::Max24305::OpType", { "unknownOp", "read", "write", "sleep" }, OpTypeInstance, OpTypeInstance );
    EXPECT_THROW( OpTypeInstance( 4 ), RangeException );
 }
 
-TEST( Max24305Types, input ) {
+TEST( Max24305Types, Input ) {
    expectTable<Input>(
       "Hardware::Max24305::Input", { "noInput", "tolvane", "stuffedClock" }, InputInstance, InputInstance );
    EXPECT_EQ( InputInstance( 1 ), tolvane_ );
 }
 
-TEST( Max24305Types, programSeq ) {
+TEST( Max24305Types, ProgramSeq ) {
    expectTable<ProgramSeq>(
       "Hardware::Max24305::ProgramSeq", { "ic1In10_oc1Out10", "mClkIn25_oc1Out10" }, ProgramSeqInstance,
       ProgramSeqInstance );
    EXPECT_EQ( U32{ ProgramSeqInstance( "mClkIn25_oc1Out10" ) }, 1u );
 }
 
-TEST( Max24305Types, role ) {
+TEST( Max24305Types, Role ) {
    expectTable<Role>( "Hardware::Max24305::Role", { "unknown", "timeSync" }, RoleInstance, RoleInstance );
    EXPECT_THROW( RoleInstance( 2 ), RangeException );
 }
 
-TEST( Max24305Types, state ) {
+TEST( Max24305Types, State ) {
    expectTable<State>(
       "Hardware::Max24305::State", { "uninitialized", "locking", "ready", "failed" }, StateInstance, StateInstance );
    EXPECT_THROW( StateInstance( 4 ), RangeException );
 }
 
-TEST( Max24305Types, theStateOfANewStatusIsUninitialized ) {
+TEST( Max24305Types, TheStateOfANewStatusIsUninitialized ) {
    Vor::Ptr<Status> const status = statusFactory( "ptp0", Fru::GenerationId( 1 ), timeSync_ );
    EXPECT_EQ( stringValue( status->state() ), "uninitialized" );
 }

@@ -39,7 +39,7 @@ Vor::Ptr<Config> config() {
       false );
 }
 
-TEST( Memory, aConfigurationWithAHundredThousandOperationsStaysUnderTenMegabytes ) {
+TEST( Memory, AConfigurationWithAHundredThousandOperationsStaysUnderTenMegabytes ) {
    std::size_t const before = bytesInUse;
    Vor::Ptr<Config> full = config();
    for ( U32 key = 0; key < 100'000; ++key ) full->opsToDoEnq( Op( key, write_, key, key ) );
@@ -52,7 +52,7 @@ TEST( Memory, aConfigurationWithAHundredThousandOperationsStaysUnderTenMegabytes
    RecordProperty( "bytes", std::to_string( used ) );
 }
 
-TEST( Memory, aMillionEntitiesLeaveNoGrowth ) {
+TEST( Memory, AMillionEntitiesLeaveNoGrowth ) {
    { Vor::Ptr<Status> const first = statusFactory( "ptp0", Fru::GenerationId( 1 ), timeSync_ ); }
    std::size_t const before = bytesInUse;
    U64 const everBefore = Status::staticType().allocatedEver();
@@ -65,7 +65,7 @@ TEST( Memory, aMillionEntitiesLeaveNoGrowth ) {
    EXPECT_EQ( Status::staticType().allocated(), 0u );
 }
 
-TEST( Memory, membersThatComeAndGoLeaveNoGrowth ) {
+TEST( Memory, MembersThatComeAndGoLeaveNoGrowth ) {
    Vor::Ptr<StatusDir> const dir = statusDirFactory( "status" );
    auto const round = [&] {
       for ( char const * name : { "ptp0", "ptp1", "ptp2", "ptp3" } )

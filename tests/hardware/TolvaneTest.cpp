@@ -24,7 +24,7 @@ static_assert( unknown_ == 0 && timeSync_ == 1 );
 // A handle to write through, unlike the MAX24305's.
 static_assert( std::is_same_v<decltype( std::declval<Config>().ham() ), Ptr<Fru::Ham>> );
 
-TEST( TolvaneTypes, texts ) {
+TEST( TolvaneTypes, Texts ) {
    EXPECT_STREQ( enumType( State{} ).name(), "Hardware::Tolvane::State" );
    EXPECT_STREQ( enumType( Role{} ).name(), "Hardware::Tolvane::Role" );
    std::vector<String> texts;
@@ -39,7 +39,7 @@ TEST( TolvaneTypes, texts ) {
    EXPECT_EQ( out.str(), "timeSync" );
 }
 
-TEST( TolvaneTypes, whatIsOutsideTheTableIsARangeError ) {
+TEST( TolvaneTypes, WhatIsOutsideTheTableIsARangeError ) {
    EXPECT_THROW( StateInstance( 3 ), RangeException );
    EXPECT_THROW( RoleInstance( 2 ), RangeException );
    EXPECT_THROW( StateInstance( "locking" ), RangeException );   // the MAX24305's
@@ -103,7 +103,7 @@ class TolvaneTest : public testing::Test {
    Ptr<DirWatch<StatusDir>> statusWatch = new DirWatch<StatusDir>;
 };
 
-TEST_F( TolvaneTest, aConfigurationKeepsItsParameters ) {
+TEST_F( TolvaneTest, AConfigurationKeepsItsParameters ) {
    Ptr<Config> const config = ask( usual );
    EXPECT_EQ( config->name(), "osc0" );
    EXPECT_EQ( config->genId(), Fru::GenerationId( 1 ) );
@@ -116,7 +116,7 @@ TEST_F( TolvaneTest, aConfigurationKeepsItsParameters ) {
    EXPECT_EQ( config->parentAttrName(), "tolvane" );
 }
 
-TEST_F( TolvaneTest, askedForAgainAMemberIsTheSameAndNobodyIsTold ) {
+TEST_F( TolvaneTest, AskedForAgainAMemberIsTheSameAndNobodyIsTold ) {
    EXPECT_EQ( ask( usual ), ask( usual ) );
    Ptr<Status> const made = status();
    made->stateIs( ready_ );
@@ -126,7 +126,7 @@ TEST_F( TolvaneTest, askedForAgainAMemberIsTheSameAndNobodyIsTold ) {
    EXPECT_THAT( statusWatch->story, ElementsAre( "osc0" ) );
 }
 
-TEST_F( TolvaneTest, eachDifferenceIsRefusedRequestedBeforeCurrent ) {
+TEST_F( TolvaneTest, EachDifferenceIsRefusedRequestedBeforeCurrent ) {
    ask( usual );
    expectConfigRefusal(
       []( Asked & a ) { a.genId = 2; }, "'genId' has a different value of 2 than the current value of 1" );
@@ -149,7 +149,7 @@ TEST_F( TolvaneTest, eachDifferenceIsRefusedRequestedBeforeCurrent ) {
    EXPECT_EQ( configs->tolvaneCount(), 1u );
 }
 
-TEST_F( TolvaneTest, theFirstDifferenceInConstructorOrderIsNamed ) {
+TEST_F( TolvaneTest, TheFirstDifferenceInConstructorOrderIsNamed ) {
    ask( usual );
    expectConfigRefusal(
       []( Asked & a ) { a.genId = 2, a.slotId = 0; },
@@ -168,7 +168,7 @@ TEST_F( TolvaneTest, theFirstDifferenceInConstructorOrderIsNamed ) {
       "current value of 'timeSync'" );
 }
 
-TEST_F( TolvaneTest, removalTellsOfEachMemberThereWas ) {
+TEST_F( TolvaneTest, RemovalTellsOfEachMemberThereWas ) {
    ask( usual );
    ask( usual, "osc1" );
    status();
@@ -183,7 +183,7 @@ TEST_F( TolvaneTest, removalTellsOfEachMemberThereWas ) {
    EXPECT_EQ( configs->tolvaneCount() + statuses->tolvaneCount(), 0u );
 }
 
-TEST_F( TolvaneTest, notifyingTellsOfANameAndChangesNothing ) {
+TEST_F( TolvaneTest, NotifyingTellsOfANameAndChangesNothing ) {
    Ptr<Config> const config = ask( usual );
    configs->tolvaneNotify( "osc0" );
    configs->tolvaneNotify( "absent" );
@@ -195,7 +195,7 @@ TEST_F( TolvaneTest, notifyingTellsOfANameAndChangesNothing ) {
    EXPECT_EQ( statuses->tolvaneCount(), 0u );
 }
 
-TEST_F( TolvaneTest, theStateIsToldOnChangeOnly ) {
+TEST_F( TolvaneTest, TheStateIsToldOnChangeOnly ) {
    struct Watch final : Status::NotifieeConst {
       void onState() override { states.push_back( notifier()->state() ); }
       std::vector<U32> states;
@@ -211,7 +211,7 @@ TEST_F( TolvaneTest, theStateIsToldOnChangeOnly ) {
    EXPECT_THAT( watch->states, ElementsAre( 1, 2 ) );
 }
 
-TEST_F( TolvaneTest, reflection ) {
+TEST_F( TolvaneTest, Reflection ) {
    EXPECT_THAT(
       attributeNames( Config::staticType() ),
       ElementsAre( "name", "genId", "offset", "ham", "resetGpoName", "role", "slotId" ) );

@@ -38,7 +38,7 @@ class InvMax24305Test : public testing::Test {
    Ptr<RecordWatch> watch = new RecordWatch;
 };
 
-TEST_F( InvMax24305Test, aNewRecordIsForTimeSynchronisation ) {
+TEST_F( InvMax24305Test, ANewRecordIsForTimeSynchronisation ) {
    EXPECT_EQ( record->name(), "ptp0" );
    EXPECT_EQ( record->role(), timeSync_ );
    EXPECT_EQ( record->input(), noInput_ );
@@ -51,14 +51,14 @@ TEST_F( InvMax24305Test, aNewRecordIsForTimeSynchronisation ) {
    EXPECT_EQ( record->opsToDoMetadata(), Record::OpsToDoMetadata() );
 }
 
-TEST_F( InvMax24305Test, theRoleThatStandsThereIsSilent ) {
+TEST_F( InvMax24305Test, TheRoleThatStandsThereIsSilent ) {
    record->roleIs( timeSync_ );
    EXPECT_THAT( watch->story, IsEmpty() );
    record->roleIs( unknown_ );
    EXPECT_THAT( watch->story, ElementsAre( "role" ) );
 }
 
-TEST_F( InvMax24305Test, everySetterTellsOnceOfAChange ) {
+TEST_F( InvMax24305Test, EverySetterTellsOnceOfAChange ) {
    Ptr<Max24305ConfigBlock> const configBlock = new Max24305ConfigBlock( ham, 0x100, true );
    Ptr<Max24305StatusBlock> const statusBlock = new Max24305StatusBlock( ham, 0x200 );
    Ptr<Gpo> const reset = new Gpo( "ptp0Reset" );
@@ -79,7 +79,7 @@ TEST_F( InvMax24305Test, everySetterTellsOnceOfAChange ) {
    EXPECT_EQ( record->reset(), reset );
 }
 
-TEST_F( InvMax24305Test, cleanupEmptiesTheQueueAndNothingElse ) {
+TEST_F( InvMax24305Test, CleanupEmptiesTheQueueAndNothingElse ) {
    Ptr<Gpo> const reset = new Gpo( "ptp0Reset" );
    record->resetIs( reset );
    record->roleIs( unknown_ );
@@ -99,7 +99,7 @@ TEST_F( InvMax24305Test, cleanupEmptiesTheQueueAndNothingElse ) {
    EXPECT_EQ( record->opsToDoMetadata(), Record::OpsToDoMetadata( 1, 2 ) );
 }
 
-TEST_F( InvMax24305Test, reflection ) {
+TEST_F( InvMax24305Test, Reflection ) {
    std::vector<std::string_view> names;
    for ( Vor::Attribute const & attribute : Record::staticType().attributes() )
       if ( attribute.kind != Vor::Attribute::Kind::operation ) names.push_back( attribute.name );

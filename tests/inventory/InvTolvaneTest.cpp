@@ -28,7 +28,7 @@ class InvTolvaneTest : public testing::Test {
    Ptr<RecordWatch> watch = new RecordWatch;
 };
 
-TEST_F( InvTolvaneTest, aNewRecordIsForTimeSynchronisation ) {
+TEST_F( InvTolvaneTest, ANewRecordIsForTimeSynchronisation ) {
    EXPECT_EQ( record->name(), "osc0" );
    EXPECT_EQ( stringValue( record->role() ), "timeSync" );
    EXPECT_EQ( record->block(), nullptr );
@@ -39,7 +39,7 @@ TEST_F( InvTolvaneTest, aNewRecordIsForTimeSynchronisation ) {
    EXPECT_THAT( watch->story, IsEmpty() );
 }
 
-TEST_F( InvTolvaneTest, everySetterTellsOnceOfAChange ) {
+TEST_F( InvTolvaneTest, EverySetterTellsOnceOfAChange ) {
    Ptr<TolvaneBlock> const block = new TolvaneBlock( Fru::hamFactory( "kiv" ), 0x3000 );
    Ptr<Gpo> const reset = new Gpo( "osc0Reset" );
    for ( int round = 0; round < 2; ++round ) {
@@ -52,7 +52,7 @@ TEST_F( InvTolvaneTest, everySetterTellsOnceOfAChange ) {
    EXPECT_EQ( record->reset(), reset );
 }
 
-TEST_F( InvTolvaneTest, reflection ) {
+TEST_F( InvTolvaneTest, Reflection ) {
    std::vector<std::string_view> names;
    for ( Vor::Attribute const & attribute : Record::staticType().attributes() ) names.push_back( attribute.name );
    EXPECT_THAT( names, ElementsAre( "name", "block", "reset", "role" ) );

@@ -206,7 +206,7 @@ TYPED_TEST( OpsToDoTest, theElementKeepsACopyOfTheOperation ) {
    EXPECT_EQ( this->entity->opsToDo().value( 0 ), op( 50 ) );
 }
 
-TEST( OpsToDoMetadataText, isReadBack ) {
+TEST( OpsToDoMetadataText, IsReadBack ) {
    OpsToDoMetadata const metadata( 4294967295, 0 );
    Vor::String const text = valueToStrep( metadata );
    EXPECT_EQ( text, "OpsToDoMetadata(4294967295, 0)" );

@@ -41,20 +41,20 @@ class HamImplTest : public testing::Test {
    Ptr<ImplWatch> watch = new ImplWatch;
 };
 
-TEST_F( HamImplTest, theHardwareIsAbsentAtFirst ) {
+TEST_F( HamImplTest, TheHardwareIsAbsentAtFirst ) {
    EXPECT_FALSE( impl->hardwarePresent() );
    impl->hardwarePresentIs( false );
    EXPECT_THAT( watch->story, IsEmpty() );
 }
 
-TEST_F( HamImplTest, presenceIsToldOnChange ) {
+TEST_F( HamImplTest, PresenceIsToldOnChange ) {
    impl->hardwarePresentIs( true );
    impl->hardwarePresentIs( true );
    impl->hardwarePresentIs( false );
    EXPECT_THAT( watch->story, ElementsAre( "present", "absent" ) );
 }
 
-TEST_F( HamImplTest, everyAttributeHasItsCallback ) {
+TEST_F( HamImplTest, EveryAttributeHasItsCallback ) {
    impl->sizeIs( 1 );
    impl->offsetIs( 0x1'0000'0000 );
    impl->hardwarePresentIs( true );
@@ -72,7 +72,7 @@ TEST_F( HamImplTest, everyAttributeHasItsCallback ) {
    EXPECT_EQ( impl->filename(), "f" );
 }
 
-TEST_F( HamImplTest, attributesStandInOrder ) {
+TEST_F( HamImplTest, AttributesStandInOrder ) {
    std::vector<std::string_view> names;
    for ( Vor::Attribute const & attribute : impl->fwkType().attributes() ) names.push_back( attribute.name );
    EXPECT_THAT(
@@ -84,13 +84,13 @@ TEST_F( HamImplTest, attributesStandInOrder ) {
    EXPECT_THROW( impl->fwkType().make( {} ), Vor::OperationNotSupportedException );
 }
 
-TEST( Ham, hasNoImplementationAtFirst ) {
+TEST( Ham, HasNoImplementationAtFirst ) {
    Ptr<Ham> const ham = hamFactory( "kiv" );
    EXPECT_EQ( ham->hamImpl(), nullptr );
    EXPECT_STREQ( ham->fwkType().name(), "Fru::Ham" );
 }
 
-TEST( Ham, theImplementationIsToldOnChange ) {
+TEST( Ham, TheImplementationIsToldOnChange ) {
    struct HamWatch final : Ham::NotifieeConst {
       void onHamImpl() override { ++told; }
       int told = 0;
@@ -108,7 +108,7 @@ TEST( Ham, theImplementationIsToldOnChange ) {
    EXPECT_EQ( impl->references(), 1 );
 }
 
-TEST( InventoryBlocks, keepWhatTheyAreMadeFrom ) {
+TEST( InventoryBlocks, KeepWhatTheyAreMadeFrom ) {
    Ptr<Ham> const ham = hamFactory( "kiv" );
    Ptr<Inventory::Max24305ConfigBlock> const config = new Inventory::Max24305ConfigBlock( ham, 0x100, true );
    EXPECT_EQ( config->ham(), ham );

@@ -14,13 +14,13 @@ concept Comparable = requires( A a, B b ) {
 };
 static_assert( Comparable<SlotId, SlotId> && !Comparable<SlotId, GenerationId> );
 
-TEST( Ids, equalityIsThatOfTheNumber ) {
+TEST( Ids, EqualityIsThatOfTheNumber ) {
    EXPECT_EQ( GenerationId(), GenerationId( 0 ) );
    EXPECT_NE( GenerationId( 1 ), GenerationId( 2 ) );
    EXPECT_EQ( SlotId( 4294967295 ).value(), 4294967295u );
 }
 
-TEST( Ids, textFormIsTheNumberAndIsReadBack ) {
+TEST( Ids, TextFormIsTheNumberAndIsReadBack ) {
    EXPECT_EQ( valueToStrep( GenerationId( 17 ) ), "17" );
    Vor::String const text = valueToStrep( SlotId( 4294967295 ) );
    auto pos = text.begin();

@@ -41,22 +41,22 @@ class SetClearGpoTest : public testing::Test {
    Ptr<SetClearGpo> gpo = setClearGpoFactory( "ptp0Reset" );
 };
 
-TEST_F( SetClearGpoTest, enablingSetsItsBitAndKeepsTheOthers ) {
+TEST_F( SetClearGpoTest, EnablingSetsItsBitAndKeepsTheOthers ) {
    expectChange( 0x2000, 0xA5A5A5A5, 0xA5A5A5A7 );
    gpo->impl()->doEnable();
 }
 
-TEST_F( SetClearGpoTest, disablingClearsItsBitAndKeepsTheOthers ) {
+TEST_F( SetClearGpoTest, DisablingClearsItsBitAndKeepsTheOthers ) {
    expectChange( 0x2000, 0xFFFFFFFF, 0xFFFFFFFD );
    gpo->impl()->doDisable();
 }
 
-TEST_F( SetClearGpoTest, aBitThatStandsThereAlreadyIsWrittenAgain ) {
+TEST_F( SetClearGpoTest, ABitThatStandsThereAlreadyIsWrittenAgain ) {
    expectChange( 0x2000, 0x2, 0x2 );
    gpo->impl()->doEnable();
 }
 
-TEST_F( SetClearGpoTest, activeLowIsTheOtherWayRound ) {
+TEST_F( SetClearGpoTest, ActiveLowIsTheOtherWayRound ) {
    gpo->activeTypeIs( Fru::activeLow_ );
    InSequence const inThisOrder;
    expectChange( 0x2000, 0x3, 0x1 );
@@ -65,14 +65,14 @@ TEST_F( SetClearGpoTest, activeLowIsTheOtherWayRound ) {
    gpo->impl()->doDisable();
 }
 
-TEST_F( SetClearGpoTest, offsetAndBitAreThoseOfTheMoment ) {
+TEST_F( SetClearGpoTest, OffsetAndBitAreThoseOfTheMoment ) {
    gpo->offsetIs( 0 );
    gpo->bitIs( 31 );
    expectChange( 0, 0, 0x80000000 );
    gpo->impl()->doEnable();
 }
 
-TEST_F( SetClearGpoTest, withoutAHandleAChangeIsDropped ) {
+TEST_F( SetClearGpoTest, WithoutAHandleAChangeIsDropped ) {
    gpo->hamIs( nullptr );
    gpo->impl()->doEnable();
    gpo->impl()->doDisable();
@@ -81,7 +81,7 @@ TEST_F( SetClearGpoTest, withoutAHandleAChangeIsDropped ) {
    gpo->impl()->doEnable();
 }
 
-TEST_F( SetClearGpoTest, theImplementationIsAlwaysThere ) {
+TEST_F( SetClearGpoTest, TheImplementationIsAlwaysThere ) {
    Ptr<SetClearGpo> const fresh = setClearGpoFactory( "fresh" );
    ASSERT_TRUE( fresh->impl() );
    EXPECT_EQ( fresh->impl(), fresh->impl() );
@@ -93,7 +93,7 @@ TEST_F( SetClearGpoTest, theImplementationIsAlwaysThere ) {
    EXPECT_EQ( asGpo->impl(), fresh->impl() );
 }
 
-TEST_F( SetClearGpoTest, theImplementationOutlivesTheOutputAndThenDoesNothing ) {
+TEST_F( SetClearGpoTest, TheImplementationOutlivesTheOutputAndThenDoesNothing ) {
    Ptr<Fru::GpoImpl> const impl = gpo->impl();
    gpo = nullptr;
    EXPECT_EQ( SetClearGpo::staticType().allocated(), 0u );
@@ -102,7 +102,7 @@ TEST_F( SetClearGpoTest, theImplementationOutlivesTheOutputAndThenDoesNothing ) 
    impl->doDisable();
 }
 
-TEST_F( SetClearGpoTest, aWriteMayDropTheOutput ) {
+TEST_F( SetClearGpoTest, AWriteMayDropTheOutput ) {
    Ptr<Fru::GpoImpl> const impl = gpo->impl();
    EXPECT_CALL( *hamImpl, read32 );
    EXPECT_CALL( *hamImpl, write32( 0x2000, 2 ) ).WillOnce( [this] { gpo = nullptr; } );
@@ -112,7 +112,7 @@ TEST_F( SetClearGpoTest, aWriteMayDropTheOutput ) {
 
 using SetClearGpoDeathTest = SetClearGpoTest;
 
-TEST_F( SetClearGpoDeathTest, aBitAboveTheWordStopsTheProcessAsTheOutputIsDriven ) {
+TEST_F( SetClearGpoDeathTest, ABitAboveTheWordStopsTheProcessAsTheOutputIsDriven ) {
    gpo->bitIs( 32 );
    EXPECT_DEATH(
       gpo->impl()->doEnable(),
@@ -129,7 +129,7 @@ struct GpoWatch final : SetClearGpo::NotifieeConst {
    std::vector<std::string> story;
 };
 
-TEST_F( SetClearGpoTest, changesAreToldAndEqualValuesAreSilent ) {
+TEST_F( SetClearGpoTest, ChangesAreToldAndEqualValuesAreSilent ) {
    Ptr<GpoWatch> const watch = new GpoWatch;
    watch->notifierIs( Ptr<SetClearGpo const>( gpo ) );
    gpo->hamIs( ham );
@@ -144,7 +144,7 @@ TEST_F( SetClearGpoTest, changesAreToldAndEqualValuesAreSilent ) {
    EXPECT_THAT( watch->story, ElementsAre( "ham", "offset", "bit", "activeType" ) );
 }
 
-TEST_F( SetClearGpoTest, anObserverOfOutputsInGeneralHearsOfTheActiveType ) {
+TEST_F( SetClearGpoTest, AnObserverOfOutputsInGeneralHearsOfTheActiveType ) {
    struct PlainWatch final : Fru::Gpo::NotifieeConst {
       void onActiveType() override { ++told; }
       int told = 0;
@@ -156,7 +156,7 @@ TEST_F( SetClearGpoTest, anObserverOfOutputsInGeneralHearsOfTheActiveType ) {
    EXPECT_EQ( watch->told, 1 );
 }
 
-TEST_F( SetClearGpoTest, reflection ) {
+TEST_F( SetClearGpoTest, Reflection ) {
    std::vector<std::string_view> names;
    for ( Vor::Attribute const & attribute : gpo->fwkType().attributes() ) names.push_back( attribute.name );
    EXPECT_THAT( names, ElementsAre( "name", "activeType", "ham", "offset", "bit" ) );

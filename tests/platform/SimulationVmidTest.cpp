@@ -7,7 +7,7 @@
 namespace Hardware {
 namespace {
 
-TEST( SimulationVmid, presenceCountsAndIsLookedUpEachTime ) {
+TEST( SimulationVmid, PresenceCountsAndIsLookedUpEachTime ) {
    unsetenv( "SIMULATION_VMID" );
    EXPECT_FALSE( simulationVmid() );
    setenv( "SIMULATION_VMID", "", 1 );

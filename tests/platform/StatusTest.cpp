@@ -30,7 +30,7 @@ using Hardware::Kiv::ClockStatus;
 
 static_assert( ClockStatus::notReady_ == 0 && ClockStatus::ready_ == 1 && ClockStatus::failed_ == 2 );
 
-TEST( ClockStatus, startsNotReadyAndTellsOfChanges ) {
+TEST( ClockStatus, StartsNotReadyAndTellsOfChanges ) {
    Ptr<ClockStatus> const status = Hardware::Kiv::clockStatusFactory( "clock" );
    Ptr<StateWatch<ClockStatus>> const watch = new StateWatch<ClockStatus>;
    watch->notifierIs( Ptr<ClockStatus const>( status ) );
@@ -46,7 +46,7 @@ TEST( ClockStatus, startsNotReadyAndTellsOfChanges ) {
 
 static_assert( PtpTimeSync::disabled_ == 0 );
 
-TEST( PtpTimeSyncStatus, startsDisabledAndTellsOfChanges ) {
+TEST( PtpTimeSyncStatus, StartsDisabledAndTellsOfChanges ) {
    using PtpTimeSync::Status;
    Ptr<Status> const status = PtpTimeSync::statusFactory( "ptp" );
    Ptr<StateWatch<Status>> const watch = new StateWatch<Status>;
@@ -84,7 +84,7 @@ class RedundancyStatusTest : public testing::Test {
    Ptr<RedundancyWatch> watch = new RedundancyWatch;
 };
 
-TEST_F( RedundancyStatusTest, stagesAreToldByKeyOnChangeAndNeverAsAWhole ) {
+TEST_F( RedundancyStatusTest, StagesAreToldByKeyOnChangeAndNeverAsAWhole ) {
    status->switchoverStageIs( "DovraWritable", false );   // new, also with a default value
    status->switchoverStageIs( "DovraWritable", false );
    status->switchoverStageIs( "DovraWritable", true );
@@ -93,26 +93,26 @@ TEST_F( RedundancyStatusTest, stagesAreToldByKeyOnChangeAndNeverAsAWhole ) {
    EXPECT_THAT( watch->story, ElementsAre( "DovraWritablefalse", "DovraWritabletrue", "DovraWritable gone" ) );
 }
 
-TEST_F( RedundancyStatusTest, anAbsentStageIsNotReached ) {
+TEST_F( RedundancyStatusTest, AnAbsentStageIsNotReached ) {
    EXPECT_FALSE( status->switchoverStage().value( "DovraWritable" ) );
    EXPECT_FALSE( status->switchoverStage().has( "DovraWritable" ) );
 }
 
-TEST_F( RedundancyStatusTest, aStageMayBeNamedByTheMapsOwnKey ) {
+TEST_F( RedundancyStatusTest, AStageMayBeNamedByTheMapsOwnKey ) {
    status->switchoverStageIs( "a stage of a name that needs memory of its own", true );
    watch->story.clear();
    status->switchoverStageDel( status->switchoverStage().begin()->first );
    EXPECT_THAT( watch->story, ElementsAre( "a stage of a name that needs memory of its own gone" ) );
 }
 
-TEST_F( RedundancyStatusTest, theModeIsToldOnChange ) {
+TEST_F( RedundancyStatusTest, TheModeIsToldOnChange ) {
    status->modeIs( Redundancy::unknown_ );
    EXPECT_THAT( watch->story, IsEmpty() );
    status->modeIs( Redundancy::active_ );
    EXPECT_THAT( watch->story, ElementsAre( "mode" ) );
 }
 
-TEST_F( RedundancyStatusTest, reflection ) {
+TEST_F( RedundancyStatusTest, Reflection ) {
    EXPECT_THAT( attributeNames( RedundancyStatus::staticType() ), ElementsAre( "name", "mode", "switchoverStage" ) );
    Vor::Reflected const reflected( status );
    reflected.setAt( "switchoverStage", String( "DovraWritable" ), true );

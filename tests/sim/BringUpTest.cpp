@@ -50,7 +50,7 @@ using Lines = std::vector<Seen::Line>;
 class BringUpTest : public testing::Test {
  protected:
    BringUpTest() {
-      events.listenerIs( seen );
+      events.listenerAdd( seen );
       events.cardIs( card );
       events.statusIs<Hardware::Max24305::Status>( status );
       events.statusIs<Hardware::Kiv::ClockStatus>( clockStatus );

@@ -40,30 +40,30 @@ struct Notes final : FaultListener {
 
 class FaultBoardTest : public testing::Test {
  protected:
-   FaultBoardTest() { faults.listenerIs( notes ); }
+   FaultBoardTest() { faults.listenerAdd( notes ); }
 
    Vor::Ptr<VirtualClock> const clock = new VirtualClock;
    FaultBoard faults{ *clock };
    Notes notes;
 };
 
-TEST_F( FaultBoardTest, WithoutAFaultNothingStrikes ) {
+TEST_F( FaultBoardTest, WithoutAFaultNothingOccurs ) {
    for ( FaultKind const kind : faultKinds() ) {
       EXPECT_FALSE( faults.active( kind ) );
-      EXPECT_EQ( faults.strike( kind ), nullptr );
+      EXPECT_EQ( faults.occurs( kind ), nullptr );
    }
    EXPECT_EQ( faults.flippedBits( 0 ), 0 );
 }
 
-TEST_F( FaultBoardTest, ACountIsUsedUpByItsStrikesOnly ) {
+TEST_F( FaultBoardTest, ACountIsUsedUpByItsOccurrencesOnly ) {
    faults.faultIs( { .kind = FaultKind::spiDead_, .count = 2 } );
    EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
    EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
-   EXPECT_EQ( faults.strike( FaultKind::spiExtra_ ), nullptr );
-   EXPECT_NE( faults.strike( FaultKind::spiDead_ ), nullptr );
-   EXPECT_NE( faults.strike( FaultKind::spiDead_ ), nullptr );
+   EXPECT_EQ( faults.occurs( FaultKind::spiExtra_ ), nullptr );
+   EXPECT_NE( faults.occurs( FaultKind::spiDead_ ), nullptr );
+   EXPECT_NE( faults.occurs( FaultKind::spiDead_ ), nullptr );
    EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
-   EXPECT_EQ( faults.strike( FaultKind::spiDead_ ), nullptr );
+   EXPECT_EQ( faults.occurs( FaultKind::spiDead_ ), nullptr );
    EXPECT_EQ( notes.text, "+spiDead" );
 }
 
@@ -85,14 +85,14 @@ TEST_F( FaultBoardTest, ASpanEndsAtItsNanosecondAndTellsSo ) {
 TEST_F( FaultBoardTest, TheFirstFaultOfAKindIsUsedUpFirst ) {
    faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 5, .count = 1 } );
    faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 7 } );
-   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 5u );
-   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 7u );
-   EXPECT_EQ( faults.strike( FaultKind::slowLock_ )->extraNs, 7u );
+   EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 5u );
+   EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 7u );
+   EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 7u );
 }
 
 TEST_F( FaultBoardTest, AFaultWithSpanAndCountEndsByWhicheverComesFirst ) {
    faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 1 } );
-   faults.strike( FaultKind::spiDead_ );
+   faults.occurs( FaultKind::spiDead_ );
    EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
    faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 5 } );
    clock->nowNsIs( 100 );

@@ -49,7 +49,7 @@ using Lines = std::vector<std::string>;
 class ScenarioRunnerTest : public testing::Test {
  protected:
    ScenarioRunnerTest() {
-      events.listenerIs( notes );
+      events.listenerAdd( notes );
       targets.cards = { &card };
       targets.timeSync = timeSync;
       targets.redundancy = redundancy;

@@ -27,10 +27,10 @@ struct SleepNotes final : SleepObserver {
    std::vector<std::pair<U64, U64>> notes;   // when it began, for how long
 };
 
-class Noting final : public Happening {
+class Noting final : public TimedEvent {
  public:
    Noting( VirtualClock & clock, std::vector<std::pair<int, U64>> & notes, int id )
-      : Happening( clock ), clock_( clock ), notes_( notes ), id_( id ) {}
+      : TimedEvent( clock ), clock_( clock ), notes_( notes ), id_( id ) {}
 
  private:
    void happen() override { notes_.emplace_back( id_, clock_.nowNs() ); }
@@ -56,14 +56,14 @@ TEST_F( VirtualClockTest, BeginsAtZeroAndMovesOnlyForwards ) {
    EXPECT_EQ( clock->nowNs(), 1'500'000'000u );
 }
 
-TEST_F( VirtualClockTest, HappeningsComeAtTheirTimeAndEqualTimesInTheOrderPutDown ) {
+TEST_F( VirtualClockTest, TimedEventsComeAtTheirTimeAndEqualTimesInTheOrderPutDown ) {
    Notes notes;
    Noting a( *clock, notes, 1 ), b( *clock, notes, 2 ), c( *clock, notes, 3 ), d( *clock, notes, 4 );
    a.atNsIs( 30 );
    b.atNsIs( 10 );
    c.atNsIs( 30 );
    d.atNsIs( 31 );
-   EXPECT_EQ( clock->nextHappeningNs(), 10u );
+   EXPECT_EQ( clock->nextEventNs(), 10u );
    clock->nowNsIs( 30 );
    EXPECT_EQ( notes, ( Notes{ { 2, 10 }, { 1, 30 }, { 3, 30 } } ) );
    EXPECT_TRUE( d.pending() );
@@ -80,7 +80,7 @@ TEST_F( VirtualClockTest, APassedTimeMeansTheNextMove ) {
    EXPECT_EQ( notes, ( Notes{ { 1, 100 } } ) );
 }
 
-TEST_F( VirtualClockTest, HappeningsCanBeMovedCancelledAndDestroyed ) {
+TEST_F( VirtualClockTest, TimedEventsCanBeMovedCancelledAndDestroyed ) {
    Notes notes;
    Noting moved( *clock, notes, 1 ), cancelled( *clock, notes, 2 );
    auto destroyed = std::make_unique<Noting>( *clock, notes, 3 );
@@ -90,12 +90,12 @@ TEST_F( VirtualClockTest, HappeningsCanBeMovedCancelledAndDestroyed ) {
    moved.atNsIs( 20 );
    cancelled.cancel();
    destroyed.reset();
-   EXPECT_EQ( clock->nextHappeningNs(), 20u );
+   EXPECT_EQ( clock->nextEventNs(), 20u );
    clock->nowNsIs( 15 );
    EXPECT_TRUE( notes.empty() );
    clock->nowNsIs( 25 );
    EXPECT_EQ( notes, ( Notes{ { 1, 20 } } ) );
-   EXPECT_EQ( clock->nextHappeningNs(), std::nullopt );
+   EXPECT_EQ( clock->nextEventNs(), std::nullopt );
 }
 
 class Ticker {
@@ -112,16 +112,16 @@ class Ticker {
    }
 
    VirtualClock & clock_;
-   HappeningOf<Ticker> next_;
+   TimedEventOf<Ticker> next_;
 };
 
-TEST_F( VirtualClockTest, AHappeningPutDownByAnotherComesInTheSameMove ) {
+TEST_F( VirtualClockTest, ATimedEventPutDownByAnotherComesInTheSameMove ) {
    Ticker ticker( *clock );
    clock->nowNsIs( 35 );
    EXPECT_EQ( ticker.ticks, ( std::vector<U64>{ 10, 20, 30 } ) );
 }
 
-TEST_F( VirtualClockTest, ASleepIsReportedAsItBeginsAndHappeningsRunInsideIt ) {
+TEST_F( VirtualClockTest, ASleepIsReportedAsItBeginsAndTimedEventsRunInsideIt ) {
    SleepNotes sleeps( *clock );
    Ticker ticker( *clock );
    clock->sleep( 5 );

@@ -8,13 +8,13 @@ namespace {
 // Taken before main runs any code of this process.
 Registered::Types const atStart = Registered::types();
 
-TEST( LoadTime, theLinkedLibraryHasRegisteredItsTypesInOrder ) {
+TEST( LoadTime, TheLinkedLibraryHasRegisteredItsTypesInOrder ) {
    EXPECT_EQ( Registered::types(), Registered::ofTheLibrary );
 }
 
-TEST( LoadTime, theTypesAreThereBeforeAnyCodeOfTheProcessRuns ) { EXPECT_EQ( atStart, Registered::ofTheLibrary ); }
+TEST( LoadTime, TheTypesAreThereBeforeAnyCodeOfTheProcessRuns ) { EXPECT_EQ( atStart, Registered::ofTheLibrary ); }
 
-TEST( LoadTime, everyTypeIsFoundByItsName ) {
+TEST( LoadTime, EveryTypeIsFoundByItsName ) {
    for ( auto const & [module, types] : Registered::ofTheLibrary )
       for ( std::string const & type : types ) {
          ASSERT_TRUE( Vor::typeRegistry().type( type ) ) << type;

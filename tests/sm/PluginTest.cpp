@@ -29,9 +29,9 @@ class PluginTest : public testing::Test {
    void * library = nullptr;
 };
 
-TEST_F( PluginTest, nothingIsRegisteredBefore ) { EXPECT_TRUE( Registered::types().empty() ); }
+TEST_F( PluginTest, NothingIsRegisteredBefore ) { EXPECT_TRUE( Registered::types().empty() ); }
 
-TEST_F( PluginTest, loadingRegistersTheTypesInOrderAndUnloadingTakesThemAway ) {
+TEST_F( PluginTest, LoadingRegistersTheTypesInOrderAndUnloadingTakesThemAway ) {
    for ( int round = 0; round < 3; ++round ) {
       load();
       EXPECT_EQ( Registered::types(), Registered::ofTheLibrary );
@@ -40,7 +40,7 @@ TEST_F( PluginTest, loadingRegistersTheTypesInOrderAndUnloadingTakesThemAway ) {
    }
 }
 
-TEST_F( PluginTest, loadingDeclaresTheLoggedMessages ) {
+TEST_F( PluginTest, LoadingDeclaresTheLoggedMessages ) {
    auto const declared = [] {
       std::vector<std::string> ids;
       for ( Vor::LogHandle const * handle : Vor::logHandles() ) ids.push_back( handle->id().stdString() );
@@ -53,7 +53,7 @@ TEST_F( PluginTest, loadingDeclaresTheLoggedMessages ) {
    EXPECT_THAT( declared(), testing::IsEmpty() );
 }
 
-TEST_F( PluginTest, entitiesAreMadeAndUsedByName ) {
+TEST_F( PluginTest, EntitiesAreMadeAndUsedByName ) {
    load();
    {
       auto const status = make(

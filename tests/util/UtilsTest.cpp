@@ -55,7 +55,7 @@ class NsleepTest : public testing::Test {
    }
 };
 
-TEST_F( NsleepTest, theTimeIsSplitIntoSecondsAndTheRest ) {
+TEST_F( NsleepTest, TheTimeIsSplitIntoSecondsAndTheRest ) {
    struct {
       std::uint32_t asked;
       time_t seconds;
@@ -75,7 +75,7 @@ TEST_F( NsleepTest, theTimeIsSplitIntoSecondsAndTheRest ) {
    }
 }
 
-TEST_F( NsleepTest, anInterruptedSleepGoesOnWithWhatWasLeft ) {
+TEST_F( NsleepTest, AnInterruptedSleepGoesOnWithWhatWasLeft ) {
    script = { { EINTR, { 1, 250'000'000 } }, { EINTR, { 0, 7 } } };
    nsleep( 2'500'000'000 );
    ASSERT_EQ( calls.size(), 3u );
@@ -84,13 +84,13 @@ TEST_F( NsleepTest, anInterruptedSleepGoesOnWithWhatWasLeft ) {
    expectCall( 2, 0, 7 );
 }
 
-TEST_F( NsleepTest, everyFailureIsRepeated ) {
+TEST_F( NsleepTest, EveryFailureIsRepeated ) {
    script = { { EINVAL, { 0, 5 } }, { EFAULT, { 0, 5 } }, { ENOSYS, { 0, 5 } }, { EINTR, { 0, 5 } } };
    nsleep( 5 );
    EXPECT_EQ( calls.size(), 5u );
 }
 
-TEST_F( NsleepTest, oneRecordIsRequestAndRemainder ) {
+TEST_F( NsleepTest, OneRecordIsRequestAndRemainder ) {
    script = { { EINTR, { 0, 3 } } };
    nsleep( 5 );
    ASSERT_EQ( calls.size(), 2u );

@@ -1,0 +1,100 @@
+#include "card/Card.h"
+
+#include <algorithm>
+
+namespace Host {
+
+namespace {
+
+template<class Entity> Vor::Ptr<Entity> placed( Vor::Ptr<Entity> entity, Vor::Ptr<Vor::Entity> const & parent ) {
+   entity->parentIs( parent.ptr() );
+   return entity;
+}
+
+}   // namespace
+
+Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & hamImpl, MakeGpo const & makeGpo )
+   : description_( std::move( description ) ),
+     ham_( Fru::hamFactory( "ham" ) ),
+     timeSync_( PtpTimeSync::statusFactory( "timeSync" ) ),
+     redundancy_( Redundancy::redundancyStatusFactory( "redundancy" ) ),
+     hardware_( Vor::entityFactory( "hardware" ) ),
+     tolvane_( placed( Vor::entityFactory( "tolvane" ), hardware_ ) ),
+     max24305_( placed( Vor::entityFactory( "max24305" ), hardware_ ) ),
+     kiv_( placed( Vor::entityFactory( "kiv" ), hardware_ ) ),
+     clockStatus_( placed( Vor::entityFactory( "clockStatus" ), kiv_ ) ),
+     tolvaneConfigDir_( placed( Hardware::Tolvane::configDirFactory( "config" ), tolvane_ ) ),
+     tolvaneStatusDir_( placed( Hardware::Tolvane::statusDirFactory( "status" ), tolvane_ ) ),
+     max24305ConfigDir_( placed( Hardware::Max24305::configDirFactory( "config" ), max24305_ ) ),
+     max24305StatusDir_( placed( Hardware::Max24305::statusDirFactory( "status" ), max24305_ ) ) {
+   ham_->hamImplIs( hamImpl );
+   for ( Input::GpoDescription const & gpo : description_.gpos ) {
+      Vor::Ptr<Hardware::SetClearGpo> const output = makeGpo( gpo.name );
+      output->activeTypeIs( gpo.activeType );
+      output->offsetIs( gpo.offset );
+      output->bitIs( gpo.bit );
+      output->hamIs( ham_ );
+      gpos_[gpo.name] = output;
+   }
+   for ( Input::Max24305Description const & chip : description_.max24305s ) {
+      Vor::Ptr<Hardware::Kiv::ClockStatus> & status = clockStatuses_[chip.clockStatus];
+      if ( !status ) status = placed( Hardware::Kiv::clockStatusFactory( chip.clockStatus ), clockStatus_ );
+   }
+}
+
+Card::~Card() {
+   // Whoever still holds one of these must not find its parent gone.
+   for ( auto const & [name, status] : clockStatuses_ ) status->parentIs( nullptr );
+   for ( Vor::Entity * entity : std::initializer_list<Vor::Entity *>{
+            tolvaneConfigDir_.ptr(), tolvaneStatusDir_.ptr(), max24305ConfigDir_.ptr(), max24305StatusDir_.ptr(),
+            clockStatus_.ptr(), kiv_.ptr(), tolvane_.ptr(), max24305_.ptr() } )
+      entity->parentIs( nullptr );
+}
+
+Vor::Ptr<Hardware::SetClearGpo> Card::gpo( std::string const & name ) const {
+   auto const found = gpos_.find( name );
+   return found == gpos_.end() ? nullptr : found->second;
+}
+
+Vor::Ptr<Hardware::SetClearGpo> Card::resetGpoOf( std::string const & chip ) const {
+   if ( auto const * tolvane = description_.tolvane( chip ) ) return gpo( tolvane->resetGpoName );
+   auto const * max24305 = description_.max24305( chip );
+   return max24305 ? gpo( max24305->resetGpoName ) : nullptr;
+}
+
+Vor::Ptr<Hardware::Kiv::ClockStatus> Card::clockStatusOf( std::string const & chip ) const {
+   auto const * max24305 = description_.max24305( chip );
+   return max24305 ? clockStatuses_.at( max24305->clockStatus ) : nullptr;
+}
+
+void Card::handOver( std::string const & chip ) { max24305ConfigDir_->max24305( chip )->opsToDoValidIs( true ); }
+
+bool Card::allReady() const {
+   auto const allIn = []( auto const & statuses, auto state ) {
+      return std::ranges::all_of( statuses, [&]( auto const & named ) { return named.second->state() == state; } );
+   };
+   return allIn( tolvaneStatusDir_->tolvane(), Hardware::Tolvane::ready_ ) &&
+          allIn( max24305StatusDir_->max24305(), Hardware::Max24305::ready_ );
+}
+
+void configure( Card & card, CardInventory const & inventory ) {
+   Fru::GenerationId const genId( card.description().genId );
+   Fru::SlotId const slotId( card.description().slotId );
+   for ( Vor::Ptr<Inventory::Tolvane> const & record : inventory.tolvanes ) {
+      card.tolvaneConfigDir()->tolvaneIs(
+         record->name(), genId, record->block()->offset(), record->block()->ham(), record->reset()->name(),
+         record->role(), slotId );
+      card.tolvaneStatusDir()->tolvaneIs( record->name(), genId, record->role() );
+   }
+   card.max24305ConfigDir()->supportedIs( !inventory.max24305s.empty() );
+   for ( Vor::Ptr<Inventory::Max24305> const & record : inventory.max24305s ) {
+      Vor::Ptr<Hardware::Max24305::Config> const config = card.max24305ConfigDir()->max24305Is(
+         record->name(), genId, record->configBlock()->offset(), record->statusBlock()->offset(),
+         record->configBlock()->ham(), record->reset()->name(), record->role(), record->input(),
+         record->outputFrequencyInHz(), slotId, record->configBlock()->spiResetSupported() );
+      for ( auto const & element : record->opsToDo() ) config->opsToDoEnq( element.value() );
+      card.max24305StatusDir()->max24305Is( record->name(), genId, record->role() );
+   }
+}
+
+}   // namespace Host

@@ -1,0 +1,130 @@
+#include "command/CommandLine.h"
+
+#include "command/AgentCommand.h"
+#include "command/RegisterCommands.h"
+#include "command/SimulateCommand.h"
+#include "framework/Trace.h"
+#include "input/Json.h"
+#include "service/Exit.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <functional>
+#include <iostream>
+
+namespace Host {
+
+namespace {
+
+constexpr U32 highestTraceLevel = Vor::traceLevels - 1;
+
+class Words {
+ public:
+   Words() {
+      app_.set_version_flag( "--version", "clockpath " CLOCKPATH_VERSION );
+      app_.require_subcommand( 1 );
+      app_.footer(
+         "Exit codes: 0 all chips ready, or done; 1 a chip not ready, or the hardware did not answer; 2 wrong use or "
+         "input." );
+      simulateWords();
+      agentWords();
+      registerWords( "peek", "Read registers of a card", true, &peek );
+      registerWords( "poke", "Write registers of a card", true, &poke )
+         ->add_flag( "--yes", registers_.yes, "Write without asking" );
+      registerWords( "dump", "List the registers of a card", false, &dump );
+   }
+
+   int run( int argc, char const * const * argv ) {
+      if ( argc > 1 ) requireCommand( argv[1] );
+      try {
+         app_.parse( argc, argv );
+      } catch ( CLI::ParseError const & error ) {
+         return app_.exit( error ) == 0 ? exitReady : exitWrongUse;
+      }
+      return chosen_();
+   }
+
+ private:
+   // The parser's own words for an unknown command do not say which word it is.
+   void requireCommand( std::string const & word ) const {
+      if ( word.starts_with( "-" ) ) return;
+      std::vector<std::string> names;
+      for ( CLI::App const * command : app_.get_subcommands( {} ) ) names.push_back( command->get_name() );
+      std::vector<std::string_view> const known( names.begin(), names.end() );
+      if ( std::find( known.begin(), known.end(), word ) != known.end() ) return;
+      std::string_view const near = Input::nearestChoice( word, known );
+      throw Input::InputError(
+         "there is no command \"" + word + "\"; " +
+         ( near.empty() ? "" : "did you mean \"" + std::string( near ) + "\"? " ) + "Expected " +
+         Input::choicesText( known ) + ". Run clockpath --help for more." );
+   }
+
+   void simulateWords() {
+      CLI::App * const command =
+         app_.add_subcommand( "simulate", "Run a scenario on the simulated card in virtual time" );
+      command->add_option( "SCENARIO", simulate_.scenario, "The scenario file" )->required();
+      command
+         ->add_option(
+            "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
+         ->type_name( "FILE" );
+      traceWords( *command, simulate_.traceLevel );
+      command->callback( [this] { chosen_ = [this] { return simulate( simulate_ ); }; } );
+   }
+
+   void agentWords() {
+      CLI::App * const command = app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
+      command->add_option( "CARD", agent_.card, "The card description" )->required();
+      command->add_option( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" )
+         ->capture_default_str()
+         ->type_name( "N" );
+      command->add_option( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" )
+         ->capture_default_str()
+         ->type_name( "N" );
+      traceWords( *command, agent_.traceLevel );
+      command->callback( [this] { chosen_ = [this] { return agent( agent_ ); }; } );
+   }
+
+   CLI::App * registerWords(
+      std::string const & name, std::string const & title, bool wordsRequired,
+      int ( *command )( RegisterOptions const & ) ) {
+      CLI::App * const words = app_.add_subcommand( name, title );
+      words->add_option( "CARD", registers_.card, "The card description" )->required();
+      CLI::Option * const registers = words->add_option(
+         name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
+         "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" );
+      registers->required( wordsRequired )->expected( wordsRequired ? 1 : 0, -1 );
+      words->callback( [this, command] { chosen_ = [this, command] { return command( registers_ ); }; } );
+      return words;
+   }
+
+   static void traceWords( CLI::App & command, std::optional<U32> & level ) {
+      command.add_option( "--trace", level, "Show the library's traces up to level N" )
+         ->type_name( "N" )
+         ->check( CLI::Range( 0U, highestTraceLevel ) );
+   }
+
+   CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
+   SimulateOptions simulate_;
+   AgentOptions agent_;
+   RegisterOptions registers_;
+   std::function<int()> chosen_;
+};
+
+}   // namespace
+
+int commandLine( int argc, char const * const * argv ) {
+   try {
+      return Words().run( argc, argv );
+   } catch ( Input::InputError const & error ) {
+      std::cout.flush();
+      std::cerr << "clockpath: " << error.what() << '\n';
+      return exitWrongUse;
+   } catch ( std::exception const & error ) {
+      std::cout.flush();
+      std::cerr << "clockpath: unexpected: " << error.what() << '\n';
+      return exitNotReady;
+   }
+}
+
+}   // namespace Host

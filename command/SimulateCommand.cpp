@@ -1,0 +1,103 @@
+#include "command/SimulateCommand.h"
+
+#include "card/SimulatedWorld.h"
+#include "input/Json.h"
+#include "input/ScenarioFile.h"
+#include "recording/EventLog.h"
+#include "report/Report.h"
+#include "report/TracesOn.h"
+#include "service/Exit.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+namespace Host {
+
+namespace {
+
+constexpr char toStandardOutput[] = "-";
+
+// The card that a scenario names, or holds in place.
+Input::CardDescription cardOf( Input::JsonValue const & scenario ) {
+   Input::JsonValue const card = scenario.object()["card"];
+   if ( card.isText() ) {
+      std::string const path = Input::besideFile( card.document().name(), card.name() );
+      std::string content;
+      try {
+         content = Input::readFile( path );
+      } catch ( Input::InputError const & error ) {
+         card.failWith( std::string( "the card description " ) + error.what() );
+      }
+      Input::JsonDocument const document( path, content );
+      return Input::cardDescription( document.root() );
+   }
+   if ( !card.isObject() ) card.fail( "the path of a card description, or a card description in place" );
+   return Input::cardDescription( card );
+}
+
+class EventsFile {
+ public:
+   explicit EventsFile( std::string const & path ) : path_( path ) {
+      if ( path == toStandardOutput ) return;
+      errno = 0;
+      file_.open( path, std::ios::binary | std::ios::trunc );
+      if ( !file_ ) fail( std::string( ": " ) + std::strerror( errno ? errno : EIO ) );
+   }
+   std::ostream & stream() { return file_.is_open() ? file_ : std::cout; }
+   void finish() {
+      // What the system said is not kept once a stream has failed.
+      if ( !stream().flush() ) fail( " in full; is there room for it?" );
+   }
+
+ private:
+   [[noreturn]] void fail( std::string const & why ) const {
+      throw Input::InputError(
+         ( path_ == toStandardOutput ? "standard output" : path_ ) + ": the event log cannot be written" + why );
+   }
+
+   std::string const path_;
+   std::ofstream file_;
+};
+
+}   // namespace
+
+int simulate( SimulateOptions const & options ) {
+   Input::JsonDocument const file = Input::readJson( options.scenario );
+   Input::CardDescription card = cardOf( file.root() );
+   std::vector<Sim::ScenarioChip> const chips = card.scenarioChips();
+   Sim::Scenario scenario = Input::readScenario( file.root(), chips );
+   if ( !std::holds_alternative<Input::SimulatedAccess>( card.access ) )
+      throw Input::InputError(
+         card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
+   requireServedInputs( card );
+
+   std::optional<EventsFile> eventsFile;
+   if ( options.events ) eventsFile.emplace( *options.events );
+   bool const reported = options.events != toStandardOutput;
+
+   SimulatedWorld world( std::move( card ), std::move( scenario ) );
+   std::optional<Recording::EventLog> log;
+   if ( eventsFile ) world.events().listenerAdd( log.emplace( eventsFile->stream() ) );
+   std::optional<Report> report;
+   if ( reported )
+      world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );
+   U32 const levels = log ? Vor::traceLevels : options.traceLevel ? *options.traceLevel + 1 : 0;
+   {
+      TracesOn const tracesOn( levels );
+      if ( report ) report->begin( "clockpath simulate " + options.scenario );
+      world.run();
+      if ( report ) report->end();
+   }
+   if ( log ) {
+      log->flush();
+      eventsFile->finish();
+   }
+   return world.card().allReady() ? exitReady : exitNotReady;
+}
+
+}   // namespace Host

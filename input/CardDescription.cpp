@@ -1,0 +1,250 @@
+#include "input/CardDescription.h"
+
+#include "hal/KivHal.h"
+#include "input/Json.h"
+#include "input/RegisterMap.h"
+#include "input/SequenceFile.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace Input {
+
+namespace {
+
+using Input::JsonObject;
+using Input::JsonValue;
+
+std::string inQuotes( std::string const & name ) { return "\"" + name + "\""; }
+
+template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
+   auto const enumerators = enumType( E{} ).enumerators();
+   std::vector<std::string_view> texts;
+   for ( Vor::Enumerator const & enumerator : enumerators ) texts.push_back( enumerator.text );
+   return static_cast<E>( enumerators[value.oneOf( texts )].value );
+}
+
+template<class Named> Named const * named( std::vector<Named> const & all, std::string_view name ) {
+   auto const found = std::find_if( all.begin(), all.end(), [&]( Named const & one ) { return one.name == name; } );
+   return found == all.end() ? nullptr : &*found;
+}
+
+template<class Named> std::vector<std::string_view> namesOf( std::vector<Named> const & all ) {
+   std::vector<std::string_view> names;
+   names.reserve( all.size() );
+   for ( Named const & one : all ) names.push_back( one.name );
+   return names;
+}
+
+class CardReader {
+ public:
+   explicit CardReader( JsonValue const & root ) : root_( root ) {}
+
+   CardDescription read() {
+      JsonObject object = root_.object();
+      card_.file = root_.document().name();
+      card_.access = access( object["access"] );
+      if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) registers_ = RegisterMap( mmap->size );
+      if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
+      if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
+      for ( JsonValue const & value : object["gpos"].list() ) gpo( value );
+      std::vector<JsonValue> const chips = object["chips"].list();
+      if ( chips.empty() ) object["chips"].fail( "a list of at least one chip" );
+      object.finish();
+      for ( JsonValue const & value : chips ) chip( value );
+      for ( auto & [tolvane, place] : feeds_ ) feed( card_.max24305s[tolvane], place );
+      return std::move( card_ );
+   }
+
+ private:
+   std::variant<SimulatedAccess, MmapAccess> access( JsonValue const & value ) const {
+      JsonObject object = value.object();
+      if ( object["kind"].oneOf( { "simulated", "mmap" } ) == 0 ) {
+         SimulatedAccess access;
+         if ( object.has( "spiClockInHz" ) ) access.spiClockInHz = object["spiClockInHz"].u64( 1, 1'000'000'000 );
+         if ( object.has( "lockAfterNs" ) ) access.lockAfterNs = object["lockAfterNs"].u64();
+         object.finish();
+         return access;
+      }
+      MmapAccess access;
+      access.path = besideFile( card_.file, object["path"].name() );
+      if ( object.has( "offset" ) ) access.offset = object["offset"].u64( 0, U64{ 1 } << 62 );
+      if ( access.offset % 4 != 0 ) object["offset"].fail( "a multiple of 4" );
+      access.size = static_cast<U32>( object["size"].u64( 4, 0xFFFF'FFFC ) );
+      if ( access.size % 4 != 0 ) object["size"].fail( "a multiple of 4" );
+      object.finish();
+      return access;
+   }
+
+   void gpo( JsonValue const & value ) {
+      JsonObject object = value.object();
+      GpoDescription gpo;
+      gpo.name = object["name"].name();
+      if ( card_.gpo( gpo.name ) )
+         object["name"].failWith( "two outputs are named " + inQuotes( gpo.name ) + "; expected a name of its own" );
+      gpo.offset = object["offset"].u32();
+      gpo.bit = object["bit"].u32( 31 );
+      if ( object.has( "activeType" ) ) gpo.activeType = enumeratorOf<Fru::ActiveType>( object["activeType"] );
+      object.finish();
+      registers_.wordsClaim( gpo.offset, { 0 }, "the outputs", object["offset"] );
+      for ( GpoDescription const & other : card_.gpos )
+         if ( other.offset == gpo.offset && other.bit == gpo.bit )
+            object["bit"].failWith(
+               "bit " + std::to_string( gpo.bit ) + " at " + hexText( gpo.offset ) + " is the output " +
+               inQuotes( other.name ) + " already; expected a bit of its own" );
+      card_.gpos.push_back( std::move( gpo ) );
+   }
+
+   void chip( JsonValue const & value ) {
+      JsonObject object = value.object();
+      std::size_t const kind = object["kind"].oneOf( { "tolvane", "max24305" } );
+      JsonValue const name = object["name"];
+      if ( card_.tolvane( name.name() ) || card_.max24305( name.name() ) )
+         name.failWith( "two chips are named " + inQuotes( name.name() ) + "; expected a name of its own" );
+      if ( name.name().find_first_of( "/:. " ) != std::string::npos )
+         name.fail( "a name without blanks, '/', ':' and '.', which part names from one another" );
+      if ( kind == 0 )
+         tolvane( object );
+      else
+         max24305( object );
+   }
+
+   void tolvane( JsonObject & object ) {
+      TolvaneDescription chip;
+      chip.name = object["name"].name();
+      chip.offset = object["offset"].u32();
+      chip.resetGpoName = resetGpoName( object["resetGpoName"] );
+      if ( object.has( "role" ) ) chip.role = enumeratorOf<Hardware::Tolvane::Role>( object["role"] );
+      object.finish();
+      registers_.wordsClaim(
+         chip.offset, { Hardware::TolvaneEnable::address() }, "the enable register of " + inQuotes( chip.name ),
+         object["offset"] );
+      card_.tolvanes.push_back( std::move( chip ) );
+   }
+
+   void max24305( JsonObject & object ) {
+      using namespace Hardware::Max24305;
+      Max24305Description chip;
+      chip.name = object["name"].name();
+      chip.configOffset = object["configOffset"].u32();
+      chip.statusOffset = object["statusOffset"].u32();
+      chip.resetGpoName = resetGpoName( object["resetGpoName"] );
+      if ( object.has( "role" ) ) chip.role = enumeratorOf<Role>( object["role"] );
+      chip.input = enumeratorOf<Hardware::Max24305::Input>( object["input"] );
+      if ( chip.input == tolvane_ )
+         feeds_.emplace_back( card_.max24305s.size(), object["tolvane"] );
+      else if ( object.has( "tolvane" ) )
+         object["tolvane"].fail( "no feeding Tolvane, since \"input\" is not \"tolvane\"" );
+      if ( object.has( "programSeq" ) ) chip.programSeq = enumeratorOf<ProgramSeq>( object["programSeq"] );
+      if ( object.has( "outputFrequencyInHz" ) ) chip.outputFrequencyInHz = object["outputFrequencyInHz"].u32();
+      chip.spiResetSupported = object["spiResetSupported"].boolean();
+      chip.clockStatus = object.has( "clockStatus" ) ? object["clockStatus"].name() : chip.name;
+      chip.sequence = sequence( object["sequence"] );
+      simulated( object, chip );
+      object.finish();
+      registers_.wordsClaim(
+         chip.configOffset,
+         { Hardware::SpiCommandFifo::address(), Hardware::SpiResponseFifo::address(), Hardware::SpiCtrl::address(),
+           Hardware::SpiReset::address() },
+         "the SPI master of " + inQuotes( chip.name ), object["configOffset"] );
+      registers_.wordsClaim(
+         chip.statusOffset, { Hardware::Max24305Status::address() },
+         "the frequency register of " + inQuotes( chip.name ), object["statusOffset"] );
+      card_.max24305s.push_back( std::move( chip ) );
+   }
+
+   void simulated( JsonObject & object, Max24305Description & chip ) const {
+      auto const * access = std::get_if<SimulatedAccess>( &card_.access );
+      chip.simulatedLockAfterNs = access ? access->lockAfterNs : 0;
+      if ( !object.has( "simulated" ) ) return;
+      if ( !access )
+         object["simulated"].fail( "no simulated properties, since the card's access is not \"simulated\"" );
+      JsonObject simulated = object["simulated"].object();
+      if ( simulated.has( "lockAfterNs" ) ) chip.simulatedLockAfterNs = simulated["lockAfterNs"].u64();
+      if ( simulated.has( "apllStatus" ) )
+         chip.simulatedApllStatus = static_cast<U8>( simulated["apllStatus"].u32( 0xFF ) );
+      simulated.finish();
+   }
+
+   std::vector<Hardware::Max24305::Op> sequence( JsonValue const & value ) const {
+      if ( value.isText() ) {
+         std::string const path = besideFile( card_.file, value.name() );
+         std::string content;
+         try {
+            content = Input::readFile( path );
+         } catch ( Input::InputError const & error ) {
+            value.failWith( std::string( "the sequence file " ) + error.what() );
+         }
+         return sequenceOf( path, content );
+      }
+      if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
+      std::vector<Hardware::Max24305::Op> ops;
+      for ( JsonValue const & text : value.list() ) {
+         try {
+            ops.push_back( opOf( text.text() ) );
+         } catch ( OpError const & error ) {
+            text.failWith( "column " + std::to_string( error.column ) + ": " + error.message );
+         }
+      }
+      return ops;
+   }
+
+   std::string resetGpoName( JsonValue const & value ) const {
+      std::string const name = value.name();
+      if ( !card_.gpo( name ) )
+         value.failWith(
+            "there is no output " + inQuotes( name ) +
+            "; expected one of \"gpos\": " + Input::choicesText( namesOf( card_.gpos ) ) );
+      return name;
+   }
+
+   void feed( Max24305Description & chip, JsonValue const & place ) const {
+      if ( place.present() ) {
+         chip.tolvane = place.name();
+         if ( card_.tolvane( chip.tolvane ) ) return;
+         place.failWith(
+            "there is no Tolvane " + inQuotes( chip.tolvane ) +
+            "; expected one of the chips of kind \"tolvane\": " + Input::choicesText( namesOf( card_.tolvanes ) ) );
+      }
+      if ( card_.tolvanes.size() != 1 )
+         place.fail(
+            "the name of the feeding Tolvane, which may be left out only where the card has exactly one (it has " +
+            std::to_string( card_.tolvanes.size() ) + ")" );
+      chip.tolvane = card_.tolvanes.front().name;
+   }
+
+   JsonValue root_;
+   CardDescription card_;
+   RegisterMap registers_{ std::nullopt };
+   std::vector<std::pair<std::size_t, JsonValue>> feeds_;   // the chips fed by a Tolvane, which may stand behind them
+};
+
+}   // namespace
+
+GpoDescription const * CardDescription::gpo( std::string_view name ) const { return named( gpos, name ); }
+
+Max24305Description const * CardDescription::max24305( std::string_view name ) const {
+   return named( max24305s, name );
+}
+
+TolvaneDescription const * CardDescription::tolvane( std::string_view name ) const { return named( tolvanes, name ); }
+
+std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
+   std::vector<Sim::ScenarioChip> chips;
+   for ( TolvaneDescription const & chip : tolvanes ) chips.push_back( { chip.name, Sim::FaultTarget::tolvane_ } );
+   for ( Max24305Description const & chip : max24305s ) chips.push_back( { chip.name, Sim::FaultTarget::max24305_ } );
+   return chips;
+}
+
+CardDescription readCard( std::string const & path ) {
+   Input::JsonDocument const document = Input::readJson( path );
+   return cardDescription( document.root() );
+}
+
+CardDescription cardDescription( JsonValue const & root ) { return CardReader( root ).read(); }
+
+std::string besideFile( std::string const & file, std::string const & path ) {
+   return ( std::filesystem::path( file ).parent_path() / path ).string();
+}
+
+}   // namespace Input

@@ -1,0 +1,95 @@
+// A card description: which chips a card carries, how they are wired and how the card is reached. A plain record of
+// the file that docs/card-description.md describes, checked as a whole: names are unique, references point at
+// something, registers are aligned, inside the space and nobody else's.
+//
+//    Input::CardDescription const card = Input::readCard( "card.json" );
+//    Input::CardDescription const inPlace = Input::cardDescription( scenarioFile.root().object()[ "card" ] );
+//
+// Sequence files are read along with it; relative paths start at the folder of the file that names them.
+#pragma once
+
+#include "framework/Types.h"
+#include "hardware/Max24305Op.h"
+#include "hardware/Max24305Types.h"
+#include "hardware/TolvaneTypes.h"
+#include "platform/Gpo.h"
+#include "sim/Scenario.h"
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace Input {
+class JsonValue;
+}
+
+namespace Input {
+
+/// A simulated card.
+struct SimulatedAccess {
+   U64 spiClockInHz = 10'000'000;
+   U64 lockAfterNs = 2'500'000'000;
+};
+
+/// Registers of a card in the machine, mapped from a file.
+struct MmapAccess {
+   std::string path;
+   U64 offset = 0;   ///< where the card's space starts within the file
+   U32 size = 0;     ///< of the card's space, in bytes
+};
+
+struct GpoDescription {
+   std::string name;
+   U32 offset = 0;
+   U32 bit = 0;
+   Fru::ActiveType activeType = Fru::activeHigh_;
+};
+
+struct TolvaneDescription {
+   std::string name;
+   U32 offset = 0;
+   std::string resetGpoName;
+   Hardware::Tolvane::Role role = Hardware::Tolvane::timeSync_;
+};
+
+struct Max24305Description {
+   std::string name;
+   U32 configOffset = 0;
+   U32 statusOffset = 0;
+   std::string resetGpoName;
+   Hardware::Max24305::Role role = Hardware::Max24305::timeSync_;
+   Hardware::Max24305::Input input = Hardware::Max24305::noInput_;
+   std::string tolvane;       ///< the feeding Tolvane; empty unless the input is one
+   std::string clockStatus;   ///< name of the clock status; the chip's own name unless several share one
+   Hardware::Max24305::ProgramSeq programSeq = Hardware::Max24305::ic1In10_oc1Out10_;
+   U32 outputFrequencyInHz = 0;
+   bool spiResetSupported = false;
+   std::vector<Hardware::Max24305::Op> sequence;
+   U64 simulatedLockAfterNs = 0;    ///< of a simulated card
+   U8 simulatedApllStatus = 0x11;   ///< of a simulated card: register 7 once locked
+};
+
+struct CardDescription {
+   std::string file;   ///< for messages
+   std::variant<SimulatedAccess, MmapAccess> access;
+   U32 genId = 0;
+   U32 slotId = 0;
+   std::vector<GpoDescription> gpos;
+   std::vector<TolvaneDescription> tolvanes;     ///< in the card's order
+   std::vector<Max24305Description> max24305s;   ///< in the card's order
+
+   GpoDescription const * gpo( std::string_view name ) const;
+   Max24305Description const * max24305( std::string_view name ) const;
+   TolvaneDescription const * tolvane( std::string_view name ) const;
+   /// What a scenario can name.
+   std::vector<Sim::ScenarioChip> scenarioChips() const;
+};
+
+/// Reads a description. Throws Input::InputError, which names the place, what stood there and what is accepted.
+CardDescription readCard( std::string const & path );
+CardDescription cardDescription( Input::JsonValue const & root );
+
+/// `path` as seen from the folder of `file`, unless it is absolute.
+std::string besideFile( std::string const & file, std::string const & path );
+
+}   // namespace Input

@@ -1,0 +1,122 @@
+// Reading of JSON files that people write: every error names the file, the JSON pointer, what was expected and what
+// stood there.
+//
+//    Input::JsonDocument const file = Input::readJson( "card.json" );
+//    Input::JsonObject chip = file.root().object();
+//    std::string const name = chip[ "name" ].text();
+//    U32 const genId = chip.has( "genId" ) ? chip[ "genId" ].u32() : 0;
+//    chip.finish();   // a key that nobody asked for is an error, and so is `name` when it is missing
+//
+// A JsonValue borrows from its document. A key that is missing gives an absent value, and the error is raised when
+// its content is asked for, so that the message can say what was expected there. Keys keep the order of the file; one
+// that stands twice in an object is an error.
+#pragma once
+
+#include "framework/Types.h"
+#include "input/InputError.h"
+
+#include <nlohmann/json.hpp>
+
+#include <initializer_list>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Input {
+
+using Json = nlohmann::ordered_json;
+
+class JsonDocument;
+class JsonObject;
+
+/// A value and its place.
+class JsonValue {
+ public:
+   bool present() const { return json_; }
+   bool isObject() const { return json_ && json_->is_object(); }
+   bool isList() const { return json_ && json_->is_array(); }
+   bool isText() const { return json_ && json_->is_string(); }
+
+   std::string text() const;
+   /// A text that is not empty.
+   std::string name() const;
+   bool boolean() const;
+   U64 u64( U64 minimum = 0, U64 maximum = std::numeric_limits<U64>::max() ) const;
+   U32 u32( U32 maximum = std::numeric_limits<U32>::max() ) const { return static_cast<U32>( u64( 0, maximum ) ); }
+   JsonObject object() const;
+   std::vector<JsonValue> list() const;
+
+   /// One of a set of texts; gives its index.
+   std::size_t oneOf( std::initializer_list<std::string_view> texts ) const;
+   std::size_t oneOf( std::vector<std::string_view> const & texts ) const;
+
+   /// Raises the error of this place: what was expected, and what stands here.
+   [[noreturn]] void fail( std::string const & expected ) const;
+   /// Raises an error of this place in words of its own.
+   [[noreturn]] void failWith( std::string const & message ) const;
+
+   /// RFC 6901; empty for the whole document.
+   std::string const & pointer() const { return pointer_; }
+   JsonDocument const & document() const { return *document_; }
+
+ private:
+   friend JsonDocument;
+   friend JsonObject;
+   JsonValue( JsonDocument const & document, Json const * json, std::string pointer )
+      : document_( &document ), json_( json ), pointer_( std::move( pointer ) ) {}
+
+   JsonDocument const * document_;
+   Json const * json_;
+   std::string pointer_;
+};
+
+/// An object whose keys are asked for one by one.
+class JsonObject {
+ public:
+   /// The value of that key, absent where the object has none; the key counts as known from now on.
+   JsonValue operator[]( std::string_view key );
+   bool has( std::string_view key ) { return ( *this )[key].present(); }
+
+   /// All members in the order of the file, for objects whose keys are names; all count as known.
+   std::vector<std::pair<std::string, JsonValue>> members();
+
+   /// Raises an error for the first key that nobody asked for, with the nearest known one as a suggestion.
+   void finish() const;
+
+   JsonValue const & place() const { return place_; }
+
+ private:
+   friend JsonValue;
+   explicit JsonObject( JsonValue place ) : place_( std::move( place ) ) {}
+
+   JsonValue place_;
+   std::vector<std::string> known_;
+};
+
+class JsonDocument {
+ public:
+   /// `name` stands in front of every message, as the file's name does.
+   JsonDocument( std::string name, std::string_view content );
+
+   std::string const & name() const { return name_; }
+   JsonValue root() const { return { *this, &json_, "" }; }
+
+ private:
+   std::string name_;
+   Json json_;
+};
+
+/// Reads a whole file. Throws InputError when it cannot be read.
+std::string readFile( std::string const & path );
+
+/// Reads and parses a file. Throws InputError, for wrong syntax with line and column.
+JsonDocument readJson( std::string const & path );
+
+/// The text of a list of choices: "a, b or c", each in double quotes.
+std::string choicesText( std::vector<std::string_view> const & choices );
+
+/// The choice nearest to `text`, empty when none is near enough for a typing error.
+std::string_view nearestChoice( std::string_view text, std::vector<std::string_view> const & choices );
+
+}   // namespace Input

@@ -1,0 +1,52 @@
+#include "input/SequenceFile.h"
+
+#include "input/Json.h"
+
+namespace Input {
+
+using Hardware::Max24305::Op;
+
+Op opOf( std::string_view text ) {
+   Vor::String const line( text );
+   auto pos = line.begin();
+   auto const column = [&] { return static_cast<std::size_t>( pos - line.begin() ) + 1; };
+   try {
+      Op const op( pos, line.end() );
+      if ( pos != line.end() )
+         throw Vor::ParseException( "expected the end of the line, found " + Vor::foundText( pos, line.end() ) );
+      return op;
+   } catch ( Vor::Exception const & error ) {
+      throw OpError{ column(), error.what() };
+   }
+}
+
+std::vector<Op> sequenceOf( std::string const & name, std::string_view content ) {
+   constexpr std::string_view blanks = " \t\r\v\f";
+   std::vector<Op> sequence;
+   std::size_t lineNumber = 0;
+   while ( !content.empty() ) {
+      ++lineNumber;
+      std::size_t const lineEnd = content.find( '\n' );
+      std::string_view line = content.substr( 0, lineEnd );
+      content.remove_prefix( lineEnd == std::string_view::npos ? content.size() : lineEnd + 1 );
+      std::size_t const start = line.find_first_not_of( blanks );
+      if ( start == std::string_view::npos || line[start] == '#' ) continue;
+      line = line.substr( 0, line.find_last_not_of( blanks ) + 1 );
+      try {
+         sequence.push_back( opOf( line.substr( start ) ) );
+      } catch ( OpError const & error ) {
+         throw Input::InputError(
+            name + ":" + std::to_string( lineNumber ) + ":" + std::to_string( start + error.column ) + ": " +
+            error.message );
+      }
+   }
+   if ( sequence.empty() )
+      throw Input::InputError(
+         name + ": expected at least one operation, such as " +
+         valueToStrep( Op( 0, Hardware::Max24305::read_, 0, 36 ) ).stdString() + ", found none" );
+   return sequence;
+}
+
+std::vector<Op> readSequence( std::string const & path ) { return sequenceOf( path, Input::readFile( path ) ); }
+
+}   // namespace Input

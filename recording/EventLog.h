@@ -1,0 +1,49 @@
+// The event log: JSON Lines, one event a line, in the order in which things happened.
+//
+// Every line begins with `ns` and `ev`; the further fields follow in the order of the CardListener's arguments:
+//
+//    {"ns":0,"ev":"gpo","name":"ptp0Reset","active":true}
+//    {"ns":1310003200,"ev":"spi","chip":"ptp0","bytes":[3,0,48,0],"response":94}
+//
+// Every line is valid JSON, whatever stands in a text: control characters are escaped (a count streamed as the
+// character with code 2 is \u0002), valid UTF-8 stays as it is, and a byte that is no part of valid UTF-8 is written
+// as the character of that code (0xE9 is \u00e9).
+//
+// Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
+#pragma once
+
+#include "sim/CardListener.h"
+
+#include <iosfwd>
+#include <string>
+
+namespace Recording {
+
+class EventLog final : public Sim::CardListener {
+ public:
+   /// The stream outlives the log. Its state tells whether all could be written.
+   explicit EventLog( std::ostream & out ) : out_( out ) {}
+   ~EventLog() override { flush(); }
+   EventLog( EventLog const & ) = delete;
+   EventLog & operator=( EventLog const & ) = delete;
+
+   void flush();
+
+   void onWrite32( U64 ns, U32 address, U32 value ) override;
+   void onRead32( U64 ns, U32 address, U32 value ) override;
+   void onGpo( U64 ns, std::string_view name, bool active ) override;
+   void onSleep( U64 ns, U64 forNs ) override;
+   void onState( U64 ns, Sim::StateChange const & change ) override;
+   void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
+   void onLog( U64 ns, std::string_view id ) override;
+   void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) override;
+   void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
+
+ private:
+   void flushIfLarge();
+
+   std::ostream & out_;
+   std::string pending_;
+};
+
+}   // namespace Recording

@@ -1,0 +1,71 @@
+// The registers of a described card by name and by address, and what is in their values.
+//
+//    ptp0.spiCtrl         a register of the FPGA that belongs to a chip, by its type's name
+//    0x120                a register of the FPGA by its byte address within the card's space
+//    ptp0:7, ptp0:0x7     a register of a MAX24305, reached over SPI
+//    ptp0.apllStatus      the same by name, where it has one
+//    ptp0Reset            an output, which is one bit of a register of the FPGA
+//
+// Names and fields come from the declarations of the register types.
+#pragma once
+
+#include "framework/Types.h"
+#include "input/CardDescription.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Host {
+
+/// What the declaration of a register type says to a tool.
+struct RegisterKind {
+   std::string name;     ///< "spiCtrl"
+   bool readHasEffect;   ///< a read takes an entry out of a FIFO
+   /// "writeFifoCount 0, readFifoCount 1"
+   std::string ( *fieldsText )( U32 value );
+   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not know.
+   U32 ( *fieldIs )( U32 value, std::string const & field, std::string const & text );
+};
+
+struct RegisterPlace {
+   std::string name;   ///< as a user writes it
+   Input::Max24305Description const * chip =
+      nullptr;                                       ///< the register is this chip's, reached over SPI; else the FPGA's
+   U32 address = 0;                                  ///< the chip's register number, or the byte address in the space
+   RegisterKind const * kind = nullptr;              ///< null for a register without declared fields
+   Input::GpoDescription const * output = nullptr;   ///< the output that was named
+
+   /// What the value says, for people; empty where nothing is known about it.
+   std::string fieldsText( U32 value ) const;
+};
+
+class RegisterBook {
+ public:
+   /// The description outlives the book.
+   explicit RegisterBook( Input::CardDescription const & card );
+
+   /// Every register that has a name, chip by chip, then the outputs.
+   std::vector<RegisterPlace> const & all() const { return all_; }
+
+   /// The registers of one name: one register, or all of a chip. Throws Input::InputError for a name or an address that
+   /// the card has not.
+   std::vector<RegisterPlace> named( std::string const & word ) const;
+
+   /// One register; `field` is set where the word ends in the name of a field.
+   RegisterPlace one( std::string const & word, std::string * field = nullptr ) const;
+
+ private:
+   RegisterPlace ofNumber( std::string const & word, U32 address ) const;
+   RegisterPlace ofChip( std::string const & word, std::string const & chip, std::string const & number ) const;
+   [[noreturn]] void fail( std::string const & word, std::string const & expected ) const;
+
+   Input::CardDescription const & card_;
+   std::vector<RegisterPlace> all_;
+};
+
+/// The number of a text, decimal or with 0x; nothing for any other text or above `maximum`.
+std::optional<U32> numberOf( std::string_view text, U32 maximum = 0xFFFF'FFFF );
+
+}   // namespace Host

@@ -1,0 +1,32 @@
+// The wording of what the command tells people about chips and times.
+#pragma once
+
+#include "hal/Max24305Hal.h"
+#include "input/CardDescription.h"
+#include "report/Style.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Host {
+
+/// "1.300000000": to the nanosecond, for that is how finely runs repeat.
+std::string secondsText( U64 ns );
+
+/// "10000000 Hz", "unknown" for none.
+std::string frequencyText( std::optional<U32> frequencyInHz );
+
+/// "APLL status 0x01: APLL 1 locked, APLL 2 not locked".
+std::string apllText( Hardware::ApllStatus status );
+
+/// A state's text in its colour.
+std::string stateText( std::string const & state, Style const & style );
+
+/// The text with control characters as escapes: "\x02".
+std::string printable( std::string_view text );
+
+/// What a card carries, a line per chip.
+std::string cardText( Input::CardDescription const & card, Style const & style );
+
+}   // namespace Host

@@ -1,0 +1,55 @@
+// SIGINT and SIGTERM of the agent. The first asks it to stop: it says what it waits for, and the agent ends when the
+// bring-up under way returns. The second ends the process at once, and leaves the reset outputs inactive so that no
+// chip is held in reset.
+//
+// A bring-up blocks the agent's thread in sleeps that are repeated when a signal interrupts them, so everything that
+// must happen at once happens in the signal handler, with operations that are allowed there.
+//
+//    StopSignals signals( ham.ptr(), outputs );
+//    while ( !signals.stopAsked() ) { turn(); signals.wait( seconds ); }
+#pragma once
+
+#include "card/MmapHam.h"
+#include "framework/Types.h"
+
+#include <atomic>
+#include <vector>
+
+namespace Host {
+
+/// A bit of a register of the card, and its inactive level.
+struct ResetOutput {
+   U32 offset;   ///< byte address within the card's space
+   U32 mask;
+   bool inactiveHigh;
+};
+
+class StopSignals {
+ public:
+   /// `ham` may be null: no output is driven then. It outlives this. One may live at a time.
+   StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs );
+   ~StopSignals();
+   StopSignals( StopSignals const & ) = delete;
+   StopSignals & operator=( StopSignals const & ) = delete;
+
+   bool stopAsked() const { return signals_.load() > 0; }
+
+   /// What the agent is busy with: the chip whose bring-up has the thread, null when none has. The text outlives this.
+   void underWayIs( char const * chip ) { underWay_.store( chip ); }
+
+   /// Waits until a signal comes, at most that long.
+   void wait( double seconds ) const;
+
+ private:
+   static void handle( int signal );
+   void tell() const;
+   void outputsInactive() const;
+
+   MmapHam const * const ham_;
+   std::vector<ResetOutput> const outputs_;
+   std::atomic<int> signals_{ 0 };
+   std::atomic<char const *> underWay_{ nullptr };
+   int wakeUp_[2] = { -1, -1 };   // a pipe: the handler writes, wait() looks
+};
+
+}   // namespace Host

@@ -1,0 +1,157 @@
+#include "tests/command/Process.h"
+#include "tests/input/Cards.h"
+#include "tests/input/Files.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+using namespace Host;
+using namespace Input;
+
+class RegisterCommandsTest : public ::testing::Test {
+ protected:
+   Folder const folder;
+   std::string const simulated = folder.file( "simulated.json", wholeCard );
+   std::string const mapped = folder.file(
+      "mapped.json",
+      with( wholeCard, R"({ "kind": "simulated" })", R"({ "kind": "mmap", "path": "space", "size": 16384 })" ) );
+   void hardwareArrives() const { folder.file( "space", std::string( 16384, '\0' ) ); }
+};
+
+TEST_F( RegisterCommandsTest, PeekBringsASimulatedCardUpAndDecodes ) {
+   Ran const ran = run( { "peek", simulated, "ptp0:7", "ptp0.max24305Status", "0x3000", "ptp0Reset", "ptp0:0x10" } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ(
+      ran.output, "Register             Address          Value       Fields\n"
+                  "ptp0:7               register 0x0007  0x11        apll2Locked true, apll1Locked true\n"
+                  "ptp0.max24305Status  0x00000200       0x00989680  frequencyInHz 10000000\n"
+                  "0x3000               0x00003000       0x00000003  enable true, powerGood true\n"
+                  "ptp0Reset            0x00002000       0x00000002  bit 1 is 1, inactive\n"
+                  "ptp0:0x10            register 0x0010  0x3c\n" );
+   EXPECT_EQ( ran.errors, "" );
+}
+
+TEST_F( RegisterCommandsTest, DumpListsAChipAndLeavesTheFifoAlone ) {
+   Ran const ran = run( { "dump", simulated, "ptp1" } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ(
+      ran.output,
+      "Register              Address          Value       Fields\n"
+      "ptp1.spiCommandFifo   0x00000400       0x00000000  csEnd false, recordResponse false, dataToWrite 0\n"
+      "ptp1.spiResponseFifo  0x00000410       -           not read: reading takes an entry out\n"
+      "ptp1.spiCtrl          0x00000420       0x00000000  writeFifoCount 0, readFifoCount 0\n"
+      "ptp1.spiReset         0x00000430       0x00000000  reset 0\n"
+      "ptp1.max24305Status   0x00000500       0x00000000  frequencyInHz 0\n"
+      "ptp1.apllStatus       register 0x0007  0x11        apll2Locked true, apll1Locked true\n" );
+   Ran const all = run( { "dump", simulated } );
+   EXPECT_EQ( all.result, 0 );
+   EXPECT_EQ( std::count( all.output.begin(), all.output.end(), '\n' ), 17 );
+}
+
+TEST_F( RegisterCommandsTest, PokeWantsToBeSureWhereNobodyCanBeAsked ) {
+   hardwareArrives();
+   Ran const ran = run( { "poke", mapped, "0x3000=1" } );
+   EXPECT_EQ( ran.result, 2 );
+   EXPECT_EQ(
+      ran.errors,
+      "clockpath: poke changes the hardware of " + mapped + ": expected --yes, since nobody can be asked here\n" );
+   EXPECT_EQ( folder.content( "space" ), std::string( 16384, '\0' ) );
+}
+
+TEST_F( RegisterCommandsTest, PokeAsksOnATerminal ) {
+   hardwareArrives();
+   for ( auto const & [answer, result] : std::vector<std::pair<std::string, int>>{ { "n\n", 1 }, { "y\n", 0 } } ) {
+      int const terminal = ::posix_openpt( O_RDWR | O_NOCTTY );
+      ASSERT_GE( terminal, 0 );
+      ASSERT_EQ( ::grantpt( terminal ), 0 );
+      ASSERT_EQ( ::unlockpt( terminal ), 0 );
+      Process poke( { "poke", mapped, "osc0.tolvaneEnable.enable=1" }, ::ptsname( terminal ) );
+      EXPECT_TRUE( poke.outputHas( "write 1 to osc0.tolvaneEnable, field enable (0x00003000)\n"
+                                   "Go on? [y/N] " ) );
+      EXPECT_EQ( ::write( terminal, answer.data(), answer.size() ), static_cast<ssize_t>( answer.size() ) );
+      EXPECT_EQ( poke.result(), result );
+      EXPECT_EQ( folder.content( "space" )[0x3000], result == 0 ? '\x02' : '\0' );
+      ::close( terminal );
+   }
+}
+
+TEST_F( RegisterCommandsTest, PokeWritesRegistersFieldsAndOutputs ) {
+   hardwareArrives();
+   Ran const ran = run(
+      { "poke", "--yes", mapped, "0x3ffc=0x12345678", "osc0.tolvaneEnable=1", "osc0.tolvaneEnable.enable=true",
+        "ptp0Reset=inactive", "ptp1Reset=active" } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ(
+      ran.output, "Register            Address     Value       Fields\n"
+                  "0x3ffc              0x00003ffc  0x12345678\n"
+                  "osc0.tolvaneEnable  0x00003000  0x00000001  enable false, powerGood true\n"
+                  "osc0.tolvaneEnable  0x00003000  0x00000003  enable true, powerGood true\n"
+                  "ptp0Reset           0x00002000  0x00000002  bit 1 is 1, inactive\n"
+                  "ptp1Reset           0x00002004  0x80000000  bit 31 is 1, active\n" );
+   std::string const space = folder.content( "space" );
+   EXPECT_EQ( space.substr( 0x3FFC ), "\x78\x56\x34\x12" );
+   EXPECT_EQ( space[0x3000], '\x03' );
+   EXPECT_EQ( space[0x2000], '\x02' );
+   EXPECT_EQ( space[0x2007], '\x80' );
+}
+
+TEST_F( RegisterCommandsTest, PokeReachesAChipOverSpi ) {
+   Ran const ran = run( { "poke", "--yes", simulated, "ptp0:0x10=0x5a" } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ(
+      ran.output, "Register   Address          Value  Fields\n"
+                  "ptp0:0x10  register 0x0010  0x5a\n" );
+}
+
+TEST_F( RegisterCommandsTest, AnSpiMasterThatDoesNotTakeAWriteGivesOne ) {
+   // Plain memory in the place of the master: its fill never goes back to 0.
+   std::string space( 16384, '\0' );
+   space[0x122] = 1;
+   folder.file( "space", space );
+   Ran const ran = run( { "poke", "--yes", mapped, "ptp0:0x10=0x5a" } );
+   EXPECT_EQ( ran.result, 1 );
+   EXPECT_NE( ran.output.find( "not sent: the SPI master does not take it" ), std::string::npos ) << ran.output;
+   Ran const peeked = run( { "peek", mapped, "ptp0:0x10" } );
+   EXPECT_NE( peeked.output.find( "0xff   or no answer" ), std::string::npos ) << peeked.output;
+}
+
+TEST_F( RegisterCommandsTest, ACardThatIsNotThereGivesOne ) {
+   for ( std::string const command : { "peek", "dump" } ) {
+      Ran const ran = run( { command, mapped, "ptp0.spiCtrl" } );
+      EXPECT_EQ( ran.result, 1 );
+      EXPECT_EQ(
+         ran.errors, "clockpath: the card is not there: " + folder.path( "space" ) + ": No such file or directory\n" );
+   }
+}
+
+TEST_F( RegisterCommandsTest, WrongWordsGiveTwo ) {
+   auto const error = [&]( std::vector<std::string> const & words ) {
+      Ran const ran = run( words );
+      EXPECT_EQ( ran.result, 2 );
+      EXPECT_EQ( ran.output, "" );
+      return ran.errors;
+   };
+   EXPECT_EQ(
+      error( { "peek", simulated, "0x3" } ),
+      "clockpath: \"0x3\" is no register of " + simulated + "; expected an address that is a multiple of 4\n" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", simulated, "0x3000" } ), "clockpath: expected REGISTER=VALUE, found \"0x3000\"\n" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", simulated, "ptp0:7=256" } ),
+      "clockpath: ptp0:7=256: expected a number from 0 to 0xff, found \"256\"\n" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", simulated, "ptp0Reset=1" } ),
+      "clockpath: ptp0Reset=1: expected \"active\" or \"inactive\", found \"1\"\n" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", simulated, "osc0.tolvaneEnable.on=1" } ),
+      "clockpath: osc0.tolvaneEnable.on=1: there is no field \"on\"; expected \"enable\" or \"powerGood\"\n" );
+}
+
+}   // namespace

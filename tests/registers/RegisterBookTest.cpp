@@ -1,0 +1,124 @@
+#include "registers/RegisterBook.h"
+
+#include "input/InputError.h"
+#include "tests/input/Cards.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+using namespace Host;
+using namespace Input;
+
+class RegisterBookTest : public ::testing::Test {
+ protected:
+   std::string error( std::function<void()> const & body ) const {
+      try {
+         body();
+      } catch ( Input::InputError const & error ) {
+         return error.what();
+      }
+      return "no error";
+   }
+
+   CardDescription const card = cardOf( wholeCard );
+   RegisterBook const book{ card };
+};
+
+TEST_F( RegisterBookTest, ListsEveryRegisterThatHasAName ) {
+   std::vector<std::string> names;
+   for ( RegisterPlace const & place : book.all() ) names.push_back( place.name );
+   EXPECT_EQ(
+      names, ( std::vector<std::string>{
+                "osc0.tolvaneEnable", "ptp0.spiCommandFifo", "ptp0.spiResponseFifo", "ptp0.spiCtrl", "ptp0.spiReset",
+                "ptp0.max24305Status", "ptp0.apllStatus", "ptp1.spiCommandFifo", "ptp1.spiResponseFifo", "ptp1.spiCtrl",
+                "ptp1.spiReset", "ptp1.max24305Status", "ptp1.apllStatus", "osc0Reset", "ptp0Reset", "ptp1Reset" } ) );
+}
+
+TEST_F( RegisterBookTest, FindsByNameAndByAddress ) {
+   RegisterPlace const byName = book.one( "ptp0.spiCtrl" );
+   EXPECT_EQ( byName.address, 0x120u );
+   EXPECT_EQ( byName.chip, nullptr );
+   RegisterPlace const byAddress = book.one( "0x120" );
+   EXPECT_EQ( byAddress.kind, byName.kind );
+   EXPECT_EQ( byAddress.address, 0x120u );
+   EXPECT_EQ( book.one( "288" ).kind, byName.kind );
+   RegisterPlace const unnamed = book.one( "0x4000" );
+   EXPECT_EQ( unnamed.address, 0x4000u );
+   EXPECT_EQ( unnamed.kind, nullptr );
+   RegisterPlace const ofChip = book.one( "ptp0:0x7" );
+   EXPECT_EQ( ofChip.chip, card.max24305( "ptp0" ) );
+   EXPECT_EQ( ofChip.address, 7u );
+   EXPECT_EQ( ofChip.kind, book.one( "ptp0.apllStatus" ).kind );
+   EXPECT_EQ( book.one( "ptp1:65535" ).kind, nullptr );
+   EXPECT_EQ( book.one( "ptp1Reset" ).output, &card.gpos[2] );
+}
+
+TEST_F( RegisterBookTest, AChipsNameStandsForAllItsRegisters ) {
+   EXPECT_EQ( book.named( "ptp0" ).size(), 6u );
+   EXPECT_EQ( book.named( "osc0" ).size(), 1u );
+   EXPECT_EQ( book.named( "ptp0.spiCtrl" ).size(), 1u );
+}
+
+TEST_F( RegisterBookTest, DecodesFieldsFromTheDeclarations ) {
+   EXPECT_EQ( book.one( "ptp0.spiCtrl" ).fieldsText( 0x00050003 ), "writeFifoCount 5, readFifoCount 3" );
+   EXPECT_EQ( book.one( "osc0.tolvaneEnable" ).fieldsText( 2 ), "enable true, powerGood false" );
+   EXPECT_EQ( book.one( "ptp0:7" ).fieldsText( 0x10 ), "apll2Locked true, apll1Locked false" );
+   EXPECT_EQ( book.one( "ptp0:7" ).fieldsText( 0xFF ), "apll2Locked true, apll1Locked true; or no answer" );
+   EXPECT_EQ( book.one( "ptp0:8" ).fieldsText( 0xFF ), "or no answer" );
+   EXPECT_EQ( book.one( "ptp0:8" ).fieldsText( 0x12 ), "" );
+   EXPECT_EQ( book.one( "osc0Reset" ).fieldsText( 1 ), "bit 0 is 1, active" );
+   EXPECT_EQ( book.one( "ptp0Reset" ).fieldsText( 2 ), "bit 1 is 1, inactive" );
+   EXPECT_EQ( book.one( "ptp1Reset" ).fieldsText( 0x80000000 ), "bit 31 is 1, active" );
+}
+
+TEST_F( RegisterBookTest, ReplacesOneField ) {
+   std::string field;
+   RegisterPlace const enable = book.one( "osc0.tolvaneEnable.enable", &field );
+   EXPECT_EQ( field, "enable" );
+   EXPECT_EQ( enable.kind->fieldIs( 0x80000001, field, "1" ), 0x80000003u );
+   EXPECT_EQ( enable.kind->fieldIs( 3, field, "false" ), 1u );
+   EXPECT_EQ( book.one( "ptp0.spiCtrl" ).kind->fieldIs( 0xFFFFFFFF, "readFifoCount", "0x1f" ), 0xFFFFFFDFu );
+   EXPECT_EQ(
+      error( [&] { enable.kind->fieldIs( 0, "enabled", "1" ); } ),
+      "there is no field \"enabled\"; expected \"enable\" or \"powerGood\"" );
+   EXPECT_EQ(
+      error( [&] { book.one( "ptp0.spiReset" ).kind->fieldIs( 0, "reset", "2" ); } ),
+      "the field \"reset\": expected a number from 0 to 1, found \"2\"" );
+   EXPECT_EQ(
+      error( [&] { enable.kind->fieldIs( 0, "enable", "on" ); } ),
+      "the field \"enable\": expected a number from 0 to 1, found \"on\"" );
+}
+
+TEST_F( RegisterBookTest, ANameThatTheCardHasNotIsAnError ) {
+   std::string const near = error( [&] { book.one( "ptp0.spiCtr" ); } );
+   EXPECT_EQ(
+      near.substr( 0, near.find( '?' ) ),
+      "\"ptp0.spiCtr\" is no register of card.json; did you mean \"ptp0.spiCtrl\"" );
+   EXPECT_EQ(
+      error( [&] { book.one( "0x121" ); } ),
+      "\"0x121\" is no register of card.json; expected an address that is a multiple of 4" );
+   EXPECT_EQ(
+      error( [&] { book.one( "osc0:7" ); } ), "\"osc0:7\" is no register of card.json; expected a MAX24305 of the "
+                                              "card before the colon: \"ptp0\" or \"ptp1\"" );
+   EXPECT_EQ(
+      error( [&] { book.one( "ptp0:65536" ); } ),
+      "\"ptp0:65536\" is no register of card.json; expected a register from 0 to 0xffff behind the colon" );
+   CardDescription const mapped =
+      cardOf( with( wholeCard, R"({ "kind": "simulated" })", R"({ "kind": "mmap", "path": "f", "size": 16384 })" ) );
+   EXPECT_EQ(
+      error( [&] { RegisterBook( mapped ).one( "0x4000" ); } ),
+      "\"0x4000\" is no register of card.json; expected an address below 0x4000" );
+}
+
+TEST( NumberOf, TakesDecimalAndHexadecimal ) {
+   EXPECT_EQ( numberOf( "4294967295" ), 4294967295u );
+   EXPECT_EQ( numberOf( "0xFFFFffff" ), 4294967295u );
+   EXPECT_EQ( numberOf( "256", 255 ), std::nullopt );
+   for ( char const * text : { "", "0x", "4294967296", "-1", "1 ", "x", "0x1g" } )
+      EXPECT_EQ( numberOf( text ), std::nullopt ) << text;
+}
+
+}   // namespace

@@ -1,0 +1,137 @@
+#include "report/Report.h"
+
+#include "tests/input/Cards.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using namespace Host;
+using namespace Input;
+
+// What the report says of a scenario, but for its last line, which has the real time in it.
+std::string reported( std::string const & card, Sim::Scenario const & scenario ) {
+   std::ostringstream out;
+   SimulatedWorld world( cardOf( card ), scenario );
+   Report report( out, Style( false ), world, std::nullopt );
+   world.events().listenerAdd( report );
+   report.begin( "title" );
+   world.run();
+   report.end();
+   std::string const text = out.str();
+   return text.substr( 0, text.rfind( '\n', text.size() - 2 ) + 1 );
+}
+
+std::string const singleCard = R"({
+   "access": { "kind": "simulated" },
+   "gpos": [ { "name": "reset", "offset": 8192, "bit": 0 } ],
+   "chips": [ { "kind": "max24305", "name": "ptp0", "configOffset": 256, "statusOffset": 512, "resetGpoName": "reset",
+                "input": "stuffedClock", "outputFrequencyInHz": 10000000, "spiResetSupported": false, "sequence": )" +
+                               shortSequence + " } ] }";
+
+std::string const cardHead = R"(title
+
+Card card.json, simulated, SPI at 10000000 Hz, generation 0, slot 0
+Chip  Kind      Registers                   Reset output                       Input         Operations  Clock status
+ptp0  MAX24305  SPI 0x100, frequency 0x200  reset at 0x2000 bit 0, activeHigh  stuffedClock  3           ptp0
+
+       seconds  chip      what happens
+)";
+
+// A pulse takes 0.8 s, the clean-up 0.5 s, an operation 4 us: 3.2 us on the bus, seen at the next poll of 1 us.
+TEST( Report, TellsABringUpFromTheGateToTheOutput ) {
+   EXPECT_EQ(
+      reported( singleCard, {} ),
+      cardHead +
+         R"(   0.000000000  ptp0      gate open       hardware present, sequence handed over, reset output usable, time sync enabling
+   0.000000000  ptp0      attempt 1       reset pulse
+   1.300012000  ptp0      programming     3/3 operations in 0.000012000 s
+   1.300012000  ptp0      locking
+   1.300015200  ptp0      lock poll 1     APLL status 0x00: APLL 1 not locked, APLL 2 not locked
+   4.300027200  ptp0      lock poll 4     APLL status 0x11: APLL 1 locked, APLL 2 locked
+   4.300028000  ptp0      ready           after 4 polls, output 10000000 Hz
+
+Chip  Kind      State  Clock  Attempts  Operations  Polls  Output
+ptp0  MAX24305  ready  ready  1         3/3         4      10000000 Hz
+
+Seconds  Reset pulse  SPI clean-up  Operations   Lock         Total
+ptp0     0.800000000  0.500000000   0.000012000  3.000016000  4.300028000
+
+)" );
+}
+
+Sim::Scenario faultAtStart( Sim::Fault const & fault ) {
+   Sim::Scenario scenario;
+   scenario.events.push_back( { 0, { Sim::FaultIs{ "ptp0", fault } } } );
+   return scenario;
+}
+
+bool has( std::string const & text, std::string const & piece ) { return text.find( piece ) != std::string::npos; }
+
+TEST( Report, TellsFailedAttemptsAndTheirReason ) {
+   std::string const text = reported(
+      singleCard, faultAtStart( { .kind = Sim::FaultKind::bitFlip_, .address = 16, .mask = 1, .count = 1 } ) );
+   EXPECT_TRUE( has(
+      text, "   0.000000000            scenario        fault bitFlip at ptp0, register 16 mask 1, once\n"
+            "   0.000000000  ptp0      attempt 1       reset pulse\n"
+            "   1.300012000  ptp0      failed          operation 3 of 3, read 0x10: expected 0x3c, found 0x3d\n"
+            "   2.300012000  ptp0      attempt 2       reset pulse\n"
+            "   3.600024000  ptp0      programming     3/3 operations in 0.000012000 s\n" ) )
+      << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  ready  ready  2         3/3         4      10000000 Hz\n" ) ) << text;
+}
+
+TEST( Report, TellsEachOfTenFailedAttempts ) {
+   std::string const dead = reported( singleCard, faultAtStart( { .kind = Sim::FaultKind::spiDead_ } ) );
+   EXPECT_TRUE( has( dead, "attempt 10      reset pulse\n" ) ) << dead;
+   EXPECT_FALSE( has( dead, "attempt 11" ) );
+   std::string const failed =
+      "failed          operation 1 of 3, read 0x30: expected 0x5e, the chip's answer got lost\n";
+   std::size_t count = 0;
+   for ( std::size_t at = dead.find( failed ); at != std::string::npos; at = dead.find( failed, at + 1 ) ) ++count;
+   EXPECT_EQ( count, 10u ) << dead;
+   EXPECT_TRUE(
+      has( dead, "log             MAX24305_INIT_FAILED: Initialization of the Max24305 chip has failed.\n" ) );
+   EXPECT_TRUE( has( dead, "ptp0  MAX24305  failed  failed  10        1/3         0\n" ) ) << dead;
+}
+
+TEST( Report, TellsALockThatNeverComes ) {
+   std::string const text = reported( singleCard, faultAtStart( { .kind = Sim::FaultKind::neverLock_ } ) );
+   EXPECT_TRUE( has( text, "ptp0      failed          no lock after 101 polls\n" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  failed  failed  1         3/3         101\n" ) ) << text;
+}
+
+TEST( Report, TellsTheGatesAsTheyCloseAndOpen ) {
+   Sim::Scenario scenario;
+   scenario.start.timeSync = 0;
+   scenario.start.gpoHam = { { "ptp0", false } };
+   scenario.events.push_back( { 1, { Sim::TimeSyncIs{ 1 }, Sim::GpoHamIs{ "ptp0", true } } } );
+   std::string const text = reported( singleCard, scenario );
+   EXPECT_TRUE( has(
+      text, "gate closed     hardware present, sequence handed over, reset output without handle, time sync disabled\n"
+            "   0.000000001            scenario        time-sync state 1\n"
+            "   0.000000001  ptp0      gate closed     hardware present, sequence handed over, reset output without "
+            "handle, time "
+            "sync enabling\n"
+            "   0.000000001            scenario        reset output of ptp0 has its handle\n"
+            "   0.000000001  ptp0      gate open       hardware present, sequence handed over, reset output usable, "
+            "time sync "
+            "enabling\n" ) )
+      << text;
+}
+
+TEST( Report, TellsTheTolvaneAndTheChipItFeeds ) {
+   std::string const text = reported( wholeCard, {} );
+   EXPECT_TRUE( has(
+      text, "   0.000000000  osc0      attempt 1       reset pulse\n"
+            "   0.800000000  osc0      ready           0.800000000 s after its reset\n"
+            "   0.800000000  ptp0      gate open       hardware present, sequence handed over, osc0 ready, "
+            "time sync enabling\n" ) )
+      << text;
+   EXPECT_TRUE( has( text, "osc0  Tolvane   ready         1\n" ) ) << text;
+   EXPECT_TRUE( has( text, "osc0     0.300000000                0.500000000               0.800000000\n" ) ) << text;
+}
+
+}   // namespace
