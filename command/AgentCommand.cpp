@@ -88,7 +88,6 @@ class Agent {
          std::string const * const chip = chipOf( name.string().stdString() );
          if ( !chip ) return;
          signals_.underWayIs( chip->c_str() );
-         if ( watch_ ) watch_->resetPulseIs( *chip );
       } );
    }
    // The first chip of that reset output; the text belongs to the card's description.

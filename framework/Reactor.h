@@ -104,9 +104,15 @@ template<class ReactorType, class Notifier, class Machine> class ReactorAttribut
          Ptr<ReactorType> const held = reactor_;
          held->notifierIs( Ptr<PtrInterface const>( notifier ) );
       } else {
-         reactor_ = new ReactorType( notifier, &machine_ );
-         reactor_->hasNotificationActiveIs( machine_.hasNotificationActive() );
+         newReactor( notifier );
       }
+   }
+   /// Makes the reactor, in place of one that is there.
+   Ptr<ReactorType> newReactor( Ptr<Notifier> const & notifier ) {
+      Ptr<ReactorType> const made = new ReactorType( notifier, &machine_ );
+      made->hasNotificationActiveIs( machine_.hasNotificationActive() );
+      notifierDel();
+      return reactor_ = made;
    }
    void notifierDel() {
       Ptr<ReactorType> const dropped = std::exchange( reactor_, nullptr );

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "card/Card.h"
+#include "card/StepListener.h"
 #include "framework/Entity.h"
 #include "framework/Log.h"
 #include "framework/Trace.h"
@@ -14,10 +15,10 @@
 #include "report/TracesOn.h"
 
 #include <chrono>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Host {
 
@@ -38,41 +39,24 @@ class Journal {
    bool const onTerminal_;
 };
 
-/// Counts the operations of a programming attempt as they are traced, and shows the count from time to time.
-class OperationProgress {
- public:
-   explicit OperationProgress( Journal const & journal ) : journal_( journal ) {}
-
-   /// An attempt begins; `operations` are those that are traced: reads and writes. None shows no progress.
-   void attemptIs( std::string chip, std::size_t operations );
-   void traced( Vor::TraceRecord const & record );
-
- private:
-   Journal const & journal_;
-   std::string chip_;
-   std::size_t operations_ = 0;
-   std::size_t done_ = 0;
-   std::chrono::steady_clock::time_point shown_;
-};
-
-/// Tells the journal of the card's states and presence, of logged messages, and of traces up to a level.
-class JournalWatch {
+/// Tells the journal of the machines' steps, of the card's presence, of logged messages, and of traces up to a level.
+class JournalWatch final : private StepListener {
  public:
    /// Card and journal outlive the watch. One may live at a time.
    JournalWatch( Card const & card, Journal const & journal, std::optional<U32> traceLevel );
    ~JournalWatch();
-   JournalWatch( JournalWatch const & ) = delete;
-   JournalWatch & operator=( JournalWatch const & ) = delete;
-
-   /// The reset output of that chip is pulsed: an attempt begins.
-   void resetPulseIs( std::string const & chip );
 
  private:
+   void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
+   void stateIs( std::string const & name, std::string const & label, Vor::String const & state );
+   void progressIs( std::string const & chip, Hardware::Steps::OperationDone const & done );
+
    Card const & card_;
    Journal const & journal_;
-   OperationProgress progress_;
    TracesOn const tracesOn_;
-   std::vector<Vor::Ptr<Vor::EntityObserver>> observers_;
+   std::map<std::string, Vor::String> states_;   // as last told, by label and name
+   std::chrono::steady_clock::time_point progressShown_;
+   Vor::Ptr<Vor::EntityObserver> presence_;
    Vor::Ptr<Vor::TraceSink> outerTraceSink_;
    Vor::Ptr<Vor::LogSink> outerLogSink_;
 };

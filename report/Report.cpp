@@ -1,10 +1,7 @@
 #include "report/Report.h"
 
-#include "card/Gate.h"
 #include "framework/Log.h"
 #include "framework/Trace.h"
-#include "hal/KivHal.h"
-#include "hal/Max24305Hal.h"
 #include "report/ReportText.h"
 
 #include <fmt/format.h>
@@ -14,55 +11,37 @@
 
 namespace Host {
 
-using Phase = ChipTrack::Phase;
+using namespace Hardware;
 
 Report::Report( std::ostream & out, Style style, SimulatedWorld & world, std::optional<U32> traceLevel )
    : out_( out ), style_( style ), world_( world ), traceLevel_( traceLevel ) {
-   Card const & card = world_.card();
-   for ( Input::TolvaneDescription const & chip : card.description().tolvanes ) {
-      ChipTrack & track = tracks_.emplace_back();
-      track.name = chip.name;
-      track.resetGpoName = chip.resetGpoName;
-      track.tolvane = &chip;
+   Input::CardDescription const & card = world_.card().description();
+   for ( Input::TolvaneDescription const & chip : card.tolvanes ) {
+      tracks_.emplace_back().name = chip.name;
+      tracks_.back().isTolvane = true;
    }
-   for ( Input::Max24305Description const & chip : card.description().max24305s ) {
-      ChipTrack & track = tracks_.emplace_back();
-      track.name = chip.name;
-      track.resetGpoName = chip.resetGpoName;
-      track.max24305 = &chip;
+   for ( Input::Max24305Description const & chip : card.max24305s ) {
+      tracks_.emplace_back().name = chip.name;
+      tracks_.back().operations = chip.sequence.size();
    }
-   for ( ChipTrack const & track : tracks_ ) chipWidth_ = std::max( chipWidth_, track.name.size() );
-
-   auto const watch = [this]( Vor::Ptr<Vor::Entity const> const & entity ) {
-      watches_.push_back( new GateWatch( entity, *this ) );
-   };
-   watch( card.hamImpl() );
-   watch( card.timeSync() );
-   watch( card.redundancy() );
-   for ( Input::GpoDescription const & gpo : card.description().gpos ) watch( card.gpo( gpo.name ) );
-   for ( auto const & [name, status] : card.tolvaneStatusDir()->tolvane() ) watch( status );
-   for ( auto const & [name, config] : card.max24305ConfigDir()->max24305() ) watch( config );
-}
-
-Report::~Report() {
-   for ( auto const & watch : watches_ ) watch->notifierIs( Vor::Ptr<Vor::PtrInterface const>() );
+   for ( Track & track : tracks_ ) {
+      trackOf_[track.name] = &track;
+      chipWidth_ = std::max( chipWidth_, track.name.size() );
+   }
 }
 
 void Report::begin( std::string const & title ) {
    started_ = std::chrono::steady_clock::now();
-   out_ << style_.strong( title ) << "\n\n" << cardText() << '\n';
+   out_ << style_.strong( title ) << "\n\n" << cardText( world_.card().description(), style_ ) << '\n';
    out_ << style_.quiet( fmt::format( "{:>14}  {}  {}", "seconds", padded( "chip", chipWidth_ ), "what happens" ) )
         << '\n';
-   gatesLook();
    out_.flush();
 }
 
 void Report::end() {
    std::chrono::duration<double> const took = std::chrono::steady_clock::now() - started_;
-   for ( ChipTrack & track : tracks_ ) {
-      attemptEnd( track );
-      pollsShow( track, track.lastNs );
-   }
+   for ( Track & track : tracks_ )
+      if ( track.state == "locking" ) pollsShow( track, track.pollNs );
    out_ << '\n' << statesText() << '\n' << stepsText() << '\n';
    bool const ready = world_.card().allReady();
    out_ << fmt::format(
@@ -72,94 +51,108 @@ void Report::end() {
    out_.flush();
 }
 
-void Report::onWrite32( U64 ns, U32 address, U32 value ) {
-   using namespace Hardware;
-   SpiCommandFifo closing;
-   closing.csEndIs( 1 );
-   for ( ChipTrack & track : tracks_ ) {
-      if ( !track.max24305 || track.phase != Phase::cleanUp_ ) continue;
-      U32 const base = track.max24305->configOffset;
-      bool const closes = address == base + SpiCommandFifo::address() && value == closing.value();
-      if ( !closes && address != base + SpiReset::address() ) continue;
-      track.lastNs = ns;
-      cleanUpSleep_ = &track;
+void Report::onStep( Vor::Entity const & config, Step const & step ) {
+   auto const track = trackOf_.find( config.name().string() );
+   if ( track != trackOf_.end() )
+      std::visit( [&]( auto const & one ) { told( *track->second, world_.nowNs(), one ); }, step );
+}
+
+void Report::told( Track & track, U64 ns, Steps::GateEvaluated const & gate ) {
+   std::string text;
+   for ( GateRow const & row : gate.rows ) {
+      std::string const value = ( row.condition + " " + row.value ).stdString();
+      text += ( text.empty() ? "" : ", " ) + ( row.met ? value : style_.bad( value ) );
+   }
+   if ( text == track.gate ) return;
+   track.gate = text;
+   line( ns, track.name, allMet( gate.rows ) ? style_.good( "gate open" ) : style_.bad( "gate closed" ), text );
+}
+
+void Report::told( Track & track, U64 ns, Steps::AttemptBegun const & attempt ) {
+   track.attempts = attempt.number;
+   track.operation = 0;
+   track.steps = {};
+   track.steps.begunNs = ns;
+   line( ns, track.name, fmt::format( "attempt {}", attempt.number ), "reset pulse" );
+}
+
+void Report::told( Track & track, U64 ns, Steps::ResetPulsed const & ) { track.steps.pulsedNs = ns; }
+
+void Report::told( Track & track, U64 ns, Steps::CleanedUp const & ) { track.steps.cleanNs = ns; }
+
+void Report::told( Track & track, U64, Steps::OperationDone const & done ) { track.operation = done.place; }
+
+void Report::told( Track & track, U64 ns, Steps::AttemptFailed const & failed ) {
+   track.steps.endNs = ns;
+   line( ns, track.name, style_.bad( "failed" ), failureText( failed ) );
+}
+
+void Report::told( Track & track, U64 ns, Steps::ProgrammingEnded const & ended ) {
+   if ( !ended.succeeded || track.isTolvane ) return;
+   track.steps.programmedNs = ns;
+   track.polls = 0;
+   line(
+      ns, track.name, "programming",
+      fmt::format(
+         "{}/{} operations in {} s", track.operation, track.operations,
+         secondsText( ns - track.steps.cleanNs.value_or( ns ) ) ) );
+}
+
+void Report::told( Track & track, U64 ns, Steps::LockPolled const & poll ) {
+   track.polls = poll.number;
+   track.pollNs = ns;
+   bool const news = poll.number == 1 || poll.status != track.pollStatus;
+   track.pollStatus = poll.status;
+   if ( poll.number == 1 ) track.pollShown = 0;
+   if ( news ) pollsShow( track, ns );
+}
+
+void Report::told( Track & track, U64, Steps::FrequencyRead const & read ) { track.frequencyInHz = read.frequencyInHz; }
+
+void Report::told( Track & track, U64 ns, Steps::Published const & published ) {
+   bool const wasLocking = track.state == "locking";
+   track.clock = stringValue( published.clock ).stdString();
+   std::string const state = stringValue( published.state ).stdString();
+   if ( std::exchange( track.state, state ) == state ) return;
+   switch ( published.state ) {
+   case Max24305::ready_:
+      track.steps.endNs = ns;
+      line(
+         ns, track.name, style_.good( state ),
+         fmt::format(
+            "after {} {}, output {}", track.polls, track.polls == 1 ? "poll" : "polls",
+            frequencyText( track.frequencyInHz ) ) );
+      break;
+   case Max24305::failed_:
+      if ( !wasLocking ) break;   // the attempt has told of itself
+      track.steps.endNs = ns;
+      pollsShow( track, ns );
+      line( ns, track.name, style_.bad( state ), fmt::format( "no lock after {} polls", track.polls ) );
+      break;
+   default:
+      if ( wasLocking ) pollsShow( track, ns );
+      line( ns, track.name, style_.busy( state ), "" );
+      if ( published.state == Max24305::uninitialized_ ) track.attempts = 0;
    }
 }
 
-void Report::onRead32( U64 ns, U32 address, U32 value ) {
-   using namespace Hardware;
-   for ( ChipTrack & track : tracks_ ) {
-      U32 const accessed = track.max24305 ? track.max24305->configOffset + SpiCtrl::address()
-                                          : track.tolvane->offset + TolvaneEnable::address();
-      if ( address == accessed ) {
-         pulseClaim( track );
-         track.lastNs = ns;
-         if ( track.phase == Phase::pulse_ ) {
-            track.phase = Phase::cleanUp_;
-            track.accessNs = track.operationsNs = ns;
-         }
-      }
-      if (
-         track.max24305 && track.phase == Phase::lock_ &&
-         address == track.max24305->statusOffset + Max24305Status::address() )
-         track.frequencyInHz = Max24305Status( value ).frequencyInHz();
+void Report::told( Track & track, U64 ns, Steps::TolvanePublished const & published ) {
+   track.state = stringValue( published.state ).stdString();
+   if ( published.state == Tolvane::ready_ ) {
+      track.steps.endNs = ns;
+      line(
+         ns, track.name, style_.good( track.state ),
+         fmt::format( "{} s after its reset", secondsText( ns - track.steps.begunNs.value_or( ns ) ) ) );
+   } else if ( published.state == Tolvane::uninitialized_ ) {
+      track.attempts = 0;
+      line( ns, track.name, style_.busy( track.state ), "" );
    }
 }
 
-void Report::onGpo( U64 ns, std::string_view name, bool active ) {
-   if ( !active ) return;
-   auto const uses = [&]( ChipTrack const & track ) { return track.resetGpoName == name; };
-   auto const users = std::count_if( tracks_.begin(), tracks_.end(), uses );
-   for ( ChipTrack & track : tracks_ ) {
-      if ( !uses( track ) ) continue;
-      track.pulsePending = true;
-      track.pulseNs = ns;
-      // Where chips share an output, whose turn it is shows with the first access.
-      if ( users == 1 ) pulseClaim( track );
-   }
-}
-
-void Report::onSleep( U64 ns, U64 forNs ) {
-   if ( cleanUpSleep_ ) cleanUpSleep_->operationsNs = ns + forNs;
-   cleanUpSleep_ = nullptr;
-}
-
-void Report::onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) {
-   ChipTrack * const track = trackOf( chip );
-   if ( !track || !track->max24305 ) return;
-   U16 const address = static_cast<U16>( bytes[1] << 8 | bytes[2] );
-   track->lastNs = ns;
-   if ( track->phase == Phase::lock_ ) {
-      if ( address != Hardware::ApllStatus::address() ) return;
-      ++track->polls;
-      if ( track->polls == 1 || response != track->pollStatus )
-         line(
-            ns, track->name, fmt::format( "lock poll {}", track->polls ),
-            apllText( Hardware::ApllStatus( response ) ) );
-      track->pollStatus = response;
-      return;
-   }
-   if ( track->phase == Phase::cleanUp_ ) track->phase = Phase::operations_;
-   if ( track->phase == Phase::operations_ ) track->transactionIs( bytes[0] == 2, address, response );
-}
-
-void Report::onState( U64 ns, Sim::StateChange const & change ) {
-   std::string const name( change.entity.substr( change.entity.rfind( '/' ) + 1 ) );
-   std::string const state = change.text.empty() ? std::to_string( change.value ) : std::string( change.text );
-   if ( change.entity.find( "/clockStatus/" ) != std::string_view::npos ) {
-      for ( ChipTrack & track : tracks_ )
-         if ( track.max24305 && track.max24305->clockStatus == name ) track.clock = state;
-      return;
-   }
-   ChipTrack * const track = trackOf( name );
-   if ( !track ) return;
-   pulseClaim( *track );
-   track->lastNs = ns;
-   if ( track->tolvane )
-      tolvaneStateIs( *track, ns, state );
-   else
-      max24305StateIs( *track, ns, state );
-   track->state = state;
+void Report::pollsShow( Track & track, U64 ns ) {
+   if ( track.polls <= track.pollShown ) return;
+   track.pollShown = track.polls;
+   line( ns, track.name, fmt::format( "lock poll {}", track.polls ), apllText( ApllStatus( track.pollStatus ) ) );
 }
 
 void Report::onTrace( U64 ns, Vor::TraceRecord const & record ) {
@@ -170,7 +163,6 @@ void Report::onTrace( U64 ns, Vor::TraceRecord const & record ) {
 }
 
 void Report::onLog( U64 ns, std::string_view id ) {
-   for ( ChipTrack & track : tracks_ ) attemptEnd( track );
    std::string event;
    for ( Vor::LogHandle const * handle : Vor::logHandles() )
       if ( handle->id() == Vor::String( id ) ) event = handle->event().stdString();
@@ -196,140 +188,35 @@ void Report::line( U64 ns, std::string_view chip, std::string const & what, std:
    out_ << text << '\n';
 }
 
-void Report::gatesLook() {
-   for ( ChipTrack & track : tracks_ ) {
-      Gate const gate = gateOf( world_.card(), track.name );
-      std::string text;
-      for ( GateCondition const & condition : gate.conditions ) {
-         std::string const value = condition.name + " " + condition.value;
-         text += ( text.empty() ? "" : ", " ) + ( condition.met ? value : style_.bad( value ) );
-      }
-      if ( text == track.gate ) continue;
-      track.gate = text;
-      line( world_.nowNs(), track.name, gate.open() ? style_.good( "gate open" ) : style_.bad( "gate closed" ), text );
-   }
-}
-
-void Report::pulseClaim( ChipTrack & track ) {
-   if ( !track.pulsePending ) return;
-   attemptEnd( track );
-   track.pulsePending = false;
-   track.attemptOpen = true;
-   track.phase = Phase::pulse_;
-   track.operation = 0;
-   track.answer.reset();
-   track.accessNs = track.operationsNs = track.lockNs = track.endNs = 0;
-   ++track.attempts;
-   line( track.pulseNs, track.name, fmt::format( "attempt {}", track.attempts ), "reset pulse" );
-}
-
-// Called when an attempt is known to be over without success: the machine publishes a failure only the first time.
-void Report::attemptEnd( ChipTrack & track ) {
-   if ( !track.attemptOpen ) return;
-   track.attemptOpen = false;
-   track.phase = Phase::idle_;
-   track.endNs = track.lastNs;
-   line( track.lastNs, track.name, style_.bad( "failed" ), track.failureText() );
-}
-
-void Report::pollsShow( ChipTrack & track, U64 ns ) {
-   if ( track.phase != Phase::lock_ || track.polls < 2 ) return;
-   line(
-      ns, track.name, fmt::format( "lock poll {}", track.polls ),
-      apllText( Hardware::ApllStatus( track.pollStatus ) ) );
-}
-
-void Report::tolvaneStateIs( ChipTrack & track, U64 ns, std::string const & state ) {
-   if ( state == "ready" ) {
-      track.attemptOpen = false;
-      track.phase = Phase::idle_;
-      track.endNs = ns;
-      line(
-         ns, track.name, style_.good( state ),
-         fmt::format( "{} s after its reset", secondsText( ns - track.pulseNs ) ) );
-   } else if ( state == "failed" ) {
-      attemptEnd( track );
-   } else {
-      track.attempts = 0;
-      line( ns, track.name, style_.busy( state ), "" );
-   }
-}
-
-void Report::max24305StateIs( ChipTrack & track, U64 ns, std::string const & state ) {
-   if ( state == "locking" ) {
-      track.attemptOpen = false;
-      track.phase = Phase::lock_;
-      track.operation = track.operations();
-      track.polls = 0;
-      track.lockNs = ns;
-      line(
-         ns, track.name, "programming",
-         fmt::format(
-            "{}/{} operations in {} s", track.operations(), track.operations(),
-            secondsText( ns - track.operationsNs ) ) );
-      line( ns, track.name, style_.busy( state ), "" );
-      return;
-   }
-   if ( state == "ready" ) {
-      line(
-         ns, track.name, style_.good( state ),
-         fmt::format(
-            "after {} {}, output {}", track.polls, track.polls == 1 ? "poll" : "polls",
-            frequencyText( track.frequencyInHz ) ) );
-   } else if ( state == "failed" && track.phase == Phase::lock_ ) {
-      pollsShow( track, ns );
-      line( ns, track.name, style_.bad( state ), fmt::format( "no lock after {} polls", track.polls ) );
-   } else if ( state == "failed" ) {
-      attemptEnd( track );
-   } else {
-      if ( track.phase == Phase::lock_ ) pollsShow( track, ns );
-      track.attempts = 0;
-      line( ns, track.name, style_.busy( state ), "" );
-   }
-   track.endNs = ns;
-   track.phase = Phase::idle_;
-}
-
-ChipTrack * Report::trackOf( std::string_view chip ) {
-   auto const found =
-      std::find_if( tracks_.begin(), tracks_.end(), [&]( ChipTrack const & track ) { return track.name == chip; } );
-   return found == tracks_.end() ? nullptr : &*found;
-}
-
-std::string Report::cardText() const { return Host::cardText( world_.card().description(), style_ ); }
-
 std::string Report::statesText() const {
    Table table( { "Chip", "Kind", "State", "Clock", "Attempts", "Operations", "Polls", "Output" } );
-   for ( ChipTrack const & track : tracks_ ) {
-      bool const isTolvane = track.tolvane;
+   for ( Track const & track : tracks_ ) {
+      bool const isTolvane = track.isTolvane;
       table.rowAdd(
          { track.name, isTolvane ? "Tolvane" : "MAX24305", stateText( track.state, style_ ),
-           isTolvane ? "" : ( track.clock.empty() ? "notReady" : stateText( track.clock, style_ ) ),
-           std::to_string( track.attempts ),
-           isTolvane ? "" : fmt::format( "{}/{}", track.operation, track.operations() ),
+           isTolvane ? "" : stateText( track.clock, style_ ), std::to_string( track.attempts ),
+           isTolvane ? "" : fmt::format( "{}/{}", track.operation, track.operations ),
            isTolvane ? "" : std::to_string( track.polls ),
            track.state == "ready" && !isTolvane ? frequencyText( track.frequencyInHz ) : "" } );
    }
    return table.text( style_ );
 }
 
-// Of each chip's last attempt, which is the successful one where the chip is ready.
+// Of each chip's last attempt, which is the successful one where the chip is ready. What was cut short has no time.
 std::string Report::stepsText() const {
    Table table( { "Seconds", "Reset pulse", "SPI clean-up", "Operations", "Lock", "Total" } );
-   auto const span = []( U64 from, U64 to ) {
-      return from > 0 && to >= from ? secondsText( to - from ) : std::string( "-" );
-   };
-   for ( ChipTrack const & track : tracks_ ) {
-      bool const pulsed = track.accessNs > 0;
-      std::string const pulse = pulsed ? secondsText( track.accessNs - track.pulseNs ) : "-";
-      std::string const total = track.endNs > 0 ? secondsText( track.endNs - track.pulseNs ) : "-";
-      if ( track.tolvane )
-         table.rowAdd( { track.name, pulse, "", span( track.accessNs, track.endNs ), "", total } );
+   using Time = std::optional<U64>;
+   auto const span = []( Time from, Time to ) { return from && to ? secondsText( *to - *from ) : std::string( "-" ); };
+   for ( Track const & track : tracks_ ) {
+      auto const & [begun, pulsed, clean, programmed, end] = track.steps;
+      std::string const pulse = span( begun, pulsed );
+      std::string const total = span( begun, end );
+      if ( track.isTolvane )
+         table.rowAdd( { track.name, pulse, "", span( pulsed, end ), "", total } );
       else
          table.rowAdd(
-            { track.name, pulse, span( track.accessNs, track.operationsNs ),
-              span( track.operationsNs, track.lockNs > 0 ? track.lockNs : track.endNs ),
-              span( track.lockNs, track.endNs ), total } );
+            { track.name, pulse, span( pulsed, clean ), span( clean, programmed ? programmed : end ),
+              span( programmed, end ), total } );
    }
    return table.text( style_ );
 }

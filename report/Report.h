@@ -1,7 +1,8 @@
 // The account of a simulated bring-up for people: the card's chips, the gates as they open and close, attempts,
 // operations and lock polls as they go, and at the end the states and how much virtual time each step took.
 //
-// It sees what the event log sees, and the conditions of the gates.
+// It is written on the machines' steps; besides it shows scenario actions, logged messages, assertions that fail, and
+// traces where they are asked for.
 //
 //    Host::Report report( std::cout, Host::styleOf( STDOUT_FILENO ), world );
 //    report.begin( "examples/demo.json" );
@@ -10,8 +11,7 @@
 #pragma once
 
 #include "card/SimulatedWorld.h"
-#include "framework/Entity.h"
-#include "report/ChipTrack.h"
+#include "card/StepListener.h"
 #include "report/Style.h"
 #include "sim/CardListener.h"
 
@@ -19,56 +19,69 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace Host {
 
-class Report final : public Sim::CardListener {
+class Report final : public Sim::CardListener, private StepListener {
  public:
    /// Shows traces up to `traceLevel`, none without. Stream and world outlive the report.
    Report( std::ostream & out, Style style, SimulatedWorld & world, std::optional<U32> traceLevel );
-   ~Report() override;
-   Report( Report const & ) = delete;
-   Report & operator=( Report const & ) = delete;
 
    void begin( std::string const & title );
    void end();
 
-   void onWrite32( U64 ns, U32 address, U32 value ) override;
-   void onRead32( U64 ns, U32 address, U32 value ) override;
-   void onGpo( U64 ns, std::string_view name, bool active ) override;
-   void onSleep( U64 ns, U64 forNs ) override;
-   void onState( U64 ns, Sim::StateChange const & change ) override;
    void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
    void onLog( U64 ns, std::string_view id ) override;
-   void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) override;
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
    void onScenario( U64 ns, std::string_view what ) override;
 
  private:
-   // Looks at the gates whenever something changes that one of them depends on.
-   class GateWatch final : public Vor::EntityObserver {
-    public:
-      GateWatch( Vor::Ptr<Vor::Entity const> const & entity, Report & report ) : report_( report ) {
-         vorAttach( entity );
-      }
-      void onAttribute( Vor::Entity const &, Vor::Attribute const &, Vor::Value const & ) override {
-         report_.gatesLook();
-      }
-
-    private:
-      Report & report_;
+   // When the steps of an attempt were over, as far as it came.
+   struct Times {
+      std::optional<U64> begunNs;
+      std::optional<U64> pulsedNs;
+      std::optional<U64> cleanNs;
+      std::optional<U64> programmedNs;
+      std::optional<U64> endNs;   // ready or failed
    };
 
+   // What is known of one chip.
+   struct Track {
+      std::string name;
+      bool isTolvane = false;
+      std::size_t operations = 0;   // of its sequence
+      std::string gate;             // as last shown
+      std::string state = "uninitialized";
+      std::string clock = "notReady";
+      U32 attempts = 0;    // of the present bring-up
+      U32 operation = 0;   // the last one of the present attempt
+      U32 polls = 0;
+      U32 pollShown = 0;
+      U8 pollStatus = 0;
+      U64 pollNs = 0;
+      std::optional<U32> frequencyInHz;
+      Times steps;   // of the last attempt
+   };
+
+   void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
+   void told( Track & track, U64 ns, Hardware::Steps::GateEvaluated const & gate );
+   void told( Track & track, U64 ns, Hardware::Steps::AttemptBegun const & attempt );
+   void told( Track & track, U64 ns, Hardware::Steps::ResetPulsed const & );
+   void told( Track & track, U64 ns, Hardware::Steps::CleanedUp const & );
+   void told( Track & track, U64 ns, Hardware::Steps::OperationDone const & done );
+   void told( Track &, U64, Hardware::Steps::EnableDone const & ) {}
+   void told( Track & track, U64 ns, Hardware::Steps::AttemptFailed const & failed );
+   void told( Track & track, U64 ns, Hardware::Steps::ProgrammingEnded const & ended );
+   void told( Track & track, U64 ns, Hardware::Steps::LockPolled const & poll );
+   void told( Track & track, U64 ns, Hardware::Steps::FrequencyRead const & read );
+   void told( Track & track, U64 ns, Hardware::Steps::Published const & published );
+   void told( Track & track, U64 ns, Hardware::Steps::TolvanePublished const & published );
+
    void line( U64 ns, std::string_view chip, std::string const & what, std::string const & details );
-   void gatesLook();
-   void pulseClaim( ChipTrack & track );
-   void attemptEnd( ChipTrack & track );
-   void pollsShow( ChipTrack & track, U64 ns );
-   void tolvaneStateIs( ChipTrack & track, U64 ns, std::string const & state );
-   void max24305StateIs( ChipTrack & track, U64 ns, std::string const & state );
-   ChipTrack * trackOf( std::string_view chip );
-   std::string cardText() const;
+   void pollsShow( Track & track, U64 ns );
    std::string statesText() const;
    std::string stepsText() const;
 
@@ -76,10 +89,9 @@ class Report final : public Sim::CardListener {
    Style const style_;
    SimulatedWorld & world_;
    std::optional<U32> const traceLevel_;
-   std::vector<ChipTrack> tracks_;
-   std::vector<Vor::Ptr<GateWatch>> watches_;
+   std::vector<Track> tracks_;   // in the card's order
+   std::unordered_map<std::string_view, Track *> trackOf_;
    std::size_t chipWidth_ = 8;
-   ChipTrack * cleanUpSleep_ = nullptr;   // whose clean-up the next sleep belongs to
    std::chrono::steady_clock::time_point started_;
 };
 

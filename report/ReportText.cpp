@@ -20,6 +20,18 @@ std::string apllText( Hardware::ApllStatus status ) {
       locked( status.apll2Locked() ) );
 }
 
+std::string failureText( Hardware::Steps::AttemptFailed const & failed ) {
+   auto const * const done = std::get_if<Hardware::Steps::OperationDone>( &failed.at );
+   if ( !done ) return "neither enable nor power good reads back";
+   std::string const where = fmt::format( "operation {} of {}, ", done->place, done->of );
+   auto const [key, type, address, value] = done->operation;
+   if ( !done->byteRead ) return where + fmt::format( "write 0x{:x} to 0x{:x}: not sent", value, address );
+   constexpr U8 noAnswer = 0xFF;
+   return where + fmt::format(
+                     "read 0x{:x}: expected 0x{:x}, found 0x{:x}{}", address, value, *done->byteRead,
+                     *done->byteRead == noAnswer ? " or no answer" : "" );
+}
+
 std::string stateText( std::string const & state, Style const & style ) {
    if ( state == "ready" ) return style.good( state );
    return state == "failed" ? style.bad( state ) : style.busy( state );

@@ -4,6 +4,7 @@
 #include "hal/Max24305Hal.h"
 #include "input/CardDescription.h"
 #include "report/Style.h"
+#include "sm/Steps.h"
 
 #include <optional>
 #include <string>
@@ -19,6 +20,9 @@ std::string frequencyText( std::optional<U32> frequencyInHz );
 
 /// "APLL status 0x01: APLL 1 locked, APLL 2 not locked".
 std::string apllText( Hardware::ApllStatus status );
+
+/// Why an attempt failed: "operation 3 of 5, read 0x10: expected 0x3c, found 0x3d".
+std::string failureText( Hardware::Steps::AttemptFailed const & failed );
 
 /// A state's text in its colour.
 std::string stateText( std::string const & state, Style const & style );

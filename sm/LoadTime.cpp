@@ -1,4 +1,5 @@
-// What happens when the library is loaded: its modules register their types, in this order, and nothing else.
+// What happens when the library is loaded: its modules register their types and declare their logged messages, in this
+// order; besides, their trace facilities become known. No hardware is touched and nothing runs.
 //
 // One file for all of them, because the order of static initialisers across source files is not fixed, and because this
 // file names every module, so that none is dropped from an archive.

@@ -1,13 +1,15 @@
 #include "sm/Max24305Sm.h"
 
+#include "framework/ActivityManager.h"
 #include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
+#include "framework/Log.h"
 #include "framework/TypeRegistry.h"
 #include "hal/Max24305Hal.h"
 #include "platform/SimulationVmid.h"
-#include "sm/Max24305WithStuffedClockInputSm.h"
-#include "sm/Max24305WithTolvaneInputSm.h"
+#include "sm/ResetPulse.h"
+#include "sm/Steps.h"
 #include "util/Utils.h"
 
 #include <limits>
@@ -24,6 +26,33 @@ constexpr U32 maxAttempts = 10;
 constexpr U32 resetActiveNs = 300'000'000;
 constexpr U32 resetRecoveryNs = 500'000'000;
 constexpr U32 retryPauseNs = 1'000'000'000;
+
+constexpr char switchoverTrace[] = "Switchover in progress. Wait for Dovra to become writable.";
+
+// What "now" is for the lock timer.
+double now() { return Vor::activityManager().config().clock()->now(); }
+
+// The message is declared with the module's types.
+Vor::LogHandle const & initFailed() {
+   static Vor::LogHandle const handle(
+      "MAX24305_INIT_FAILED", 3, "Possible hardware error with the Max24305 chip.",
+      "Initialization of the Max24305 chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
+   return handle;
+}
+
+void logInitFailed() {
+   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
+}
+
+// Sets one of the two published records, and tells of `first` and of the change.
+template<class Record, class State, class... First>
+void publishAndTell(
+   Max24305Sm const & machine, Vor::Ptr<Record> const & record, State state, First const &... first ) {
+   publish( record, state, [&]( bool changed ) {
+      ( tellStep( machine, first ), ... );
+      if ( changed ) tellStep( machine, Steps::Published{ machine.status()->state(), machine.pllStatus()->state() } );
+   } );
+}
 
 }   // namespace
 
@@ -72,22 +101,23 @@ void Max24305Sm::handleInitialized() {
 
 void Max24305Sm::handleEnvironmentChanges() {
    if ( !initialized() ) return;
-   bool const simulated = simulationVmid();
-   bool const hardwarePresent = hamImpl()->hardwarePresent();
-   bool const sequenceValid = config()->opsToDoValid();
-   bool const outputUsable = simulated || setClearGpo()->ham();
-   if ( !hardwarePresent || !sequenceValid || !outputUsable ) {
-      if ( !hardwarePresent ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
-      if ( !sequenceValid ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
-      if ( !outputUsable ) VOR_TRACE( traceHandle, 1, __func__ << " Gpo ham not available yet" );
+   wired( hamImpl() );
+   wired( config() );
+   if ( !simulationVmid() ) wired( setClearGpo() );
+   Readiness const rows = readiness();
+   gateTell();
+   if ( !allMet( rows ) ) {
+      for ( GateRow const & row : rows )
+         if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
    }
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
-   if ( timeSyncStatus()->state() == PtpTimeSync::disabled_ ) {
+   wired( timeSyncStatus() );
+   if ( GateRow const row = timeSyncRow(); !row.met ) {
       publishedStatesReset();
-      VOR_TRACE( traceHandle, 1, __func__ << " TimeSync not enabled" );
+      VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
    }
    if ( running( timeSyncStatus()->state() ) ) {
@@ -111,34 +141,45 @@ void Max24305Sm::doProgramMax24305() {
       return;
    }
    if ( redundancyStatus()->mode() == Redundancy::switchover_ && !dovraWritable() ) {
-      VOR_TRACE( traceHandle, 0, "Switchover in progress. Wait for Dovra to become writable." );
+      VOR_TRACE( traceHandle, 0, switchoverTrace );
       return;
    }
    publishedStatesReset();
    VOR_ASSERT( resetGpo() );
    VOR_ASSERT( timeSyncStatus()->state() != PtpTimeSync::OperationalState::disabled_ );
 
-   for ( U32 attempts = maxAttempts; attempts > 0; --attempts ) {
-      pulseReset();
+   for ( U32 attempt = 1; attempt <= maxAttempts; ++attempt ) {
+      tellStep( *this, Steps::AttemptBegun{ attempt, maxAttempts } );
+      pulseReset( resetGpo(), resetActiveNs, resetRecoveryNs );
+      tellStep( *this, Steps::ResetPulsed{} );
       kivSpiIntf()->doResetHwSm();
       kivSpiIntf()->doReset();
+      tellStep( *this, Steps::CleanedUp{} );
 
       bool failed = false;
       Vor::Ptr<Max24305::Config const> const programmed = config();   // held, whatever a nested change does
+      Steps::OperationDone done;
+      done.of = static_cast<U32>( programmed->opsToDo().count() );
       for ( auto place = programmed->opsToDo().begin(); !failed && place != programmed->opsToDo().end(); ++place ) {
          Max24305::Op const op = place->value();
+         ++done.place;
+         done.operation = op;
+         done.byteRead.reset();
          auto const address = static_cast<U16>( op.address );
          switch ( op.type ) {
          case Max24305::read_: {
             U8 const byte = kivSpiIntf()->doRead( address );
             VOR_TRACE( traceHandle, 1, "Verify Read " << Vor::format( "0x%x at 0x%x.", op.value, op.address ) );
+            done.byteRead = byte;
             failed = byte != op.value;   // the whole number: one above 255 never matches
+            if ( failed ) done.outcome = Steps::Outcome::readMismatch_;
             if ( failed ) VOR_TRACE( traceHandle, 1, "Value read incorrect " << Vor::format( "0x%x", byte ) );
             break;
          }
          case Max24305::write_:
             VOR_TRACE( traceHandle, 1, "Write " << Vor::format( "0x%x to 0x%x.", op.value, op.address ) );
             failed = !kivSpiIntf()->doWrite( address, static_cast<U8>( op.value ) );
+            if ( failed ) done.outcome = Steps::Outcome::writeNotSent_;
             break;
          case Max24305::sleep_:
             nsleep( op.value );
@@ -146,19 +187,22 @@ void Max24305Sm::doProgramMax24305() {
          default:
             VOR_ASSERT( 0 );
          }
+         tellStep( *this, done );
       }
       if ( !failed ) {
-         status()->stateIs( Max24305::locking_ );
+         publishAndTell( *this, status(), Max24305::locking_, Steps::ProgrammingEnded{ attempt, true } );
          lockPollCountIs( 0 );
-         lockStatusClock()->timeMinIs( timerWheel()->clock()->now() );
+         lockStatusClock()->timeMinIs( now() );
          return;
       }
-      status()->stateIs( Max24305::failed_ );
-      pllStatus()->stateIs( Kiv::ClockStatus::failed_ );
+      publishAndTell( *this, status(), Max24305::failed_ );
+      publishAndTell(
+         *this, pllStatus(), Kiv::ClockStatus::failed_, Steps::AttemptFailed{ attempt, maxAttempts, done } );
       VOR_TRACE( traceHandle, 1, "Max24305 Programming sequence failed. Retrying." );
       nsleep( retryPauseNs );
    }
-   Max24305SmModule::logInitFailed();
+   tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
+   logInitFailed();
 }
 
 void Max24305Sm::doWaitForLock() {
@@ -166,26 +210,29 @@ void Max24305Sm::doWaitForLock() {
    VOR_ASSERT( timeSyncStatus()->state() != PtpTimeSync::OperationalState::disabled_ );
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
    lockPollCountInc( 1 );
-   ApllStatus const apllStatus( kivSpiIntf()->doRead( ApllStatus::address() ) );
+   U8 const byteRead = kivSpiIntf()->doRead( ApllStatus::address() );
+   tellStep( *this, Steps::LockPolled{ lockPollCount(), maxLockPollIterations + 1, byteRead } );
+   ApllStatus const apllStatus( byteRead );
    VOR_TRACE( traceHandle, 0, "APLL status = 0x" << Vor::format( "%x", apllStatus.value() ) );
    if ( apllStatus.bothLocked() ) {
       lockStatusClock()->timeMinIs( never );
       U32 value = 0;
       hamImpl()->read32( config()->statusOffset() + Max24305Status::address(), value );
-      VOR_TRACE(
-         traceHandle, 1, "Success. Output clock frequency ( in Hz ) = " << Max24305Status( value ).frequencyInHz() );
-      status()->stateIs( Max24305::ready_ );
-      pllStatus()->stateIs( Kiv::ClockStatus::ready_ );
+      U32 const frequencyInHz = Max24305Status( value ).frequencyInHz();
+      tellStep( *this, Steps::FrequencyRead{ frequencyInHz } );
+      VOR_TRACE( traceHandle, 1, "Success. Output clock frequency ( in Hz ) = " << frequencyInHz );
+      publishAndTell( *this, status(), Max24305::ready_ );
+      publishAndTell( *this, pllStatus(), Kiv::ClockStatus::ready_ );
       return;
    }
    // The count was moved before it is looked at, so that the poll after the hundredth is the last.
    if ( lockPollCount() <= maxLockPollIterations ) {
-      lockStatusClock()->timeMinIs( timerWheel()->clock()->now() + lockPollPeriod );
+      lockStatusClock()->timeMinIs( now() + lockPollPeriod );
       return;
    }
-   Max24305SmModule::logInitFailed();
-   status()->stateIs( Max24305::failed_ );
-   pllStatus()->stateIs( Kiv::ClockStatus::failed_ );
+   logInitFailed();
+   publishAndTell( *this, status(), Max24305::failed_ );
+   publishAndTell( *this, pllStatus(), Kiv::ClockStatus::failed_ );
    VOR_TRACE( traceHandle, 1, "Could not get APLL lock. FAILED" );
    lockStatusClock()->timeMinIs( never );
 }
@@ -197,19 +244,41 @@ void Max24305Sm::handleSwitchoverStage( Vor::String stage ) {
 }
 
 void Max24305Sm::publishedStatesReset() {
-   status()->stateIs( Max24305::uninitialized_ );
-   pllStatus()->stateIs( Kiv::ClockStatus::notReady_ );
+   publishAndTell( *this, status(), Max24305::uninitialized_ );
+   publishAndTell( *this, pllStatus(), Kiv::ClockStatus::notReady_ );
+}
+
+Gate Max24305Sm::gate() const {
+   Readiness const ready = readiness();
+   Gate rows( ready.begin(), ready.end() );
+   rows.push_back( timeSyncRow() );
+   if ( !redundancyStatus() )
+      rows.push_back( { "redundancy", "missing" } );
+   else if ( redundancyStatus()->mode() == Redundancy::switchover_ )
+      rows.push_back(
+         { "switchover", Vor::String( dovraWritable() ? "" : "not " ) + dovraWritableSwitchoverStage, dovraWritable(),
+           switchoverTrace } );
+   return rows;
+}
+
+Max24305Sm::Readiness Max24305Sm::readiness() const {
+   return {
+      hardwareRow( hamImpl(), " Kiv hardware not present" ), sequenceRow( config(), " Invalid programming sequence." ),
+      ( this->*inputRow_ )() };
+}
+
+GateRow Max24305Sm::resetOutputRow() const {
+   return Hardware::resetOutputRow( setClearGpo(), " Gpo ham not available yet" );
+}
+
+GateRow Max24305Sm::timeSyncRow() const { return Hardware::timeSyncRow( timeSyncStatus(), " TimeSync not enabled" ); }
+
+void Max24305Sm::gateTell() const {
+   if ( stepsTold() ) tellStep( *this, Steps::GateEvaluated{ gate() } );
 }
 
 bool Max24305Sm::dovraWritable() const {
    return redundancyStatus()->switchoverStage().value( dovraWritableSwitchoverStage );
-}
-
-void Max24305Sm::pulseReset() {
-   resetGpo()->impl()->doEnable();
-   nsleep( resetActiveNs );
-   resetGpo()->impl()->doDisable();
-   nsleep( resetRecoveryNs );
 }
 
 void Max24305Sm::kivSpiIntfIs( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
@@ -240,23 +309,12 @@ namespace Max24305SmModule {
 
 Vor::TraceHandle const traceHandle( "Hardware::Max24305Sm" );
 
-namespace {
-
-Vor::LogHandle const initFailed(
-   "MAX24305_INIT_FAILED", 3, "Possible hardware error with the Max24305 chip.",
-   "Initialization of the Max24305 chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
-
-}   // namespace
-
-void logInitFailed() {
-   if ( Vor::okToLog( initFailed.id() ) ) Vor::log( initFailed.id(), nullptr, 0 );
-}
-
 void registerTypes( Vor::Module & module ) {
    module.typeNodeIs( KivSpiInterface::staticType() );
-   module.typeNodeIs( Max24305WithTolvaneInputSm::staticType() );
-   module.typeNodeIs( Max24305WithStuffedClockInputSm::staticType() );
+   registerWithTolvaneInput( module );
+   registerWithStuffedClockInput( module );
    module.typeNodeIs( Max24305Sm::staticType() );
+   initFailed();
 }
 
 }   // namespace Max24305SmModule

@@ -26,8 +26,11 @@
 #include "platform/PtpTimeSyncStatus.h"
 #include "platform/RedundancyStatus.h"
 #include "platform/SetClearGpo.h"
+#include "sm/Gate.h"
 #include "sm/KivSpiInterface.h"
 #include "sm/Max24305SmModule.h"
+
+#include <array>
 
 namespace Hardware {
 
@@ -91,30 +94,48 @@ class Max24305Sm : public Vor::StateMachine {
    /// Follows the supervisor's switchover.
    void handleSwitchoverStage( Vor::String stage );
 
-   // Watched inputs. Setting one follows the rule of framework/Reactor.h.
+   /// The gate's rows as they stand, of the variant at hand: whether it may be programmed, and what stands against it.
+   /// For hosts, between the machine's calls.
+   Gate gate() const;
+
+   // Watched inputs. Setting one follows the rule of framework/Reactor.h; `new...` makes another reactor in any case.
    Vor::Ptr<Redundancy::RedundancyStatus const> redundancyStatus() const { return redundancyStatus_.notifier(); }
+   auto newRedundancyStatus( Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus ) {
+      return redundancyStatus_.newReactor( redundancyStatus );
+   }
    virtual void redundancyStatusIs( Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus ) {
       redundancyStatus_.notifierIs( redundancyStatus );
    }
    virtual void redundancyStatusDel() { redundancyStatus_.notifierDel(); }
    Vor::Ptr<Max24305::Config const> config() const { return config_.notifier(); }
+   auto newConfig( Vor::Ptr<Max24305::Config const> const & config ) { return config_.newReactor( config ); }
    virtual void configIs( Vor::Ptr<Max24305::Config const> const & config ) { config_.notifierIs( config ); }
    virtual void configDel() { config_.notifierDel(); }
    Vor::Ptr<PtpTimeSync::Status const> timeSyncStatus() const { return timeSyncStatus_.notifier(); }
+   auto newTimeSyncStatus( Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus ) {
+      return timeSyncStatus_.newReactor( timeSyncStatus );
+   }
    virtual void timeSyncStatusIs( Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus ) {
       timeSyncStatus_.notifierIs( timeSyncStatus );
    }
    virtual void timeSyncStatusDel() { timeSyncStatus_.notifierDel(); }
    Vor::Ptr<SetClearGpo const> setClearGpo() const { return setClearGpo_.notifier(); }
+   auto newSetClearGpo( Vor::Ptr<SetClearGpo const> const & setClearGpo ) {
+      return setClearGpo_.newReactor( setClearGpo );
+   }
    virtual void setClearGpoIs( Vor::Ptr<SetClearGpo const> const & setClearGpo ) {
       setClearGpo_.notifierIs( setClearGpo );
    }
    virtual void setClearGpoDel() { setClearGpo_.notifierDel(); }
    Vor::Ptr<Fru::HamImpl> hamImpl() const { return hamImpl_.notifier(); }
+   auto newHamImpl( Vor::Ptr<Fru::HamImpl> const & hamImpl ) { return hamImpl_.newReactor( hamImpl ); }
    virtual void hamImplIs( Vor::Ptr<Fru::HamImpl> const & hamImpl ) { hamImpl_.notifierIs( hamImpl ); }
    virtual void hamImplDel() { hamImpl_.notifierDel(); }
    /// The timer of the lock wait, empty until it is on a wheel.
    Vor::Ptr<Jor::TimerWheel::NotifieeConst> lockStatusClock() const { return lockStatusClock_.reactor(); }
+   auto newLockStatusClock( Vor::Ptr<Jor::TimerWheel const> const & timerWheel ) {
+      return lockStatusClock_.newReactor( timerWheel );
+   }
    virtual void lockStatusClockIs( Vor::Ptr<Jor::TimerWheel const> const & timerWheel ) {
       lockStatusClock_.notifierIs( timerWheel );
    }
@@ -168,12 +189,26 @@ class Max24305Sm : public Vor::StateMachine {
  protected:
    static constexpr auto & vorSource = Max24305SmModule::source;
 
+   // The rows without which no gate goes on.
+   using Readiness = std::array<GateRow, 3>;
+   Readiness readiness() const;
+   GateRow timeSyncRow() const;
+   /// Hands the rows to the step sink.
+   void gateTell() const;
+
+   /// The row that depends on where the chip's input comes from; that of the reset output unless a variant has another.
+   template<class Variant> void inputRowIs( GateRow ( Variant::*row )() const ) {
+      inputRow_ = static_cast<InputRow>( row );
+   }
+
    /// Sets both published records to 0, the chip's first.
    void publishedStatesReset();
 
  private:
+   using InputRow = GateRow ( Max24305Sm::* )() const;
+
    bool dovraWritable() const;
-   void pulseReset();
+   GateRow resetOutputRow() const;
 
    Watched<VorRedundancyStatus, Redundancy::RedundancyStatus const> redundancyStatus_{ *this };
    Watched<VorConfig, Max24305::Config const> config_{ *this };
@@ -188,6 +223,7 @@ class Max24305Sm : public Vor::StateMachine {
    Vor::Ptr<Jor::TimerWheel> timerWheel_;
    Watched<VorLockStatusClock, Jor::TimerWheel const> lockStatusClock_{ *this };
    bool initialized_ = false;
+   InputRow inputRow_ = &Max24305Sm::resetOutputRow;
 };
 
 /// What Max24305SmIs returns, for creation by the type's name.

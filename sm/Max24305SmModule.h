@@ -1,8 +1,6 @@
-// What the source files of module Max24305Sm share: the name and facility of its traces, its logged message, and its
-// registration.
+// What the source files of module Max24305Sm share: the name and facility of its traces, and its registration.
 #pragma once
 
-#include "framework/Log.h"
 #include "framework/Trace.h"
 
 namespace Vor {
@@ -15,10 +13,11 @@ inline constexpr char source[] = "Max24305Sm";
 
 extern Vor::TraceHandle const traceHandle;
 
-/// Tells the operator that a chip could not be brought up, when the message may be logged now.
-void logInitFailed();
-
-/// Registers this module's types.
+/// Registers this module's types and declares its logged message.
 void registerTypes( Vor::Module & module );
+
+// The variants' part in it: the base machine knows of them no more than this.
+void registerWithTolvaneInput( Vor::Module & module );
+void registerWithStuffedClockInput( Vor::Module & module );
 
 }   // namespace Hardware::Max24305SmModule

@@ -3,6 +3,7 @@
 #include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
+#include "framework/TypeRegistry.h"
 
 namespace Hardware {
 
@@ -15,6 +16,7 @@ Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
    Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
    : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
    tolvaneStatus_.notifierIs( tolvaneStatus );
+   inputRowIs( &Max24305WithTolvaneInputSm::tolvaneRow );
    handleInitialized();
 }
 
@@ -43,23 +45,22 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
       VOR_TRACE( traceHandle, 1, __func__ << " Max24305QithTolvaneInputSm not initialized yet." );
       return;
    }
-   bool const hardwarePresent = hamImpl()->hardwarePresent();
-   bool const sequenceValid = config()->opsToDoValid();
-   // Takes the place of the base's checks of the reset output and of the simulation.
-   bool const tolvaneReady = tolvaneStatus() && tolvaneStatus()->state() == Tolvane::ready_;
-   if ( !hardwarePresent || !sequenceValid || !tolvaneReady ) {
-      if ( !hardwarePresent ) VOR_TRACE( traceHandle, 1, __func__ << " Kiv hardware not present" );
-      if ( !sequenceValid ) VOR_TRACE( traceHandle, 1, __func__ << " Invalid programming sequence." );
-      if ( !tolvaneReady ) VOR_TRACE( traceHandle, 1, __func__ << " Tolvane does not exist or its not ready." );
+   wired( hamImpl() );
+   wired( config() );
+   Readiness const rows = readiness();
+   gateTell();
+   if ( !allMet( rows ) ) {
+      for ( GateRow const & row : rows )
+         if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
    }
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
    auto const timeSync = timeSyncStatus()->state();
-   if ( timeSync == PtpTimeSync::disabled_ ) {
+   if ( GateRow const row = timeSyncRow(); !row.met ) {
       publishedStatesReset();
-      VOR_TRACE( traceHandle, 1, __func__ << " TimeSync not enabled" );
+      VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
    }
    if ( running( timeSync ) ) {
@@ -76,10 +77,18 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    doProgramMax24305();
 }
 
+GateRow Max24305WithTolvaneInputSm::tolvaneRow() const {
+   return Hardware::tolvaneRow( tolvaneStatus(), " Tolvane does not exist or its not ready." );
+}
+
 Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
    static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &Max24305WithTolvaneInputSmIs>(
       "Hardware::Max24305WithTolvaneInputSm" );
    return type;
+}
+
+void Max24305SmModule::registerWithTolvaneInput( Vor::Module & module ) {
+   module.typeNodeIs( Max24305WithTolvaneInputSm::staticType() );
 }
 
 }   // namespace Hardware

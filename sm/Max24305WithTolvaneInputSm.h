@@ -1,5 +1,5 @@
 // The MAX24305 machine for a chip that is fed by a Tolvane: it programs its chip only while that one is ready, and has
-// a gate of its own in place of the base's.
+// a gate of its own in place of the base's: the Tolvane's row stands where the base's has that of the reset output.
 #pragma once
 
 #include "hardware/TolvaneStatus.h"
@@ -48,6 +48,8 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
          "tolvaneStatus", &Max24305WithTolvaneInputSm::tolvaneStatus, &Max24305WithTolvaneInputSm::tolvaneStatusIs>>;
 
  private:
+   GateRow tolvaneRow() const;
+
    Vor::ReactorAttribute<VorTolvaneStatus, Tolvane::Status const, Max24305WithTolvaneInputSm> tolvaneStatus_{ *this };
 };
 

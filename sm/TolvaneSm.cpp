@@ -7,7 +7,8 @@
 #include "framework/TypeRegistry.h"
 #include "hal/KivHal.h"
 #include "platform/SimulationVmid.h"
-#include "util/Utils.h"
+#include "sm/ResetPulse.h"
+#include "sm/Steps.h"
 
 namespace Hardware {
 
@@ -15,13 +16,26 @@ namespace {
 
 Vor::TraceHandle const traceHandle( "Hardware::TolvaneSm" );
 
-Vor::LogHandle const initFailed(
-   "TOLVANE_INIT_FAILED", 3, "Possible hardware error with the Tolvane chip.",
-   "Initialization of the Tolvane chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
+// The message is declared with the module's types.
+Vor::LogHandle const & initFailed() {
+   static Vor::LogHandle const handle(
+      "TOLVANE_INIT_FAILED", 3, "Possible hardware error with the Tolvane chip.",
+      "Initialization of the Tolvane chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
+   return handle;
+}
 
 constexpr U32 resetActiveNs = 100'000'000;
 constexpr U32 resetRecoveryNs = 200'000'000;
 constexpr U32 enableNs = 500'000'000;
+
+// Sets the published record, and tells of `first` and of the change.
+template<class... First>
+void publishAndTell( TolvaneSm const & machine, Tolvane::State state, First const &... first ) {
+   publish( machine.status(), state, [&]( bool changed ) {
+      ( tellStep( machine, first ), ... );
+      if ( changed ) tellStep( machine, Steps::TolvanePublished{ machine.status()->state() } );
+   } );
+}
 
 }   // namespace
 
@@ -59,38 +73,47 @@ void TolvaneSm::handleInitialized() {
 void TolvaneSm::handleEnvironmentChanges() {
    if ( !initialized() ) return;
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
-   bool const simulated = simulationVmid();
-   if ( hamImpl()->hardwarePresent() && status() && ( simulated || setClearGpo()->ham() ) )
+   wired( hamImpl() );
+   Gate const rows = gate();
+   // It stops at the first row that is not met: behind it, missing wiring is of no matter.
+   if ( rows.front().met && !simulationVmid() ) wired( setClearGpo() );
+   tellStep( *this, Steps::GateEvaluated{ rows } );
+   if ( allMet( rows ) )
       doProgramTolvane();
    else
-      status()->stateIs( Tolvane::uninitialized_ );
+      publishAndTell( *this, Tolvane::uninitialized_ );
 }
+
+Gate TolvaneSm::gate() const { return { hardwareRow( hamImpl() ), resetOutputRow( setClearGpo() ) }; }
 
 void TolvaneSm::doProgramTolvane() {
    if ( !initialized() ) return;
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
-   status()->stateIs( Tolvane::uninitialized_ );
+   publishAndTell( *this, Tolvane::uninitialized_ );
    VOR_ASSERT( resetGpo() );
    // The run counts for itself: a change during one of its sleeps may start another run within it.
    for ( U32 retries = maxAttempts; retries > 0; --retries ) {
       numRetries_ = retries;
-      if ( attempt() ) {
-         status()->stateIs( Tolvane::ready_ );
+      U32 const number = maxAttempts + 1 - retries;
+      tellStep( *this, Steps::AttemptBegun{ number, maxAttempts } );
+      Steps::EnableDone const done = attempt();
+      tellStep( *this, done );
+      if ( done.answers ) {
+         publishAndTell( *this, Tolvane::ready_, Steps::ProgrammingEnded{ number, true } );
          return;
       }
-      status()->stateIs( Tolvane::failed_ );
+      publishAndTell( *this, Tolvane::failed_, Steps::AttemptFailed{ number, maxAttempts, done } );
       VOR_TRACE( traceHandle, 1, "Tolvane initialization failed. Retrying." );
    }
    numRetries_ = 0;
-   if ( Vor::okToLog( initFailed.id() ) ) Vor::log( initFailed.id(), nullptr, 0 );
+   tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
+   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
 }
 
-/// Resets and enables the chip; true when it answers.
-bool TolvaneSm::attempt() {
-   resetGpo()->impl()->doEnable();
-   nsleep( resetActiveNs );
-   resetGpo()->impl()->doDisable();
-   nsleep( resetRecoveryNs );
+/// Resets and enables the chip, and asks whether it answers.
+Steps::EnableDone TolvaneSm::attempt() {
+   pulseReset( resetGpo(), resetActiveNs, resetRecoveryNs );
+   tellStep( *this, Steps::ResetPulsed{} );
 
    U32 const address = config()->offset() + TolvaneEnable::address();
    U32 value = 0;
@@ -102,7 +125,7 @@ bool TolvaneSm::attempt() {
    hamImpl()->read32( address, value );
    enable.valueIs( value );
    // Either bit shows that the chip is there.
-   return enable.powerGood() || enable.enable();
+   return { value, enable.powerGood() || enable.enable() };
 }
 
 Vor::Type const & TolvaneSm::staticType() {
@@ -110,6 +133,9 @@ Vor::Type const & TolvaneSm::staticType() {
    return type;
 }
 
-void registerTolvaneSm( Vor::Module & module ) { module.typeNodeIs( TolvaneSm::staticType() ); }
+void registerTolvaneSm( Vor::Module & module ) {
+   module.typeNodeIs( TolvaneSm::staticType() );
+   initFailed();
+}
 
 }   // namespace Hardware

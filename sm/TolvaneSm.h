@@ -11,8 +11,13 @@
 #include "framework/Trace.h"
 #include "hardware/HwTolvane.h"
 #include "platform/SetClearGpo.h"
+#include "sm/Gate.h"
 
 namespace Hardware {
+
+namespace Steps {
+struct EnableDone;
+}
 
 class TolvaneSm final : public Vor::StateMachine {
    class VorSetClearGpo final : public Vor::Reactor<SetClearGpo::NotifieeConst, TolvaneSm> {
@@ -43,6 +48,9 @@ class TolvaneSm final : public Vor::StateMachine {
    void handleEnvironmentChanges();
    /// Resets, enables and checks the chip, in up to five attempts.
    void doProgramTolvane();
+
+   /// The gate's rows as they stand. For hosts, between the machine's calls.
+   Gate gate() const;
 
    Vor::Ptr<Tolvane::Config const> config() const { return config_; }
    Vor::Ptr<Tolvane::Status> status() const { return status_; }
@@ -77,7 +85,7 @@ class TolvaneSm final : public Vor::StateMachine {
    static constexpr char vorSource[] = "TolvaneSm";
    static constexpr U32 maxAttempts = 5;
 
-   bool attempt();
+   Steps::EnableDone attempt();
 
    Vor::Ptr<Tolvane::Config const> const config_;
    Vor::Ptr<Tolvane::Status> const status_;
@@ -88,7 +96,7 @@ class TolvaneSm final : public Vor::StateMachine {
    U32 numRetries_ = maxAttempts;
 };
 
-/// Registers this module's types.
+/// Registers this module's type and declares its logged message.
 void registerTolvaneSm( Vor::Module & module );
 
 }   // namespace Hardware

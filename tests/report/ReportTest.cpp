@@ -40,7 +40,8 @@ ptp0  MAX24305  SPI 0x100, frequency 0x200  reset at 0x2000 bit 0, activeHigh  s
        seconds  chip      what happens
 )";
 
-// A pulse takes 0.8 s, the clean-up 0.5 s, an operation 4 us: 3.2 us on the bus, seen at the next poll of 1 us.
+// A pulse takes 0.8 s, the clean-up 0.5 s, an operation and a lock poll 4 us: 3.2 us on the bus, seen at the next poll of
+// 1 us.
 TEST( Report, TellsABringUpFromTheGateToTheOutput ) {
    EXPECT_EQ(
       reported( singleCard, {} ),
@@ -49,8 +50,8 @@ TEST( Report, TellsABringUpFromTheGateToTheOutput ) {
    0.000000000  ptp0      attempt 1       reset pulse
    1.300012000  ptp0      programming     3/3 operations in 0.000012000 s
    1.300012000  ptp0      locking
-   1.300015200  ptp0      lock poll 1     APLL status 0x00: APLL 1 not locked, APLL 2 not locked
-   4.300027200  ptp0      lock poll 4     APLL status 0x11: APLL 1 locked, APLL 2 locked
+   1.300016000  ptp0      lock poll 1     APLL status 0x00: APLL 1 not locked, APLL 2 not locked
+   4.300028000  ptp0      lock poll 4     APLL status 0x11: APLL 1 locked, APLL 2 locked
    4.300028000  ptp0      ready           after 4 polls, output 10000000 Hz
 
 Chip  Kind      State  Clock  Attempts  Operations  Polls  Output
@@ -75,6 +76,8 @@ TEST( Report, TellsFailedAttemptsAndTheirReason ) {
       singleCard, faultAtStart( { .kind = Sim::FaultKind::bitFlip_, .address = 16, .mask = 1, .count = 1 } ) );
    EXPECT_TRUE( has(
       text, "   0.000000000            scenario        fault bitFlip at ptp0, register 16 mask 1, once\n"
+            "   0.000000000  ptp0      gate open       hardware present, sequence handed over, reset output usable, "
+            "time sync enabling\n"
             "   0.000000000  ptp0      attempt 1       reset pulse\n"
             "   1.300012000  ptp0      failed          operation 3 of 3, read 0x10: expected 0x3c, found 0x3d\n"
             "   2.300012000  ptp0      attempt 2       reset pulse\n"
@@ -87,8 +90,7 @@ TEST( Report, TellsEachOfTenFailedAttempts ) {
    std::string const dead = reported( singleCard, faultAtStart( { .kind = Sim::FaultKind::spiDead_ } ) );
    EXPECT_TRUE( has( dead, "attempt 10      reset pulse\n" ) ) << dead;
    EXPECT_FALSE( has( dead, "attempt 11" ) );
-   std::string const failed =
-      "failed          operation 1 of 3, read 0x30: expected 0x5e, the chip's answer got lost\n";
+   std::string const failed = "failed          operation 1 of 3, read 0x30: expected 0x5e, found 0xff or no answer\n";
    std::size_t count = 0;
    for ( std::size_t at = dead.find( failed ); at != std::string::npos; at = dead.find( failed, at + 1 ) ) ++count;
    EXPECT_EQ( count, 10u ) << dead;
@@ -132,6 +134,78 @@ TEST( Report, TellsTheTolvaneAndTheChipItFeeds ) {
       << text;
    EXPECT_TRUE( has( text, "osc0  Tolvane   ready         1\n" ) ) << text;
    EXPECT_TRUE( has( text, "osc0     0.300000000                0.500000000               0.800000000\n" ) ) << text;
+}
+
+std::string chipOf( std::string const & name, U32 offset, std::string const & resetGpo, std::string const & sequence ) {
+   return R"({ "kind": "max24305", "name": ")" + name + R"(", "configOffset": )" + std::to_string( offset ) +
+          R"(, "statusOffset": )" + std::to_string( offset + 256 ) + R"(, "resetGpoName": ")" + resetGpo +
+          R"(", "input": "stuffedClock", "outputFrequencyInHz": 10000000, "spiResetSupported": false, "sequence": )" +
+          sequence + " }";
+}
+
+// The lines of the account that are about that chip, without the chip and without the blanks between the columns.
+std::string linesOf( std::string const & text, std::string const & chip ) {
+   std::istringstream in( text );
+   std::string found;
+   for ( std::string line; std::getline( in, line ); ) {
+      std::size_t const at = line.find( "  " + chip + "  " );
+      if ( at == std::string::npos || line.find( "gate" ) != std::string::npos ) continue;
+      std::string const what = line.substr( line.find_first_not_of( ' ', at + 2 + chip.size() ) );
+      found += line.substr( 0, at ) + " " + what.substr( 0, what.find( "  " ) ) + "\n";
+   }
+   return found;
+}
+
+// Each pulse for one of the two resets the other as well, whose lock takes the longer.
+TEST( Report, TellsTwoChipsThatShareAResetOutputApart ) {
+   std::string const bad =
+      R"x([ "Value('Hardware::Max24305::Op', ** {'key': 1, 'type': 'read', 'address': 48, 'value': 1})" ])x";
+   std::string const text = reported(
+      R"({ "access": { "kind": "simulated" }, "gpos": [ { "name": "reset", "offset": 8192, "bit": 0 } ], "chips": [ )" +
+         chipOf( "ptp0", 256, "reset", shortSequence ) + ", " + chipOf( "ptp1", 1024, "reset", bad ) + " ] }",
+      {} );
+   EXPECT_EQ(
+      linesOf( text, "ptp0" ), "   0.000000000 attempt 1\n"
+                               "   1.300012000 programming\n"
+                               "   1.300012000 locking\n"
+                               "  24.300056000 lock poll 1\n"
+                               "  25.300060000 lock poll 2\n"
+                               "  25.300060000 ready\n" )
+      << text;
+   std::string failures;
+   for ( U32 attempt = 1; attempt <= 10; ++attempt ) {
+      U64 const ns = 1'300'012'000 + ( attempt - 1 ) * U64{ 2'300'004'000 };
+      auto const seconds = []( U64 at ) {
+         return Vor::format( "%14.9f", static_cast<double>( at ) / 1e9 ).stdString();
+      };
+      failures +=
+         seconds( ns ) + " attempt " + std::to_string( attempt ) + "\n" + seconds( ns + 1'300'004'000 ) + " failed\n";
+   }
+   EXPECT_EQ( linesOf( text, "ptp1" ), failures ) << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  ready   ready   1         3/3         2      10000000 Hz\n" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp1  MAX24305  failed  failed  10        1/1         0\n" ) ) << text;
+}
+
+// Time synchronisation goes off long after the lock, and comes back only for so long that the next lock is cut short.
+TEST( Report, CountsStepsUpToTheirOwnEndAlone ) {
+   Sim::Scenario scenario;
+   scenario.events.push_back( { 50'000'000'000, { Sim::TimeSyncIs{ 0 } } } );
+   scenario.untilNs = 60'000'000'000;
+   std::string const lost = reported( singleCard, scenario );
+   EXPECT_TRUE( has( lost, "ptp0  MAX24305  uninitialized  notReady" ) ) << lost;
+   EXPECT_TRUE( has( lost, "ptp0     0.800000000  0.500000000   0.000012000  3.000016000  4.300028000\n" ) ) << lost;
+
+   scenario.events.push_back( { 52'000'000'000, { Sim::TimeSyncIs{ 1 } } } );
+   scenario.events.push_back( { 54'500'000'000, { Sim::TimeSyncIs{ 0 } } } );
+   std::string const cut = reported( singleCard, scenario );
+   EXPECT_TRUE( has( cut, "  54.500000000  ptp0      uninitialized\n" ) ) << cut;
+   EXPECT_TRUE( has( cut, "ptp0     0.800000000  0.500000000   0.000012000  -     -\n" ) ) << cut;
+}
+
+// The step sink is the process's: the report gives it back.
+TEST( Report, HearsNoStepsOnceItHasGone ) {
+   reported( singleCard, {} );
+   EXPECT_FALSE( Hardware::stepsTold() );
 }
 
 }   // namespace
