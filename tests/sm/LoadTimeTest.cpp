@@ -1,4 +1,5 @@
 // The linked library: its types are there without anybody calling it.
+#include "framework/Log.h"
 #include "tests/sm/RegisteredTypes.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +21,12 @@ TEST( LoadTime, EveryTypeIsFoundByItsName ) {
          ASSERT_TRUE( Vor::typeRegistry().type( type ) ) << type;
          EXPECT_EQ( Vor::typeRegistry().type( type )->name(), type );
       }
+}
+
+TEST( LoadTime, TheLoggedMessagesAreDeclaredInTheOrderOfTheModules ) {
+   std::vector<std::string> ids;
+   for ( Vor::LogHandle const * handle : Vor::logHandles() ) ids.push_back( handle->id().stdString() );
+   EXPECT_EQ( ids, ( std::vector<std::string>{ "TOLVANE_INIT_FAILED", "MAX24305_INIT_FAILED" } ) );
 }
 
 }   // namespace

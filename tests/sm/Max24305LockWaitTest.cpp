@@ -180,5 +180,26 @@ TEST_F( Max24305LockWaitTest, LevelsAreSwitchedOneByOne ) {
    EXPECT_EQ( takeTraces(), Lines{ apllStatus( "0" ) } );
 }
 
+// --- the time ---
+
+TEST_F( Max24305LockWaitTest, TheTimerStaysWithItsWheelAfterTheMachineHasDroppedIt ) {
+   machine->timerWheelDel();
+   EXPECT_TRUE( rig.turn() );
+   EXPECT_EQ( timeMin(), rig.clock->now() + 1.0 );
+   chip->readIs( 7, 0x11 );
+   EXPECT_TRUE( rig.turn() );
+   EXPECT_EQ( status->state(), ready_ );
+}
+
+TEST_F( Max24305LockWaitTest, NowIsTheActivityManagersTimeWhateverClockTheWheelHas ) {
+   Vor::Ptr<Sim::VirtualClock> const other = new Sim::VirtualClock;
+   other->nowNsIs( 5'000'000'000'000 );
+   machine->timerWheelIs( other, 100, 3000, true, 1024 );
+   machine->doWaitForLock();
+   EXPECT_EQ( timeMin(), rig.clock->now() + 1.0 );
+   machine->handleEnvironmentChanges();   // programs the chip anew
+   EXPECT_EQ( timeMin(), rig.clock->now() );
+}
+
 }   // namespace
 }   // namespace SmTest

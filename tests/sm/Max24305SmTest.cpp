@@ -145,6 +145,108 @@ TEST_F( Max24305SmTest, WheelAndInterfaceCanBeDropped ) {
    EXPECT_EQ( Vor::activityManager().nextTime(), never );
 }
 
+// --- inputs that are replaced and dropped ---
+
+TEST_F( Max24305SmTest, AnotherRedundancyStatusIsFollowedInPlaceOfTheFirst ) {
+   auto const machine = readyMachine();
+   auto const other = Redundancy::redundancyStatusFactory( "other" );
+   std::string const followed =
+      trace( 1, "handleSwitchoverStage", "handleSwitchoverStage Redundancy mode = unknown Stage = other" );
+   machine->redundancyStatusIs( other );
+   EXPECT_EQ( machine->redundancyStatus(), other );
+   redundancy->switchoverStageIs( "first", true );
+   EXPECT_EQ( diary.take(), Lines{} );
+   other->switchoverStageIs( "other", true );
+   EXPECT_EQ( diary.take(), Lines{ followed } );
+   machine->redundancyStatusDel();
+   EXPECT_FALSE( machine->redundancyStatus() );
+   other->switchoverStageIs( "other", false );
+   EXPECT_EQ( diary.take(), Lines{} );
+}
+
+TEST_F( Max24305SmTest, AnotherTimeSyncStatusIsFollowedInPlaceOfTheFirst ) {
+   auto const machine = readyMachine();
+   auto const other = PtpTimeSync::statusFactory( "other" );
+   machine->timeSyncStatusIs( other );
+   EXPECT_EQ( machine->timeSyncStatus(), other );
+   timeSync->stateIs( PtpTimeSync::disabled_ );
+   EXPECT_EQ( diary.take(), Lines{} );
+   other->stateIs( PtpTimeSync::locked_ );
+   EXPECT_EQ( diary.take().back(), trace( 1, "handleEnvironmentChanges", "handleEnvironmentChanges Already started" ) );
+   machine->timeSyncStatusDel();
+   EXPECT_FALSE( machine->timeSyncStatus() );
+   other->stateIs( PtpTimeSync::disabled_ );
+   EXPECT_EQ( diary.take(), Lines{} );
+   EXPECT_EQ( status->state(), Hardware::Max24305::ready_ );
+}
+
+TEST_F( Max24305SmTest, AnotherConfigurationIsFollowedInPlaceOfTheFirst ) {
+   auto const machine = readyMachine();
+   auto const first = config;
+   auto const other = Hardware::Max24305::configFactory(
+      "ptp1", Fru::GenerationId( 1 ), configOffset, statusOffset, ham, "ptp0Reset", Hardware::Max24305::timeSync_,
+      Hardware::Max24305::stuffedClock_, frequencyInHz, Fru::SlotId( 3 ), true );
+   machine->configIs( other );
+   EXPECT_EQ( machine->config(), other );
+   first->opsToDoValidIs( false );
+   EXPECT_EQ( diary.take(), Lines{} );
+   other->opsToDoValidIs( true );
+   EXPECT_EQ( diary.take().back(), trace( 1, "handleEnvironmentChanges", "handleEnvironmentChanges Already started" ) );
+   machine->configDel();
+   EXPECT_FALSE( machine->config() );
+   other->opsToDoValidIs( false );
+   EXPECT_EQ( diary.take(), Lines{} );
+}
+
+// --- reactors made by hand ---
+
+// `make` gives a new reactor on the second of two notifiers, the first of which the machine watches already.
+template<class Make, class Get>
+void isMade( Vor::Ptr<Max24305Sm> const & machine, Make make, Get get, Vor::PtrInterface const * notifier ) {
+   auto const made = make();
+   EXPECT_EQ( made->vorNotifier(), notifier );
+   EXPECT_EQ( get().ptr(), notifier );
+   EXPECT_TRUE( made->hasNotificationActive() );
+   machine->hasNotificationActiveIs( false );
+   EXPECT_FALSE( made->hasNotificationActive() ) << "the machine does not hold it";
+   auto const again = make();
+   EXPECT_NE( again, made );
+   EXPECT_FALSE( again->hasNotificationActive() ) << "it does not take over the machine's flag";
+   EXPECT_FALSE( made->vorNotifier() ) << "the one before is still attached";
+   machine->hasNotificationActiveIs( true );
+   EXPECT_TRUE( again->hasNotificationActive() );
+}
+
+TEST_F( Max24305SmTest, EachReactorCanBeMadeByHand ) {
+   auto const machine = bareMachine();
+   machine->handleInitialized();
+   auto const wheel = Jor::TimerWheel::TimerWheelIs( rig.clock, 100, 10, true, 1 );
+   auto const otherRedundancy = Redundancy::redundancyStatusFactory( "other" );
+   auto const otherTimeSync = PtpTimeSync::statusFactory( "other" );
+   Vor::Ptr<NotingGpo> const otherGpo = new NotingGpo( diary );
+   Vor::Ptr<ScriptedChip> const otherChip = new ScriptedChip( diary );
+   auto const otherConfig = Hardware::Max24305::configFactory(
+      "ptp1", Fru::GenerationId( 1 ), configOffset, statusOffset, ham, "ptp0Reset", Hardware::Max24305::timeSync_,
+      Hardware::Max24305::stuffedClock_, frequencyInHz, Fru::SlotId( 3 ), true );
+   isMade(
+      machine, [&] { return machine->newRedundancyStatus( otherRedundancy ); },
+      [&] { return machine->redundancyStatus(); }, otherRedundancy.ptr() );
+   isMade(
+      machine, [&] { return machine->newConfig( otherConfig ); }, [&] { return machine->config(); },
+      otherConfig.ptr() );
+   isMade(
+      machine, [&] { return machine->newTimeSyncStatus( otherTimeSync ); }, [&] { return machine->timeSyncStatus(); },
+      otherTimeSync.ptr() );
+   isMade(
+      machine, [&] { return machine->newSetClearGpo( otherGpo ); }, [&] { return machine->setClearGpo(); },
+      otherGpo.ptr() );
+   isMade(
+      machine, [&] { return machine->newHamImpl( otherChip ); }, [&] { return machine->hamImpl(); }, otherChip.ptr() );
+   isMade(
+      machine, [&] { return machine->newLockStatusClock( wheel ); },
+      [&] { return machine->lockStatusClock()->notifier(); }, wheel.ptr() );
+}
+
 // --- what must be wired ---
 
 TEST_F( Max24305SmDeathTest, EveryInputIsAskedForInItsOrder ) {
