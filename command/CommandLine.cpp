@@ -74,7 +74,7 @@ class Words {
 
    void agentWords() {
       CLI::App * const command = app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
-      command->add_option( "CARD", agent_.card, "The card description" )->required();
+      command->add_option( "CARD", agentCard_, "The card description" )->required();
       command->add_option( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" )
          ->capture_default_str()
          ->type_name( "N" );
@@ -82,7 +82,7 @@ class Words {
          ->capture_default_str()
          ->type_name( "N" );
       traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { chosen_ = [this] { return agent( agent_ ); }; } );
+      command->callback( [this] { chosen_ = [this] { return agent( agentCard_, agent_ ); }; } );
    }
 
    CLI::App * registerWords(
@@ -106,6 +106,7 @@ class Words {
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
    SimulateOptions simulate_;
+   std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
    std::function<int()> chosen_;

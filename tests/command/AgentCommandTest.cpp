@@ -69,7 +69,7 @@ class Interruption final : public Sim::TimedEvent {
       Sim::VirtualTime const virtualTime( clock );
       Interruption interruption( *clock, std::move( signals ) );
       interruption.atNsIs( 50'000'000 );
-      result = agent( { .card = card, .traceLevel = std::nullopt } );
+      result = agent( card, {} );
    }
    std::exit( result );
 }

@@ -1,0 +1,49 @@
+// The agent: looks after the chips of a card in real time, until a signal asks it to stop. It tells what happens on
+// standard output (report/Journal.h).
+//
+//    Host::Agent agent( Input::readCard( path ), {} );
+//    return agent.run();
+#pragma once
+
+#include "card/Card.h"
+#include "card/Machines.h"
+#include "card/MmapHam.h"
+#include "report/Journal.h"
+#include "service/StopSignals.h"
+
+#include <optional>
+#include <string>
+
+namespace Host {
+
+struct AgentOptions {
+   U32 timeSync = 1;                     ///< state of PTP time synchronisation, which no one else tells here
+   U32 redundancyMode = 3;               ///< mode of the supervisor, likewise
+   std::optional<U32> traceLevel = {};   ///< shows traces up to this level
+};
+
+class Agent {
+ public:
+   /// The card is configured, and no machine is made yet. One may live at a time.
+   Agent( Input::CardDescription const & description, AgentOptions const & options );
+   Agent( Agent const & ) = delete;
+   Agent & operator=( Agent const & ) = delete;
+
+   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then, else 1. Throws Input::InputError
+   /// for a chip whose input no machine serves.
+   int run();
+
+ private:
+   Vor::Ptr<Hardware::SetClearGpo> gpo( Vor::Name const & name );
+   std::string const * chipOf( std::string const & resetGpoName ) const;
+   void look();
+
+   Journal const journal_;
+   Vor::Ptr<MmapHam> const mmapHam_;   // empty for a simulated card
+   StopSignals signals_;
+   Card card_;
+   std::optional<JournalWatch> watch_;
+   std::optional<Machines> machines_;
+};
+
+}   // namespace Host
