@@ -17,9 +17,6 @@ namespace Host {
 
 namespace {
 
-// How often the agent looks whether the card's file is there.
-constexpr double presencePeriodSeconds = 0.25;
-
 Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
    auto const * access = std::get_if<Input::MmapAccess>( &description.access );
    return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
@@ -56,6 +53,8 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
    watch_.emplace( card_, journal_, options.traceLevel );
+   pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
+   if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
 }
 
 int Agent::run() {
@@ -68,7 +67,7 @@ int Agent::run() {
       [this] { return signals_.stopAsked(); },
       [this]( double seconds ) {
          signals_.underWayIs( nullptr );
-         signals_.wait( mmapHam_ ? std::min( seconds, presencePeriodSeconds ) : seconds );
+         pollSet_.wait( presence_ ? std::min( seconds, presence_->longestWait() ) : seconds );
          if ( !signals_.stopAsked() ) look();
       } );
    bool const ready = card_.allReady();
@@ -97,7 +96,10 @@ std::string const * Agent::chipOf( std::string const & resetGpoName ) const {
 
 // A card that comes or goes sets the machines to work inside this call.
 void Agent::look() {
-   if ( mmapHam_ ) mmapHam_->poll();
+   if ( presence_ ) {
+      presence_->arm();
+      mmapHam_->poll();
+   }
    signals_.underWayIs( nullptr );
 }
 

@@ -9,6 +9,8 @@
 #include "card/Machines.h"
 #include "card/MmapHam.h"
 #include "report/Journal.h"
+#include "service/PollSet.h"
+#include "service/PresenceWatch.h"
 #include "service/StopSignals.h"
 
 #include <optional>
@@ -41,6 +43,8 @@ class Agent {
    Journal const journal_;
    Vor::Ptr<MmapHam> const mmapHam_;   // empty for a simulated card
    StopSignals signals_;
+   PollSet pollSet_;
+   std::optional<PresenceWatch> presence_;   // of a mapped card
    Card card_;
    std::optional<JournalWatch> watch_;
    std::optional<Machines> machines_;
