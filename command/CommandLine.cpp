@@ -81,6 +81,12 @@ class Words {
       command->add_option( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" )
          ->capture_default_str()
          ->type_name( "N" );
+      command
+         ->add_option(
+            "--timer-slack", agent_.timerSlackNs,
+            "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" )
+         ->capture_default_str()
+         ->type_name( "N" );
       traceWords( *command, agent_.traceLevel );
       command->callback( [this] { chosen_ = [this] { return agent( agentCard_, agent_ ); }; } );
    }

@@ -42,7 +42,8 @@ std::vector<ResetOutput> resetOutputsOf( Input::CardDescription const & descript
 }   // namespace
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
-   : journal_( styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1 ),
+   : timerSlack_( options.timerSlackNs ),
+     journal_( styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1 ),
      mmapHam_( mmapHamOf( description ) ),
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
      card_(

@@ -12,6 +12,7 @@
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"
 #include "service/StopSignals.h"
+#include "service/TimerSlack.h"
 
 #include <optional>
 #include <string>
@@ -22,11 +23,12 @@ struct AgentOptions {
    U32 timeSync = 1;                     ///< state of PTP time synchronisation, which no one else tells here
    U32 redundancyMode = 3;               ///< mode of the supervisor, likewise
    std::optional<U32> traceLevel = {};   ///< shows traces up to this level
+   U32 timerSlackNs = 1;                 ///< of the agent's thread (service/TimerSlack.h)
 };
 
 class Agent {
  public:
-   /// The card is configured, and no machine is made yet. One may live at a time.
+   /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it.
    Agent( Input::CardDescription const & description, AgentOptions const & options );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
@@ -40,6 +42,7 @@ class Agent {
    std::string const * chipOf( std::string const & resetGpoName ) const;
    void look();
 
+   TimerSlack const timerSlack_;
    Journal const journal_;
    Vor::Ptr<MmapHam> const mmapHam_;   // empty for a simulated card
    StopSignals signals_;

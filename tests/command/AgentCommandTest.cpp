@@ -7,11 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <sys/prctl.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <iostream>
 #include <thread>
 
 namespace {
@@ -128,6 +130,23 @@ TEST_F( AgentDeathTest, AMax24305ThatDoesNotAnswerFails ) {
    EXPECT_NE( output.find( "MAX24305_INIT_FAILED" ), std::string::npos ) << output;
    EXPECT_NE( output.find( "stopped, not every chip ready" ), std::string::npos ) << output;
    EXPECT_EQ( byteOfSpace( resetAt ), 0 );
+}
+
+TEST_F( AgentDeathTest, ItsThreadHasNoTimerSlackUnlessToldToLeaveIt ) {
+   hardwareArrives();
+   std::string const systems = std::to_string( ::prctl( PR_GET_TIMERSLACK ) );
+   auto const tellSlack = [] {
+      std::cout << "slack " << ::prctl( PR_GET_TIMERSLACK ) << std::endl;
+      interrupt();
+   };
+   for ( auto const & [options, slack] : std::vector<std::pair<AgentOptions, std::string>>{
+            { {}, "1" }, { { .timerSlackNs = 700 }, "700" }, { { .timerSlackNs = 0 }, systems } } ) {
+      EXPECT_EXIT(
+         runInterrupted( card( "activeHigh" ), folder.path( "output" ), tellSlack, options ),
+         ::testing::ExitedWithCode( 0 ), "" );
+      std::string const output = folder.content( "output" );
+      EXPECT_NE( output.find( "slack " + slack + "\n" ), std::string::npos ) << output;
+   }
 }
 
 TEST_F( AgentTest, BringsUpAMax24305OfASimulatedCardInRealTime ) {
