@@ -1,5 +1,6 @@
 #include "card/MmapHam.h"
 
+#include "card/Descriptor.h"
 #include "framework/Assert.h"
 
 #include <fcntl.h>
@@ -16,19 +17,10 @@ namespace {
 
 constexpr U32 goneValue = 0xFFFFFFFF;
 
-class Descriptor {
- public:
-   explicit Descriptor( int fd ) : fd_( fd ) {}
-   Descriptor( Descriptor const & ) = delete;
-   Descriptor & operator=( Descriptor const & ) = delete;
-   ~Descriptor() {
-      if ( fd_ >= 0 ) ::close( fd_ );
-   }
-   int fd() const { return fd_; }
-
- private:
-   int const fd_;
-};
+// A device has no length; a file that is too short would end the process at the first access behind its end.
+bool tooShort( struct stat const & found, U64 needed ) {
+   return S_ISREG( found.st_mode ) && static_cast<U64>( found.st_size ) < needed;
+}
 
 }   // namespace
 
@@ -48,7 +40,7 @@ void MmapHam::poll() {
    bool const exists = ::stat( path_.c_str(), &found ) == 0;
    if ( !exists ) trouble_ = path_ + ": " + std::strerror( errno );
    bool const same = exists && identity_ == Identity{ found.st_dev, found.st_ino };
-   if ( mapping_ && same ) return;
+   if ( mapping_ && same && !tooShort( found, offset() + size() ) ) return;
    // A file of the same name that is another one belongs to a card that was replaced: its watchers see it go first.
    unmap();
    hardwarePresentIs( false );
@@ -63,8 +55,7 @@ bool MmapHam::map() {
       return false;
    }
    U64 const needed = offset() + size();
-   // A device has no length; a file that is too short would end the process at the first access behind its end.
-   if ( S_ISREG( found.st_mode ) && static_cast<U64>( found.st_size ) < needed ) {
+   if ( tooShort( found, needed ) ) {
       trouble_ = path_ + ": expected at least " + std::to_string( needed ) +
                  " bytes, as \"offset\" and \"size\" say, found " + std::to_string( found.st_size );
       return false;

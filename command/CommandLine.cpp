@@ -74,15 +74,21 @@ class Words {
 
    void agentWords() {
       CLI::App * const command = app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
-      command->add_option( "CARD", agent_.card, "The card description" )->required();
+      command->add_option( "CARD", agentCard_, "The card description" )->required();
       command->add_option( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" )
          ->capture_default_str()
          ->type_name( "N" );
       command->add_option( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" )
          ->capture_default_str()
          ->type_name( "N" );
+      command
+         ->add_option(
+            "--timer-slack", agent_.timerSlackNs,
+            "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" )
+         ->capture_default_str()
+         ->type_name( "N" );
       traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { chosen_ = [this] { return agent( agent_ ); }; } );
+      command->callback( [this] { chosen_ = [this] { return agent( agentCard_, agent_ ); }; } );
    }
 
    CLI::App * registerWords(
@@ -106,6 +112,7 @@ class Words {
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
    SimulateOptions simulate_;
+   std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
    std::function<int()> chosen_;

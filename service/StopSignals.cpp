@@ -3,14 +3,11 @@
 #include "framework/Assert.h"
 #include "service/Exit.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>   // NOLINT(modernize-deprecated-headers): sigaction is the system's, not the language's
+#include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstring>
 #include <system_error>
 
@@ -42,10 +39,9 @@ void actionIs( int signal, void ( *handler )( int ) ) {
 }   // namespace
 
 StopSignals::StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs )
-   : ham_( ham ), outputs_( std::move( outputs ) ) {
+   : ham_( ham ), outputs_( std::move( outputs ) ), wakeUp_( ::eventfd( 0, EFD_CLOEXEC | EFD_NONBLOCK ) ) {
    VOR_ASSERT( !living.load() );
-   if ( ::pipe2( wakeUp_, O_CLOEXEC | O_NONBLOCK ) != 0 )
-      throw std::system_error( errno, std::generic_category(), "pipe2" );
+   if ( wakeUp_.fd() < 0 ) throw std::system_error( errno, std::generic_category(), "eventfd" );
    living.store( this );
    for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, &StopSignals::handle );
 }
@@ -53,13 +49,6 @@ StopSignals::StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs 
 StopSignals::~StopSignals() {
    for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, SIG_DFL );
    living.store( nullptr );
-   for ( int const end : wakeUp_ ) ::close( end );
-}
-
-void StopSignals::wait( double seconds ) const {
-   constexpr double longestMs = 60'000;
-   pollfd look{ wakeUp_[0], POLLIN, 0 };
-   ::poll( &look, 1, static_cast<int>( std::ceil( std::clamp( seconds * 1000, 0.0, longestMs ) ) ) );
 }
 
 void StopSignals::handle( int ) {
@@ -70,8 +59,8 @@ void StopSignals::handle( int ) {
          ::_exit( exitNotReady );
       }
       self->tell();
-      char const byte = 0;
-      [[maybe_unused]] ssize_t const written = ::write( self->wakeUp_[1], &byte, 1 );
+      U64 const one = 1;
+      [[maybe_unused]] ssize_t const written = ::write( self->descriptor(), &one, sizeof one );
    }
    errno = error;
 }

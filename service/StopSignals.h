@@ -6,9 +6,11 @@
 // must happen at once happens in the signal handler, with operations that are allowed there.
 //
 //    StopSignals signals( ham.ptr(), outputs );
-//    while ( !signals.stopAsked() ) { turn(); signals.wait( seconds ); }
+//    pollSet.descriptorAdd( signals.descriptor(), [] {} );
+//    while ( !signals.stopAsked() ) { turn(); pollSet.wait( seconds ); }
 #pragma once
 
+#include "card/Descriptor.h"
 #include "card/MmapHam.h"
 #include "framework/Types.h"
 
@@ -37,8 +39,8 @@ class StopSignals {
    /// What the agent is busy with: the chip whose bring-up has the thread, null when none has. The text outlives this.
    void underWayIs( char const * chip ) { underWay_.store( chip ); }
 
-   /// Waits until a signal comes, at most that long.
-   void wait( double seconds ) const;
+   /// Readable from the first signal on, for whoever waits.
+   int descriptor() const { return wakeUp_.fd(); }
 
  private:
    static void handle( int signal );
@@ -49,7 +51,7 @@ class StopSignals {
    std::vector<ResetOutput> const outputs_;
    std::atomic<int> signals_{ 0 };
    std::atomic<char const *> underWay_{ nullptr };
-   int wakeUp_[2] = { -1, -1 };   // a pipe: the handler writes, wait() looks
+   Descriptor const wakeUp_;   // an eventfd
 };
 
 }   // namespace Host

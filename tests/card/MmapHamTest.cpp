@@ -106,6 +106,19 @@ TEST( MmapHam, AFileThatIsTooShortIsNotMapped ) {
    EXPECT_EQ( ham->trouble(), path + ": expected at least 256 bytes, as \"offset\" and \"size\" say, found 255" );
 }
 
+TEST( MmapHam, AFileThatBecomesTooShortIsGoneUntilItGrowsAgain ) {
+   Folder const folder;
+   std::string const path = folder.file( "space", zeros( spaceSize + 1 ) );
+   Vor::Ptr<MmapHam> const ham = polled( path );
+   for ( auto const & [size, present] :
+         std::vector<std::pair<U32, bool>>{ { spaceSize, true }, { spaceSize - 1, false }, { spaceSize, true } } ) {
+      std::filesystem::resize_file( path, size );
+      ham->poll();
+      EXPECT_EQ( ham->hardwarePresent(), present ) << size;
+      EXPECT_EQ( readOf( *ham, 0 ), present ? 0u : 0xFFFFFFFFu ) << size;
+   }
+}
+
 TEST( MmapHam, AFolderIsNoCard ) {
    Folder const folder;
    Vor::Ptr<MmapHam> const ham = polled( folder.path( "" ) );

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <set>
 
@@ -119,6 +120,10 @@ TEST( Command, AnEventsFileThatCannotBeWrittenIsAnError ) {
    EXPECT_EQ( ran.result, 2 );
    EXPECT_EQ( ran.errors, "clockpath: " + path + ": the event log cannot be written: No such file or directory\n" );
    EXPECT_EQ( ran.output, "" );
+}
+
+TEST( Command, AnEventsFileWithoutRoomIsAnError ) {
+   if ( ::access( "/dev/full", W_OK ) != 0 ) GTEST_SKIP() << "there is no /dev/full, the device without room";
    Ran const full = run( { "simulate", example( "single.json" ), "--events", "/dev/full" } );
    EXPECT_EQ( full.result, 2 );
    EXPECT_EQ( full.errors, "clockpath: /dev/full: the event log cannot be written in full; is there room for it?\n" );

@@ -45,9 +45,15 @@ Process::~Process() {
       if ( end >= 0 ) ::close( end );
 }
 
-bool Process::outputHas( std::string const & text ) {
-   while ( output_.find( text ) == std::string::npos )
-      if ( outputEnd_ < 0 || !readMore( outputEnd_, output_ ) ) return output_.find( text ) != std::string::npos;
+bool Process::outputHas( std::string const & text, std::size_t times ) {
+   for ( std::size_t from = 0; times > 0; ) {
+      std::size_t const found = output_.find( text, from );
+      if ( found != std::string::npos ) {
+         from = found + text.size();
+         --times;
+      } else if ( outputEnd_ < 0 || !readMore( outputEnd_, output_ ) )
+         return false;
+   }
    return true;
 }
 

@@ -16,9 +16,10 @@ class Process {
    Process( Process const & ) = delete;
    Process & operator=( Process const & ) = delete;
 
-   /// Waits until the text has come on standard output; false when that ends without it.
-   bool outputHas( std::string const & text );
+   /// Waits until the text has come on standard output, that many times; false when that ends without it.
+   bool outputHas( std::string const & text, std::size_t times = 1 );
    void signal( int number ) const;
+   pid_t pid() const { return pid_; }
 
    /// Waits for the end. The exit code, or minus the signal that ended it.
    int result();

@@ -28,7 +28,7 @@ BELOW = {
     "registers": LIBRARY + CARD,
     "recording": LIBRARY + CARD,
     "report": LIBRARY + CARD + ("registers", "recording"),
-    "service": LIBRARY + CARD + ("registers", "recording"),
+    "service": LIBRARY + CARD + ("registers", "recording", "report"),
     "command": LIBRARY + CARD + ("registers", "recording", "report", "service"),
 }
 

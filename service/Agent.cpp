@@ -1,0 +1,91 @@
+#include "service/Agent.h"
+
+#include "card/RealTimeHam.h"
+#include "card/SimulatedWorld.h"
+#include "framework/ActivityManager.h"
+#include "report/ReportText.h"
+#include "report/Style.h"
+#include "service/Exit.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <iostream>
+
+namespace Host {
+
+namespace {
+
+Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
+   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
+   return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
+}
+
+Vor::Ptr<Fru::HamImpl> simulatedHamOf( Input::CardDescription const & description ) {
+   Vor::Ptr<Fru::HamImpl> const ham = new RealTimeHam( "hamImpl", simulatedParameters( description ) );
+   ham->hardwarePresentIs( true );
+   return ham;
+}
+
+std::vector<ResetOutput> resetOutputsOf( Input::CardDescription const & description ) {
+   std::vector<ResetOutput> outputs;
+   auto const add = [&]( std::string const & name ) {
+      Input::GpoDescription const & gpo = *description.gpo( name );
+      outputs.push_back( { gpo.offset, U32{ 1 } << gpo.bit, gpo.activeType == Fru::activeLow_ } );
+   };
+   for ( Input::TolvaneDescription const & chip : description.tolvanes ) add( chip.resetGpoName );
+   for ( Input::Max24305Description const & chip : description.max24305s ) add( chip.resetGpoName );
+   return outputs;
+}
+
+}   // namespace
+
+Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
+   : timerSlack_( options.timerSlackNs ),
+     journal_( styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1 ),
+     mmapHam_( mmapHamOf( description ) ),
+     signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
+     card_(
+        description, mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : simulatedHamOf( description ),
+        []( Vor::Name name ) { return Hardware::setClearGpoFactory( name ); } ) {
+   card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
+   card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
+   configure( card_, inventoryOf( description, card_.ham() ) );
+   for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
+   watch_.emplace( card_, journal_, options.traceLevel );
+   pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
+   if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
+}
+
+int Agent::run() {
+   std::cout << cardText( card_.description(), journal_.style() ) << std::endl;
+   look();   // first, so that each machine finds the card as it is
+   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_.line( "", "waiting for the card: " + mmapHam_->trouble() );
+   machines_.emplace( card_ );
+   while ( !signals_.stopAsked() && machines_->makeNext() ) signals_.underWayIs( nullptr );
+   Vor::activityManager().run(
+      [this] { return signals_.stopAsked(); },
+      [this]( double seconds ) {
+         signals_.underWayIs( nullptr );
+         pollSet_.wait( presence_ ? std::min( seconds, presence_->longestWait() ) : seconds );
+         if ( !signals_.stopAsked() ) look();
+      } );
+   bool const ready = card_.allReady();
+   journal_.line( "", ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   return ready ? exitReady : exitNotReady;
+}
+
+void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
+   if ( std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) signals_.underWayIs( config.name().charPtr() );
+}
+
+// A card that comes or goes sets the machines to work inside this call.
+void Agent::look() {
+   if ( presence_ ) {
+      presence_->arm();
+      mmapHam_->poll();
+   }
+   signals_.underWayIs( nullptr );
+}
+
+}   // namespace Host
