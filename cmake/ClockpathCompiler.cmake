@@ -4,6 +4,8 @@
 
 set( CMAKE_CXX_EXTENSIONS OFF )
 set( CMAKE_EXPORT_COMPILE_COMMANDS ON )
+# Whoever calls an inline function has it: no library need offer it.
+set( CMAKE_VISIBILITY_INLINES_HIDDEN ON )
 
 # ccache keeps objects built with a precompiled header only when told that the header's macros and time are no matter.
 find_program( CLOCKPATH_CCACHE ccache )

@@ -1,6 +1,7 @@
 # A library that others use, installed or as part of their own build.
 #
 #    clockpath_library( TARGET NAME HEADERS... )   is clockpath::NAME there; HEADERS are headers, and folders of them
+#    clockpath_exports( TARGET )                   offers, where it is shared, the names that cmake/TARGET.map lists
 #
 # Users find the headers as <clockpath/FOLDER/NAME.h>, and include/ of the build tree holds them as they are installed.
 # docs/decisions/0006-one-prefix-for-headers.md says why.
@@ -15,10 +16,6 @@ function( clockpath_library target name )
       PROPERTIES
          EXPORT_NAME ${name} VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN"
          POSITION_INDEPENDENT_CODE ON )
-
-   if ( NOT CLOCKPATH_SANITIZERS )
-      target_link_options( ${target} PRIVATE LINKER:--no-undefined )
-   endif()
 
    set( headers "" )
    foreach( item ${ARGN} )
@@ -43,4 +40,16 @@ function( clockpath_library target name )
    target_include_directories(
       ${target}
       INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> )
+endfunction()
+
+function( clockpath_exports target )
+   if ( NOT BUILD_SHARED_LIBS )
+      return()
+   endif()
+   set( list ${PROJECT_SOURCE_DIR}/cmake/${target}.map )
+   target_link_options( ${target} PRIVATE LINKER:--version-script=${list} )
+   set_target_properties( ${target} PROPERTIES LINK_DEPENDS ${list} )
+   if ( NOT CLOCKPATH_SANITIZERS )
+      target_link_options( ${target} PRIVATE LINKER:--no-undefined )
+   endif()
 endfunction()
