@@ -1,10 +1,11 @@
 # How every target of the project is compiled.
 #
 #    clockpath_target( NAME )    language, warnings (errors, when the project is built for itself), sanitizers
-#    clockpath_library( NAME )   the same for an installed shared library, and where its headers are found
 
 set( CMAKE_CXX_EXTENSIONS OFF )
 set( CMAKE_EXPORT_COMPILE_COMMANDS ON )
+# Whoever calls an inline function has it: no library need offer it.
+set( CMAKE_VISIBILITY_INLINES_HIDDEN ON )
 
 # ccache keeps objects built with a precompiled header only when told that the header's macros and time are no matter.
 find_program( CLOCKPATH_CCACHE ccache )
@@ -15,6 +16,7 @@ endif()
 
 add_library( clockpath_compiler INTERFACE )
 target_compile_features( clockpath_compiler INTERFACE cxx_std_20 )
+target_include_directories( clockpath_compiler INTERFACE ${PROJECT_SOURCE_DIR} )
 target_compile_options(
    clockpath_compiler
    INTERFACE
@@ -37,23 +39,4 @@ endif()
 
 function( clockpath_target target )
    target_link_libraries( ${target} PRIVATE $<BUILD_INTERFACE:clockpath_compiler> )
-endfunction()
-
-function( clockpath_library target )
-   clockpath_target( ${target} )
-   target_compile_features( ${target} PUBLIC cxx_std_20 )
-   # A unique symbol would pin the library in the process: dlclose must really unload it.
-   target_compile_options( ${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique> )
-   if ( NOT CLOCKPATH_SANITIZERS )
-      target_link_options( ${target} PRIVATE LINKER:--no-undefined )
-   endif()
-   # Users write <clockpath/sm/Max24305Sm.h>; the headers themselves write "sm/Max24305Sm.h".
-   target_include_directories(
-      ${target}
-      PUBLIC
-         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
-         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/clockpath> )
-   set_target_properties(
-      ${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN" )
 endfunction()

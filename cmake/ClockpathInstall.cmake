@@ -1,16 +1,40 @@
-# What is installed: both libraries, the headers of floors 1 to 6, the CMake package, the pkg-config files, the command,
-# the examples and the documents. The tree works wherever it is moved to.
+# What is installed: the libraries, their headers, the CMake package, the pkg-config files, the command, the examples
+# and the documents. The tree works wherever it is moved to.
 include( CMakePackageConfigHelpers )
 
+# clockpath_pkgconfig( NAME DESCRIPTION REQUIRES LIBS )
+function( clockpath_pkgconfig name description requires libs )
+   file( RELATIVE_PATH prefixFromPc /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix )
+   if ( requires )
+      string( APPEND requires " = ${PROJECT_VERSION}" )
+   endif()
+   configure_file( cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY )
+   install( FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig )
+endfunction()
+
 function( clockpath_install )
+   # As CMakeLists.txt has it: whoever links the library needs it, also without calling it.
+   set( libclockpath "-Wl,--push-state,--no-as-needed -lclockpath -Wl,--pop-state" )
+   if ( NOT BUILD_SHARED_LIBS )
+      set( libclockpath "-Wl,--undefined=clockpathLoadTime -lclockpath" )
+   endif()
+   set( libraries vor clockpath_lib )
+   clockpath_pkgconfig( vor "Entities, notification, type registry, timers and traces of clockpath" "" -lvor )
+   clockpath_pkgconfig( clockpath "${PROJECT_DESCRIPTION}" vor "${libclockpath}" )
+   if ( CLOCKPATH_CARD )
+      list( APPEND libraries clockpath_sim clockpath_card )
+      clockpath_pkgconfig(
+         clockpath-sim "The simulated card of clockpath, in virtual time" clockpath
+         "-Wl,--undefined=nanosleep -Wl,--export-dynamic-symbol=nanosleep -lclockpath_sim" )
+      clockpath_pkgconfig(
+         clockpath-card "Entities and machines of one card of clockpath" clockpath-sim -lclockpath_card )
+   endif()
    install(
-      TARGETS vor clockpath_lib
+      TARGETS ${libraries}
       EXPORT clockpath
-      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} )
-   install(
-      DIRECTORY framework platform util hal hardware inventory sm
-      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/clockpath
-      FILES_MATCHING PATTERN "*.h" )
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} )
+   install( DIRECTORY ${PROJECT_BINARY_DIR}/include/clockpath DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} )
 
    set( package ${CMAKE_INSTALL_LIBDIR}/cmake/clockpath )
    install( EXPORT clockpath NAMESPACE clockpath:: FILE clockpathTargets.cmake DESTINATION ${package} )
@@ -22,12 +46,6 @@ function( clockpath_install )
    install(
       FILES ${PROJECT_BINARY_DIR}/clockpathConfig.cmake ${PROJECT_BINARY_DIR}/clockpathConfigVersion.cmake
       DESTINATION ${package} )
-
-   file( RELATIVE_PATH prefixFromPc /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix )
-   foreach( name vor clockpath )
-      configure_file( cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY )
-      install( FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig )
-   endforeach()
 
    if ( CLOCKPATH_TOOLS )
       file( RELATIVE_PATH libFromBin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR} )

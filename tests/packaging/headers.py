@@ -1,33 +1,54 @@
 #!/usr/bin/env python3
-"""Compiles every installed header alone, as a user includes it: headers.py CXX INCLUDE_DIR
+"""Compiles the installed headers as a user includes them: headers.py CXX INCLUDE_DIR
 
-The compiler is given the install tree and nothing else of the project; warnings are errors.
+The compiler is given the install tree and nothing else of the project; warnings are errors. One source includes all of
+them, and those compile alone that no source of the project opens with, which proves the same. Headers include each
+other by the library's prefix, and otherwise the standard library and the operating system alone.
 """
 import concurrent.futures
 import os
 import pathlib
+import re
 import subprocess
 import sys
 
+sys.path.append(str(pathlib.Path(__file__).parent.parent / "floors"))
+from floors import is_system
+
+root = pathlib.Path(__file__).parents[2]
 compiler, include = sys.argv[1], pathlib.Path(sys.argv[2])
 headers = sorted((include / "clockpath").rglob("*.h"))
 
 
-def compiles(header):
-    line = f"#include <{header.relative_to(include)}>\n"
+def compiles(together):
+    lines = "".join(f"#include <{header.relative_to(include)}>\n" for header in together)
     run = subprocess.run(
         [compiler, "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-x", "c++", "-",
-         "-I", include, "-I", include / "clockpath"], input=line, capture_output=True, text=True)
+         "-I", include], input=lines, capture_output=True, text=True)
     if run.returncode:
-        print(line, run.stderr, sep="", flush=True)
+        print(lines, run.stderr, sep="", flush=True)
     return run.returncode == 0
 
 
+def has_source(header):
+    return (root / header.relative_to(include / "clockpath")).with_suffix(".cpp").exists()
+
+
+def foreign(header):
+    """What the header includes of others: nothing, where it is as it should be."""
+    written = re.findall(r'^\s*#\s*include\s*(["<].*[">])', header.read_text(), re.MULTILINE)
+    return [name for name in written
+            if not name.startswith("<clockpath/") and not (name[0] == "<" and is_system(name[1:-1]))]
+
+
+alone = [[header] for header in headers if not has_source(header)]
 with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-    good = sum(pool.map(compiles, headers))
-print(f"{good} of {len(headers)} headers compile alone")
+    good = all(pool.map(compiles, [headers] + alone))
+print(f"{len(headers)} headers, {len(alone)} of them alone")
+wrong = [f"{header} includes {name}" for header in headers for name in foreign(header)]
 folders = {header.relative_to(include).parts[1] for header in headers}
-expected = {"framework", "platform", "util", "hal", "hardware", "inventory", "sm"}
+expected = {"framework", "platform", "util", "hal", "hardware", "inventory", "sm", "sim", "input", "card"}
 if folders != expected:
-    print("installed are headers of", *sorted(folders), "- expected are those of", *sorted(expected))
-sys.exit(0 if good == len(headers) and folders == expected else 1)
+    wrong.append(f"installed are headers of {sorted(folders)}, expected are those of {sorted(expected)}")
+print("\n".join(wrong))
+sys.exit(0 if good and not wrong else 1)
