@@ -37,6 +37,16 @@ if ( CLOCKPATH_SANITIZERS )
    target_link_options( clockpath_compiler INTERFACE -fsanitize=${CLOCKPATH_SANITIZERS} )
 endif()
 
+# What nearly every source of the house reads. It takes half of the time of a build that does not optimise, but hides an
+# include that is missing: a build for use reads what each source says.
+option( CLOCKPATH_PRECOMPILED "Read the framework's headers once for each library" OFF )
+set( CLOCKPATH_PRECOMPILED_HEADERS Describe.h Directory.h Entity.h Enumeration.h Reactor.h Trace.h TypeRegistry.h )
+list( TRANSFORM CLOCKPATH_PRECOMPILED_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/framework/ )
+
 function( clockpath_target target )
    target_link_libraries( ${target} PRIVATE $<BUILD_INTERFACE:clockpath_compiler> )
+   get_target_property( type ${target} TYPE )
+   if ( CLOCKPATH_PRECOMPILED AND type MATCHES "STATIC|SHARED" )
+      target_precompile_headers( ${target} PRIVATE ${CLOCKPATH_PRECOMPILED_HEADERS} )
+   endif()
 endfunction()
