@@ -47,7 +47,7 @@ class Entity : public PtrInterface {
    /// The name of that attribute; empty without a parent.
    String parentAttrName() const;
 
-   NotifieeList * notifieeList() const override { return &notifieeList_; }
+   NotifieeList * notifieeList() const final { return &notifieeList_; }
    NotifieeList & observerList() const { return observerList_; }
 
    Type const & fwkType() const override { return staticType(); }
@@ -59,14 +59,11 @@ class Entity : public PtrInterface {
    using Attributes = Vor::Attributes<Fixed<"name", &Entity::name>>;
 
  protected:
-   /// Tells the generic observers; `key` is made only when there are any.
-   template<class MakeKey> void vorTellObservers( std::size_t attributeIndex, MakeKey && makeKey ) const {
-      if ( !observerList_.empty() ) vorTellObserversOf( fwkType().attributes()[attributeIndex], makeKey() );
-   }
+   /// Tells the generic observers, of whom there are some.
+   void vorTellObservers( std::size_t attributeIndex, Value const & key ) const;
+   void vorTellObservers( std::size_t attributeIndex ) const;
 
  private:
-   void vorTellObserversOf( Attribute const & attribute, Value const & key ) const;
-
    Name const name_;
    Entity * parent_ = nullptr;
    U32 parentAttrId_ = 0;
@@ -107,20 +104,9 @@ template<class Self, class Base = Entity> class EntityOf : public Base {
       attributeNotify<tag>();
    }
 
-   /// Tells of a change of the attribute.
-   template<Tag tag> void attributeNotify() const {
-      using List = typename Self::Attributes;
-      Ptr<PtrInterface const> const held = vorHeld();
-      this->vorTellObservers( List::template index<tag>(), [] { return Value(); } );
-      tell( List::template Named<tag>::notify );
-   }
-
-   /// Tells of a change of one key of a collection.
-   template<Tag tag, class Key> void attributeNotify( Key const & key ) const {
-      using List = typename Self::Attributes;
-      Ptr<PtrInterface const> const held = vorHeld();
-      this->vorTellObservers( List::template index<tag>(), [&key] { return toValue( key ); } );
-      tell( List::template Named<tag>::notify, key );
+   /// Tells of a change of the attribute or, where that is a collection, of one key of it.
+   template<Tag tag, class... Key> void attributeNotify( Key const &... key ) const {
+      if ( !this->notifieeList()->empty() || !this->observerList().empty() ) tell<tag>( key... );
    }
 
    /// Held for the length of a change, so that an observer may drop the last reference. An object without observers may
@@ -131,10 +117,14 @@ template<class Self, class Base = Entity> class EntityOf : public Base {
    }
 
  private:
-   template<class Callback, class... Key> void tell( Callback callback, Key const &... key ) const {
+   template<Tag tag, class... Key> void tell( Key const &... key ) const {
+      using List = typename Self::Attributes;
+      using Observer = typename Self::NotifieeConst;
+      Ptr<PtrInterface const> const held = vorHeld();
+      if ( !this->observerList().empty() ) this->vorTellObservers( List::template index<tag>(), toValue( key )... );
       this->notifieeList()->doVisit( [&]( NotifieeBase & member ) {
-         if ( auto * observer = dynamic_cast<typename Self::NotifieeConst *>( &member ) )
-            ( observer->*callback )( key... );
+         if ( member.vorIs<Observer>() )
+            ( static_cast<Observer &>( member ).*List::template Named<tag>::notify )( key... );
       } );
    }
 };

@@ -16,7 +16,10 @@ void NotifieeList::newMember( NotifieeBase & member ) {
 
 void NotifieeList::deleteMember( NotifieeBase & member ) {
    for ( Visit * visit = visit_; visit; visit = visit->outer ) {
-      if ( visit->next == &member ) visit->next = &member == visit->last ? nullptr : member.next_;
+      if ( visit->next == &member ) {
+         visit->next = &member == visit->last ? nullptr : member.next_;
+         visit->moved = true;
+      }
       if ( visit->last == &member ) visit->last = member.previous_;
    }
    ( member.previous_ ? member.previous_->next_ : head_ ) = member.next_;

@@ -50,6 +50,7 @@ class NotifieeList {
       NotifieeList & list;
       NotifieeBase * next;
       NotifieeBase * last;   // members that join later stand behind it
+      bool moved = false;    // the one that was next has left
       Visit * outer;
    };
 
@@ -78,7 +79,12 @@ class NotifieeBase : public PtrInterface {
    /// Whether handlers may run.
    bool vorLive() const { return notificationActive_ && !vorZombie(); }
 
+   /// Whether this is an `Observer`, where both observe one object: see NotifieeConstOf.
+   template<class Observer> bool vorIs() const { return depth_ >= Observer::vorDepth; }
+
  protected:
+   static constexpr U8 vorDepth = 0;
+
    NotifieeBase() = default;
 
    /// The list of `notifier` that this kind of observer joins; null where it has none.
@@ -89,6 +95,7 @@ class NotifieeBase : public PtrInterface {
 
  private:
    friend NotifieeList;
+   template<class, class> friend class NotifieeConstOf;
 
    void join();
    void leave();
@@ -99,15 +106,25 @@ class NotifieeBase : public PtrInterface {
    NotifieeBase * next_ = nullptr;
    bool registered_ = true;
    bool notificationActive_ = true;
+   U8 depth_ = vorDepth;
 };
 
 /// The observer class of `T`, to which T::NotifieeConst adds its callbacks. A notifier of another type counts as none.
+/// The observer classes of a type and of its bases are one chain, each built on the last, and whoever observes an
+/// object is of a class in the chain of the object's type. So its depth in the chain tells what it is, without asking
+/// the run time for every observer at every change.
 template<class T, class Base = NotifieeBase> class NotifieeConstOf : public Base {
  public:
+   static constexpr U8 vorDepth = Base::vorDepth + 1;
+   NotifieeConstOf() { this->NotifieeBase::depth_ = vorDepth; }
+
    Ptr<T const> notifier() const { return static_cast<T const *>( this->vorNotifier() ); }
    void notifierIs( Ptr<PtrInterface const> const & notifier ) override {
       Base::notifierIs( ptrCast<T const>( notifier ) );
    }
+
+ protected:
+   void vorAttach( Ptr<T const> const & notifier ) { NotifieeBase::vorAttach( notifier ); }
 };
 
 /// The same with write access to its notifier; built on T::NotifieeConst, whose notifier was given as a `Ptr<T>`.
@@ -125,9 +142,12 @@ template<class T, class Base> class NotifieeOf : public Base {
 
 template<class Callback> void NotifieeList::doVisit( Callback && callback ) {
    Visit visit( *this );
-   while ( NotifieeBase * member = visit.next ) {
-      visit.next = member == visit.last ? nullptr : member->next_;
-      if ( member->vorLive() ) callback( *member );
+   // `next` is read back from the visit only when it was moved, so that the processor can run ahead to it meanwhile.
+   for ( NotifieeBase * next = visit.next; next; ) {
+      NotifieeBase & member = *next;
+      visit.next = next = &member == visit.last ? nullptr : member.next_;
+      if ( member.vorLive() ) callback( member );
+      if ( visit.moved ) next = visit.next;
    }
 }
 

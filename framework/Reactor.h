@@ -61,7 +61,7 @@ template<class Notifiee, class Machine> class Reactor : public Notifiee {
    /// Attaches to the notifier; the machine owns this reactor and outlives it.
    template<class Notifier> Reactor( Ptr<Notifier> const & notifier, Machine * machine ) : machine_( machine ) {
       this->hasNotificationActiveIs( false );
-      this->vorAttach( Ptr<PtrInterface const>( notifier ) );
+      this->vorAttach( notifier );
    }
 
    void notifierIs( Ptr<PtrInterface const> const & notifier ) override {

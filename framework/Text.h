@@ -34,11 +34,11 @@ class String {
    IteratorConst end() const { return text_.end(); }
    std::size_t hash() const { return std::hash<std::string>()( text_ ); }
 
-   String & operator+=( String const & other ) {
-      text_ += other.text_;
+   String & operator+=( std::string_view other ) {
+      text_ += other;
       return *this;
    }
-   friend String operator+( String left, String const & right ) { return left += right; }
+   friend String operator+( String left, String const & right ) { return std::move( left += right ); }
    friend bool operator==( String const &, String const & ) = default;
    friend std::strong_ordering operator<=>( String const & left, String const & right ) {
       return left.text_.compare( right.text_ ) <=> 0;

@@ -100,7 +100,7 @@ class TraceText {
    String const & text() const { return text_; }
 
    TraceText & operator<<( std::string_view text ) { return append( text ); }
-   TraceText & operator<<( char character ) { return append( String( &character, 1 ) ); }
+   TraceText & operator<<( char character ) { return append( { &character, 1 } ); }
    TraceText & operator<<( signed char character ) { return *this << static_cast<char>( character ); }
    TraceText & operator<<( unsigned char character ) { return *this << static_cast<char>( character ); }
    TraceText & operator<<( double number ) { return append( format( "%g", number ) ); }
@@ -113,7 +113,7 @@ class TraceText {
    }
 
  private:
-   TraceText & append( String const & text ) {
+   TraceText & append( std::string_view text ) {
       text_ += text;
       return *this;
    }

@@ -3,9 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -335,126 +333,6 @@ TEST( NotifieeOfTest, GivesTheNotifierForWriting ) {
    Ptr<Derived> const derived = new Derived;
    writer->notifierIs( derived );
    EXPECT_EQ( writer->notifier(), derived );
-}
-
-/// Random joining, leaving, destroying, switching and nested visits, checked at each call against plain lists: that of
-/// the members, and for each visit that of the joinings it began with.
-class NotifieeModelTest : public testing::Test {
- protected:
-   static constexpr int watchCount = 12;
-   static constexpr int mostDepth = 4;
-
-   class Member final : public Subject::NotifieeConst {
-    public:
-      Member( NotifieeModelTest & test, int id ) : test_( test ), id_( id ) {}
-      void onChange() override { test_.onChange( id_ ); }
-
-    private:
-      NotifieeModelTest & test_;
-      int id_;
-   };
-
-   struct Joining {
-      int id;
-      U64 serial;
-   };
-   using Joinings = std::vector<Joining>;
-
-   int anyOf( int count ) { return std::uniform_int_distribution<int>( 0, count - 1 )( random ); }
-
-   void forget( int id ) {
-      auto const ofId = [id]( Joining const & joining ) { return joining.id == id; };
-      std::erase_if( joined, ofId );
-      for ( Joinings & visit : visits ) std::erase_if( visit, ofId );
-   }
-
-   void join( int id ) {
-      if ( std::any_of( joined.begin(), joined.end(), [id]( Joining const & j ) { return j.id == id; } ) ) return;
-      joined.push_back( { id, ++serial } );
-   }
-
-   void operation() {
-      int const id = anyOf( watchCount );
-      Ptr<Member> & member = members[static_cast<std::size_t>( id )];
-      switch ( anyOf( 7 ) ) {
-      case 0:   // destroyed, and another made in its place
-         forget( id );
-         member = new Member( *this, id );
-         break;
-      case 1:
-         forget( id );
-         member->notifierIs( nullptr );
-         break;
-      case 2:
-         member->hasNotificationActiveIs( anyOf( 3 ) != 0 );
-         break;
-      case 3:
-         member->vorZombieIs( anyOf( 4 ) == 0 );
-         break;
-      case 4: {
-         bool const registered = anyOf( 2 ) != 0;
-         if ( !registered )
-            forget( id );
-         else if ( member->notifier() )
-            join( id );
-         member->isRegisteredNotifieeIs( registered );
-         break;
-      }
-      default:
-         if ( member->isRegisteredNotifiee() ) join( id );
-         member->notifierIs( subject );
-      }
-   }
-
-   void passOverTheDead() {
-      Joinings & visit = visits.back();
-      while ( !visit.empty() && !members[static_cast<std::size_t>( visit.front().id )]->vorLive() )
-         visit.erase( visit.begin() );
-   }
-
-   void onChange( int id ) {
-      passOverTheDead();
-      ASSERT_FALSE( visits.back().empty() ) << "observer " << id << " was told unexpectedly";
-      ASSERT_EQ( visits.back().front().id, id );
-      visits.back().erase( visits.back().begin() );
-      ++told;
-      for ( int i = anyOf( 4 ); i > 0; --i ) operation();
-      if ( visits.size() < mostDepth && anyOf( 6 ) == 0 ) change();
-   }
-
-   void change() {
-      visits.push_back( joined );
-      subject->change();
-      passOverTheDead();
-      EXPECT_TRUE( visits.back().empty() ) << "observer " << visits.back().front().id << " was not told";
-      visits.pop_back();
-   }
-
-   std::mt19937_64 random;
-   Ptr<Subject> const subject = new Subject;
-   std::vector<Ptr<Member>> members;
-   Joinings joined;
-   std::vector<Joinings> visits;
-   U64 serial = 0;
-   U64 told = 0;
-};
-
-TEST_F( NotifieeModelTest, RandomOperationsDoWhatPlainListsDo ) {
-   U64 const firstSeed = std::random_device()();
-   for ( U64 seed = firstSeed; seed < firstSeed + 30; ++seed ) {
-      SCOPED_TRACE( testing::Message() << "seed " << seed );
-      random.seed( seed );
-      members.clear();
-      joined.clear();
-      for ( int id = 0; id < watchCount; ++id ) members.push_back( new Member( *this, id ) );
-      for ( int i = 0; i < 1000; ++i ) {
-         operation();
-         if ( anyOf( 3 ) == 0 ) change();
-         ASSERT_EQ( subject->notifieeList()->empty(), joined.empty() );
-         if ( HasFailure() ) return;
-      }
-   }
-   EXPECT_GT( told, 10'000u );
 }
 
 }   // namespace

@@ -124,6 +124,15 @@ TEST( FormatTest, FollowsPrintf ) {
    EXPECT_EQ( format( "%llu", std::numeric_limits<unsigned long long>::max() ), "18446744073709551615" );
 }
 
+TEST( FormatTest, PlainConversionsAloneAndBesideOthers ) {
+   EXPECT_EQ( format( "%x%u%d", 0u, 0u, 0 ), "000" );
+   EXPECT_EQ( format( "%x", std::numeric_limits<unsigned>::max() ), "ffffffff" );
+   EXPECT_EQ( format( "%d", std::numeric_limits<int>::min() ), "-2147483648" );
+   EXPECT_EQ( format( "%d of %u at 0x%x", -1, 1u, 0xABCDEFu ), "-1 of 1 at 0xabcdef" );
+   EXPECT_EQ( format( "%u then %02x, %s and %d", 1u, 2u, "three", 4 ), "1 then 02, three and 4" );
+   EXPECT_EQ( format( "%u%%", 50u ), "50%" );
+}
+
 TEST( FormatTest, HasNoLimitOfLength ) {
    std::string const text( 100'000, 'x' );
    EXPECT_EQ( format( "<%s>", text.c_str() ), String( "<" + text + ">" ) );

@@ -161,7 +161,7 @@ template<class Entity> class StateWatch final : public Entity::NotifieeConst {
  public:
    StateWatch( Vor::Ptr<Entity> const & entity, Diary & diary, std::string name )
       : diary_( diary ), name_( std::move( name ) ) {
-      this->vorAttach( Vor::Ptr<Vor::PtrInterface const>( entity ) );
+      this->vorAttach( entity );
    }
    void onState() override {
       diary_.add( told( name_, std::string( stringValue( this->notifier()->state() ).stdString() ) ) );
