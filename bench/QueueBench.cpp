@@ -4,8 +4,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
+#include <numeric>
+#include <random>
+#include <vector>
 
 namespace {
 
@@ -31,6 +35,7 @@ struct LinkQueue {
       return sum;
    }
    Value at( U32 index ) const { return queue.value( index ); }
+   void place( U32 index, Value const & value ) { queue.valueIs( index, value ); }
 };
 
 struct OrderedMap {
@@ -48,6 +53,7 @@ struct OrderedMap {
       return sum;
    }
    Value at( U32 index ) const { return map.at( index ); }
+   void place( U32 index, Value const & value ) { map[index] = value; }
 };
 
 struct Deque {
@@ -96,6 +102,19 @@ template<class Queue> void lookUp( benchmark::State & state ) {
    state.SetItemsProcessed( state.iterations() );
 }
 
+/// Every index once, in no order.
+template<class Queue> void placeAtRandom( benchmark::State & state ) {
+   std::vector<U32> indexes( static_cast<std::size_t>( state.range( 0 ) ) );
+   std::iota( indexes.begin(), indexes.end(), 0 );
+   std::shuffle( indexes.begin(), indexes.end(), std::mt19937( 24305 ) );
+   for ( auto _ : state ) {
+      Queue queue;
+      for ( U32 const index : indexes ) queue.place( index, { index, 1, 2, 3 } );
+      benchmark::DoNotOptimize( queue );
+   }
+   state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
+}
+
 void sizes( benchmark::internal::Benchmark * benchmark ) { benchmark->Arg( 500 )->Arg( 100'000 ); }
 
 BENCHMARK( fillAndDrain<LinkQueue> )->Apply( sizes );
@@ -107,5 +126,7 @@ BENCHMARK( walk<Deque> )->Apply( sizes );
 BENCHMARK( lookUp<LinkQueue> )->Apply( sizes );
 BENCHMARK( lookUp<OrderedMap> )->Apply( sizes );
 BENCHMARK( lookUp<Deque> )->Apply( sizes );
+BENCHMARK( placeAtRandom<LinkQueue> )->Apply( sizes )->Arg( 1'000'000 );
+BENCHMARK( placeAtRandom<OrderedMap> )->Apply( sizes )->Arg( 1'000'000 );
 
 }   // namespace

@@ -10,6 +10,8 @@
 #include "framework/LinkQueue.h"
 #include "hardware/Max24305Op.h"
 
+#include <vector>
+
 namespace Hardware::Max24305 {
 
 /// The queue's first index and its next-index counter, as they are replicated together with the queue.
@@ -56,12 +58,14 @@ template<class Self> class WithOpsToDo : public Vor::EntityOf<Self> {
    }
    /// Removes the operation that a walk stands on; the walk goes on behind it.
    void opsToDoDel( Queue::Iterator const & place ) { opsToDoDel( place->index() ); }
-   /// Removes every operation there is now, from the head on.
+   /// Removes every operation that stands there now, each once, from the head on. What observers add meanwhile stays,
+   /// also at an index that has just become free.
    void opsToDoDelAll() {
       Vor::Ptr<Vor::PtrInterface const> const held = this->vorHeld();
-      Vor::Ptr<Queue::Element const> const last = opsToDo_.tail();
-      while ( last && !opsToDo_.empty() && opsToDo_.head()->index() <= last->index() )
-         opsToDoDel( opsToDo_.head()->index() );
+      std::vector<Vor::Ptr<Queue::Element const>> standing;
+      for ( Queue::Element const & element : opsToDo_ ) standing.push_back( &element );
+      for ( auto const & element : standing )
+         if ( opsToDo_.element( element->index() ) == element ) opsToDoDel( element->index() );
    }
 
    OpsToDoMetadata const & opsToDoMetadata() const { return opsToDoMetadata_; }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -244,6 +245,19 @@ TEST( LinkQueue, AWalkAtTheLastIndexEnds ) {
    EXPECT_THAT( indexes( queue ), ElementsAre( lastIndex ) );
 }
 
+using LinkQueueDeathTest = testing::Test;
+
+TEST_F( LinkQueueDeathTest, AWalkAtItsEndLeadsNowhere ) {
+   Queue queue;
+   queue.enq( "a" );
+   auto walk = queue.begin();
+   ++walk;
+   ASSERT_TRUE( walk == queue.end() );
+   EXPECT_DEATH( (void)*walk, "Assertion `object_' failed\\." );
+   EXPECT_DEATH( (void)walk->index(), "Assertion `object_' failed\\." );
+   EXPECT_DEATH( ++walk, "Assertion `object_' failed\\." );
+}
+
 // The rules once more, in the plainest form: an ordered map and a counter.
 struct Model {
    std::map<U32, std::string> elements;
@@ -268,63 +282,113 @@ struct Model {
    }
 };
 
-TEST( LinkQueue, RandomOperationsAgreeWithTheModel ) {
-   auto const seed = std::random_device{}();
-   SCOPED_TRACE( "seed " + std::to_string( seed ) );
-   std::mt19937 random( seed );
-   int full = 0;
-   for ( int run = 0; run < 40; ++run ) {
-      Queue queue;
-      Model model;
-      // Indexes from a few places only, both ends of the space among them, so that they meet.
-      auto const anyIndex = [&] { return random() % 2 ? U32( random() % 8 ) : lastIndex - U32( random() % 8 ); };
-      for ( int step = 0; step < 500; ++step ) {
-         std::string const value = std::to_string( step );
-         switch ( random() % 5 ) {
-         case 0:
-         case 1: {
-            std::optional<U32> assigned;
-            try {
-               assigned = queue.enq( value );
-            } catch ( RangeException const & ) {
-               ++full;
-            }
-            ASSERT_EQ( assigned, model.enq( value ) );
-            break;
-         }
-         case 2: {
-            U32 const index = anyIndex();
-            bool placed = true;
-            try {
-               queue.valueIs( index, value );
-            } catch ( RangeException const & ) {
-               placed = false;
-               ++full;
-            }
-            ASSERT_EQ( placed, model.valueIs( index, value ) );
-            break;
-         }
-         case 3: {
-            U32 const index = anyIndex();
-            ASSERT_EQ( queue.valueDel( index ), model.elements.erase( index ) == 1 );
-            break;
-         }
-         default:
-            if ( auto const head = queue.head() ) queue.valueDel( head->index() );
-            if ( !model.elements.empty() ) model.elements.erase( model.elements.begin() );
-         }
-         ASSERT_EQ( queue.nextIndex(), model.counter );
-         ASSERT_EQ( queue.count(), model.elements.size() );
-         auto expected = model.elements.begin();
-         for ( auto const & element : queue ) {
-            ASSERT_EQ( element.index(), expected->first );
-            ASSERT_EQ( element.value(), expected->second );
-            ++expected;
-         }
+enum class Indexes { few, many };
+
+/// Operations of every kind, with a walk under way that goes on now and then, against the model.
+class LinkQueueModelTest : public testing::TestWithParam<Indexes> {
+ protected:
+   U32 anyIndex() {
+      // A few places only, both ends of the space among them, so that they meet; or so many that blocks are split.
+      if ( GetParam() == Indexes::many ) return static_cast<U32>( random() % 2000 ) + ( random() % 2 ? 0 : 1u << 31 );
+      return random() % 2 ? U32( random() % 8 ) : lastIndex - U32( random() % 8 );
+   }
+   template<class Step> auto orNothing( Step && step ) -> std::optional<decltype( step() )> {
+      try {
+         return step();
+      } catch ( RangeException const & ) {
+         ++full;
+         return {};
       }
    }
-   EXPECT_GT( full, 0 );   // the end of the space was met
+   void operation( std::string const & value ) {
+      U32 const index = anyIndex();
+      switch ( random() % 8 ) {
+      case 0:
+      case 1:
+         ASSERT_EQ( orNothing( [&] { return queue.enq( value ); } ), model.enq( value ) );
+         break;
+      case 2:
+      case 3:
+      case 4:
+         ASSERT_EQ(
+            orNothing( [&] { return queue.valueIs( index, value ), true; } ).has_value(),
+            model.valueIs( index, value ) );
+         break;
+      case 5:
+         ASSERT_EQ( queue.valueDel( index ), model.elements.erase( index ) == 1 );
+         break;
+      case 6:   // now and then a run of them from somewhere on, so that blocks empty
+         if ( random() % 32 ) break;
+         for ( auto place = model.elements.lower_bound( index ); place != model.elements.end() && random() % 200; ) {
+            ASSERT_TRUE( queue.valueDel( place->first ) );
+            place = model.elements.erase( place );
+         }
+         break;
+      default:
+         if ( model.elements.empty() ) break;
+         ASSERT_TRUE( queue.valueDel( queue.head()->index() ) );
+         model.elements.erase( model.elements.begin() );
+      }
+   }
+   void goOn( std::optional<Queue::Iterator> & walk ) {
+      if ( !walk || *walk == queue.end() ) {
+         walk = queue.begin();
+         return;
+      }
+      auto const expected = model.elements.upper_bound( ( *walk )->index() );
+      ++*walk;
+      ASSERT_EQ( *walk == queue.end(), expected == model.elements.end() );
+      ASSERT_TRUE( expected == model.elements.end() || ( *walk )->index() == expected->first );
+   }
+   void compare() {
+      ASSERT_EQ( queue.nextIndex(), model.counter );
+      ASSERT_EQ( queue.count(), model.elements.size() );
+      ASSERT_EQ( queue.empty(), model.elements.empty() );
+      if ( queue.empty() ) return;
+      ASSERT_EQ( queue.head()->index(), model.elements.begin()->first );
+      ASSERT_EQ( queue.tail()->index(), model.elements.rbegin()->first );
+      U32 const index = anyIndex();
+      auto const expected = model.elements.find( index );
+      ASSERT_EQ( queue.value( index ), expected == model.elements.end() ? "" : expected->second );
+   }
+   void compareAll() {
+      auto expected = model.elements.begin();
+      for ( auto const & element : queue ) {
+         ASSERT_EQ( element.index(), expected->first );
+         ASSERT_EQ( element.value(), expected->second );
+         ++expected;
+      }
+      ASSERT_EQ( expected, model.elements.end() );
+   }
+
+   std::mt19937 random;
+   Queue queue;
+   Model model;
+   int full = 0;
+};
+
+TEST_P( LinkQueueModelTest, RandomOperationsAgreeWithTheModel ) {
+   auto const seed = std::random_device{}();
+   SCOPED_TRACE( "seed " + std::to_string( seed ) );
+   random.seed( seed );
+   bool const many = GetParam() == Indexes::many;
+   int const steps = many ? 5'000 : 500;
+   for ( int run = 0; run < ( many ? 5 : 40 ); ++run ) {
+      queue = Queue();
+      model = Model();
+      std::optional<Queue::Iterator> walk;
+      for ( int step = 0; step < steps; ++step ) {
+         operation( std::to_string( step ) );
+         if ( random() % 2 ) goOn( walk );
+         compare();
+         if ( step % ( steps / 100 ) == 0 ) compareAll();
+         if ( HasFatalFailure() ) return;
+      }
+   }
+   EXPECT_EQ( full > 0, GetParam() == Indexes::few );   // the end of the space was met
 }
+
+INSTANTIATE_TEST_SUITE_P( Queues, LinkQueueModelTest, testing::Values( Indexes::few, Indexes::many ) );
 
 }   // namespace
 }   // namespace Vor

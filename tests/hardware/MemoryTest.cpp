@@ -52,6 +52,16 @@ TEST( Memory, AConfigurationWithAHundredThousandOperationsStaysUnderTenMegabytes
    RecordProperty( "bytes", std::to_string( used ) );
 }
 
+TEST( Memory, AnEmptyConfigurationStaysUnderFiveHundredBytes ) {
+   config();   // the texts of its names, which are kept
+   std::size_t const before = bytesInUse;
+   Vor::Ptr<Config> const empty = config();
+   std::size_t const used = bytesInUse - before;
+   EXPECT_GE( used, sizeof( Config ) );
+   EXPECT_LT( used, 500u );
+   RecordProperty( "bytes", std::to_string( used ) );
+}
+
 TEST( Memory, AMillionEntitiesLeaveNoGrowth ) {
    { Vor::Ptr<Status> const first = statusFactory( "ptp0", Fru::GenerationId( 1 ), timeSync_ ); }
    std::size_t const before = bytesInUse;

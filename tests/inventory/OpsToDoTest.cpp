@@ -35,7 +35,9 @@ template<class Entity> class OpsToDoTest : public testing::Test {
          if ( auto const next = then ) next();
       }
       void onOpsToDo() override { story.push_back( "all" ); }
-      void onOpsToDoMetadata() override { story.push_back( "metadata" ); }
+      void onOpsToDoMetadata() override {
+         story.push_back( "metadata " + std::to_string( this->notifier()->opsToDoMetadata().nextIndex ) );
+      }
       std::vector<std::string> story;
       std::function<void()> then;
    };
@@ -66,12 +68,12 @@ struct EntityNames {
 };
 TYPED_TEST_SUITE( OpsToDoTest, Entities, EntityNames );
 
-TYPED_TEST( OpsToDoTest, enqueuedOperationsStandThereAsTheyAreTold ) {
+TYPED_TEST( OpsToDoTest, EnqueuedOperationsStandThereAsTheyAreTold ) {
    for ( U32 key = 50; key < 53; ++key ) this->entity->opsToDoEnq( op( key ) );
    EXPECT_THAT( this->watch->story, ElementsAre( "0=50", "1=51", "2=52" ) );
 }
 
-TYPED_TEST( OpsToDoTest, dequeuingGivesTheHeadAndTellsOfItAsGone ) {
+TYPED_TEST( OpsToDoTest, DequeuingGivesTheHeadAndTellsOfItAsGone ) {
    for ( U32 key = 50; key < 53; ++key ) this->entity->opsToDoEnq( op( key ) );
    this->watch->story.clear();
    EXPECT_EQ( this->entity->opsToDoDeq(), op( 50 ) );
@@ -80,7 +82,7 @@ TYPED_TEST( OpsToDoTest, dequeuingGivesTheHeadAndTellsOfItAsGone ) {
    EXPECT_THAT( this->watch->story, ElementsAre( "0 gone", "1 gone", "2 gone" ) );
 }
 
-TYPED_TEST( OpsToDoTest, dequeuingAnEmptyQueueIsSilentAndChangesNothing ) {
+TYPED_TEST( OpsToDoTest, DequeuingAnEmptyQueueIsSilentAndChangesNothing ) {
    this->entity->opsToDoEnq( op( 50 ) );
    this->entity->opsToDoDeq();
    this->watch->story.clear();
@@ -89,14 +91,14 @@ TYPED_TEST( OpsToDoTest, dequeuingAnEmptyQueueIsSilentAndChangesNothing ) {
    EXPECT_EQ( this->entity->opsToDo().nextIndex(), 1u );
 }
 
-TYPED_TEST( OpsToDoTest, indexesSurviveEmptying ) {
+TYPED_TEST( OpsToDoTest, IndexesSurviveEmptying ) {
    for ( U32 key = 0; key < 3; ++key ) this->entity->opsToDoEnq( op( key ) );
    this->entity->opsToDoDelAll();
    this->entity->opsToDoEnq( op( 3 ) );
    EXPECT_THAT( this->indexes(), ElementsAre( 3 ) );
 }
 
-TYPED_TEST( OpsToDoTest, anOperationPlacedAtTenIsFollowedByEleven ) {
+TYPED_TEST( OpsToDoTest, AnOperationPlacedAtTenIsFollowedByEleven ) {
    this->entity->opsToDoIs( 10, op( 50 ) );
    this->entity->opsToDoEnq( op( 51 ) );
    EXPECT_THAT( this->watch->story, ElementsAre( "10=50", "11=51" ) );
@@ -105,7 +107,7 @@ TYPED_TEST( OpsToDoTest, anOperationPlacedAtTenIsFollowedByEleven ) {
    EXPECT_THAT( this->indexes(), ElementsAre( 4, 10, 11, 12 ) );
 }
 
-TYPED_TEST( OpsToDoTest, replacingTellsAlsoOfAnEqualValue ) {
+TYPED_TEST( OpsToDoTest, ReplacingTellsAlsoOfAnEqualValue ) {
    this->entity->opsToDoEnq( op( 50 ) );
    this->entity->opsToDoIs( 0, op( 51 ) );
    this->entity->opsToDoIs( 0, op( 51 ) );
@@ -113,7 +115,7 @@ TYPED_TEST( OpsToDoTest, replacingTellsAlsoOfAnEqualValue ) {
    EXPECT_EQ( this->entity->opsToDo().nextIndex(), 1u );
 }
 
-TYPED_TEST( OpsToDoTest, removingTellsIfThereWasAnything ) {
+TYPED_TEST( OpsToDoTest, RemovingTellsIfThereWasAnything ) {
    this->entity->opsToDoIs( 7, op( 50 ) );
    this->watch->story.clear();
    this->entity->opsToDoDel( 6 );
@@ -122,7 +124,7 @@ TYPED_TEST( OpsToDoTest, removingTellsIfThereWasAnything ) {
    EXPECT_THAT( this->watch->story, ElementsAre( "7 gone" ) );
 }
 
-TYPED_TEST( OpsToDoTest, aWalkMayRemoveWhereItStands ) {
+TYPED_TEST( OpsToDoTest, AWalkMayRemoveWhereItStands ) {
    for ( U32 key = 0; key < 4; ++key ) this->entity->opsToDoEnq( op( key ) );
    this->watch->story.clear();
    auto const & queue = this->entity->opsToDo();
@@ -132,7 +134,7 @@ TYPED_TEST( OpsToDoTest, aWalkMayRemoveWhereItStands ) {
    EXPECT_THAT( this->indexes(), ElementsAre( 0, 2 ) );
 }
 
-TYPED_TEST( OpsToDoTest, removingAllGoesFromTheHeadTellingOfEach ) {
+TYPED_TEST( OpsToDoTest, RemovingAllGoesFromTheHeadTellingOfEach ) {
    for ( U32 const index : { 9u, 2u, 5u } ) this->entity->opsToDoIs( index, op( index ) );
    this->watch->story.clear();
    this->entity->opsToDoDelAll();
@@ -141,7 +143,7 @@ TYPED_TEST( OpsToDoTest, removingAllGoesFromTheHeadTellingOfEach ) {
    EXPECT_EQ( this->watch->story.size(), 3u );
 }
 
-TYPED_TEST( OpsToDoTest, whatAnObserverEnqueuesWhileAllAreRemovedStays ) {
+TYPED_TEST( OpsToDoTest, WhatAnObserverEnqueuesWhileAllAreRemovedStays ) {
    for ( U32 key = 0; key < 3; ++key ) this->entity->opsToDoEnq( op( key ) );
    this->watch->then = [this] {
       this->watch->then = nullptr;
@@ -152,7 +154,33 @@ TYPED_TEST( OpsToDoTest, whatAnObserverEnqueuesWhileAllAreRemovedStays ) {
    EXPECT_THAT( this->indexes(), ElementsAre( 3 ) );
 }
 
-TYPED_TEST( OpsToDoTest, anObserverMayDropTheEntityWhileAllAreRemoved ) {
+TYPED_TEST( OpsToDoTest, EachOfAllIsRemovedOnceAlsoWhereAnObserverPutsItBack ) {
+   for ( U32 const index : { 9u, 2u, 5u } ) this->entity->opsToDoIs( index, op( index ) );
+   this->watch->story.clear();
+   this->watch->then = [this] {
+      // At each removal the operation is put back, which is told as well.
+      U32 const index = static_cast<U32>( std::stoul( this->watch->story.back() ) );
+      if ( !this->entity->opsToDo().element( index ) ) this->entity->opsToDoIs( index, op( index + 50 ) );
+   };
+   this->entity->opsToDoDelAll();
+   EXPECT_THAT( this->watch->story, ElementsAre( "2 gone", "2=52", "5 gone", "5=55", "9 gone", "9=59" ) );
+   EXPECT_THAT( this->indexes(), ElementsAre( 2, 5, 9 ) );
+}
+
+TYPED_TEST( OpsToDoTest, WhatAnObserverPutsInPlaceOfAnotherWhileAllAreRemovedGoesAndWhatItPutsAnewStays ) {
+   for ( U32 key = 0; key < 3; ++key ) this->entity->opsToDoEnq( op( key ) );
+   this->watch->then = [this] {
+      this->watch->then = nullptr;
+      this->entity->opsToDoIs( 1, op( 51 ) );
+      this->entity->opsToDoDel( 2 );
+      this->entity->opsToDoIs( 2, op( 52 ) );
+   };
+   this->entity->opsToDoDelAll();
+   EXPECT_THAT( this->indexes(), ElementsAre( 2 ) );
+   EXPECT_EQ( this->entity->opsToDo().value( 2 ), op( 52 ) );
+}
+
+TYPED_TEST( OpsToDoTest, AnObserverMayDropTheEntityWhileAllAreRemoved ) {
    for ( U32 key = 0; key < 3; ++key ) this->entity->opsToDoEnq( op( key ) );
    TypeParam * const plain = this->entity.ptr();
    this->entity = nullptr;
@@ -161,7 +189,7 @@ TYPED_TEST( OpsToDoTest, anObserverMayDropTheEntityWhileAllAreRemoved ) {
    EXPECT_EQ( TypeParam::staticType().allocated(), 0u );
 }
 
-TYPED_TEST( OpsToDoTest, aFullIndexSpaceChangesNothingAndTellsNobody ) {
+TYPED_TEST( OpsToDoTest, AFullIndexSpaceChangesNothingAndTellsNobody ) {
    this->entity->opsToDoEnq( op( 0 ) );
    this->expectFull( [this] { this->entity->opsToDoIs( lastIndex, op( 1 ) ); } );
    this->entity->opsToDoDel( 0 );
@@ -174,11 +202,11 @@ TYPED_TEST( OpsToDoTest, aFullIndexSpaceChangesNothingAndTellsNobody ) {
    EXPECT_EQ( this->entity->opsToDo().value( lastIndex ), op( 4 ) );
 }
 
-TYPED_TEST( OpsToDoTest, metadataAreToldAlsoWhenEqualAndChangeByTheirSetterAlone ) {
+TYPED_TEST( OpsToDoTest, MetadataAreToldAlsoWhenEqualAndChangeByTheirSetterAlone ) {
    this->entity->opsToDoMetadataIs( OpsToDoMetadata( 0, 0 ) );
    this->entity->opsToDoMetadataIs( OpsToDoMetadata( 3, 7 ) );
    this->entity->opsToDoMetadataIs( OpsToDoMetadata( 3, 7 ) );
-   EXPECT_THAT( this->watch->story, ElementsAre( "metadata", "metadata", "metadata" ) );
+   EXPECT_THAT( this->watch->story, ElementsAre( "metadata 0", "metadata 7", "metadata 7" ) );
    this->entity->opsToDoEnq( op( 50 ) );
    EXPECT_EQ( this->entity->opsToDoMetadata(), OpsToDoMetadata( 3, 7 ) );
    EXPECT_NE( OpsToDoMetadata( 3, 7 ), OpsToDoMetadata( 4, 7 ) );
@@ -186,7 +214,7 @@ TYPED_TEST( OpsToDoTest, metadataAreToldAlsoWhenEqualAndChangeByTheirSetterAlone
    static_assert( std::is_same_v<typename TypeParam::OpsToDoMetadata, OpsToDoMetadata> );
 }
 
-TYPED_TEST( OpsToDoTest, readingTheQueue ) {
+TYPED_TEST( OpsToDoTest, ReadingTheQueue ) {
    EXPECT_EQ( this->entity->opsToDoHead(), nullptr );
    this->entity->opsToDoIs( 4, op( 50 ) );
    this->entity->opsToDoEnq( op( 51 ) );
@@ -199,7 +227,7 @@ TYPED_TEST( OpsToDoTest, readingTheQueue ) {
    EXPECT_THAT( keys, ElementsAre( 50, 51 ) );
 }
 
-TYPED_TEST( OpsToDoTest, theElementKeepsACopyOfTheOperation ) {
+TYPED_TEST( OpsToDoTest, TheElementKeepsACopyOfTheOperation ) {
    Op mine = op( 50 );
    this->entity->opsToDoEnq( mine );
    mine.value = 1;
