@@ -24,12 +24,7 @@ template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
    return static_cast<E>( enumerators[value.oneOf( texts )].value );
 }
 
-template<class Named> Named const * named( std::vector<Named> const & all, std::string_view name ) {
-   auto const found = std::find_if( all.begin(), all.end(), [&]( Named const & one ) { return one.name == name; } );
-   return found == all.end() ? nullptr : &*found;
-}
-
-template<class Named> std::vector<std::string_view> namesOf( std::vector<Named> const & all ) {
+template<class Named> std::vector<std::string_view> namesOf( NamedList<Named> const & all ) {
    std::vector<std::string_view> names;
    names.reserve( all.size() );
    for ( Named const & one : all ) names.push_back( one.name );
@@ -220,14 +215,6 @@ class CardReader {
 };
 
 }   // namespace
-
-GpoDescription const * CardDescription::gpo( std::string_view name ) const { return named( gpos, name ); }
-
-Max24305Description const * CardDescription::max24305( std::string_view name ) const {
-   return named( max24305s, name );
-}
-
-TolvaneDescription const * CardDescription::tolvane( std::string_view name ) const { return named( tolvanes, name ); }
 
 std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
    std::vector<Sim::ScenarioChip> chips;

@@ -12,6 +12,7 @@
 #include "hardware/Max24305Op.h"
 #include "hardware/Max24305Types.h"
 #include "hardware/TolvaneTypes.h"
+#include "input/NamedList.h"
 #include "platform/Gpo.h"
 #include "sim/Scenario.h"
 
@@ -74,13 +75,13 @@ struct CardDescription {
    std::variant<SimulatedAccess, MmapAccess> access;
    U32 genId = 0;
    U32 slotId = 0;
-   std::vector<GpoDescription> gpos;
-   std::vector<TolvaneDescription> tolvanes;     ///< in the card's order
-   std::vector<Max24305Description> max24305s;   ///< in the card's order
+   NamedList<GpoDescription> gpos;
+   NamedList<TolvaneDescription> tolvanes;     ///< in the card's order
+   NamedList<Max24305Description> max24305s;   ///< in the card's order
 
-   GpoDescription const * gpo( std::string_view name ) const;
-   Max24305Description const * max24305( std::string_view name ) const;
-   TolvaneDescription const * tolvane( std::string_view name ) const;
+   GpoDescription const * gpo( std::string_view name ) const { return gpos.find( name ); }
+   Max24305Description const * max24305( std::string_view name ) const { return max24305s.find( name ); }
+   TolvaneDescription const * tolvane( std::string_view name ) const { return tolvanes.find( name ); }
    /// What a scenario can name.
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };

@@ -11,7 +11,6 @@ namespace {
 constexpr U8 readInstruction = 3;
 constexpr U8 writeInstruction = 2;
 constexpr U8 undrivenBus = 0xFF;
-constexpr std::size_t registerCount = 0x10000;
 constexpr U16 apllStatusAddress = Hardware::ApllStatus::address();
 
 struct PowerUpValue {
@@ -30,10 +29,7 @@ bool isReadOnly( U16 address ) {
 }   // namespace
 
 Max24305Chip::Max24305Chip( VirtualClock & clock, FaultBoard & faults, Parameters parameters )
-   : faults_( faults ),
-     parameters_( std::move( parameters ) ),
-     registers_( registerCount ),
-     lockDue_( clock, *this, &Max24305Chip::handleLockDue ) {
+   : faults_( faults ), parameters_( std::move( parameters ) ), lockDue_( clock, *this, &Max24305Chip::handleLockDue ) {
    faults_.listenerAdd( *this );
    powerUpRegisters();
    startLocking();
@@ -87,7 +83,9 @@ U8 Max24305Chip::dataExchanged( U8 instruction, U16 address, U8 out ) {
 }
 
 U8 Max24305Chip::registerRead( U16 address ) {
-   U8 const stored = address != apllStatusAddress ? registers_[address] : locked_ ? parameters_.apllStatus : U8( 0 );
+   auto const found = registers_.find( address );
+   U8 stored = found == registers_.end() ? U8( 0 ) : found->second;
+   if ( address == apllStatusAddress ) stored = locked_ ? parameters_.apllStatus : U8( 0 );
    return stored ^ faults_.flippedBits( address );
 }
 
@@ -97,7 +95,7 @@ void Max24305Chip::registerWritten( U16 address, U8 value ) {
 }
 
 void Max24305Chip::powerUpRegisters() {
-   std::fill( registers_.begin(), registers_.end(), U8( 0 ) );
+   registers_.clear();
    for ( PowerUpValue const & row : identification ) registers_[row.address] = row.value;
 }
 

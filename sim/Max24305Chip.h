@@ -24,7 +24,7 @@
 #include <array>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_map>
 
 namespace Sim {
 
@@ -79,7 +79,7 @@ class Max24305Chip final : public SpiDevice, public Resettable, private FaultLis
    Parameters const parameters_;
    SpiObserver * observer_ = nullptr;
 
-   std::vector<U8> registers_;
+   std::unordered_map<U16, U8> registers_;   // 0 but for these
    bool inReset_ = false;
 
    SpiObserver::Bytes header_{};   // instruction and address of the transaction under way
