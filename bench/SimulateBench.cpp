@@ -79,6 +79,7 @@ void bringUp( benchmark::State & state ) {
    state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
 }
 BENCHMARK( bringUp )
+   ->Name( "simulated bring-up/Ours" )
    ->ArgNames( { "operations", "log" } )
    ->Args( { 2'000, 0 } )
    ->Args( { 2'000, 1 } )
