@@ -21,7 +21,7 @@ struct Timer final : Jor::TimerWheel::NotifieeConst {
    explicit Timer( Ptr<Jor::TimerWheel const> const & wheel ) { vorAttach( wheel ); }
 };
 
-/// Times within ten minutes: half of them beyond the five minutes of the ring.
+/// Times within ten minutes: half of them beyond the span that the wheel is made with.
 std::vector<double> randomTimes( std::size_t count ) {
    std::mt19937_64 random( 24305 );
    std::uniform_real_distribution<double> time( 0.0, 600.0 );
@@ -120,8 +120,8 @@ void wheelIdleTurn( benchmark::State & state ) {
 }
 BENCHMARK( wheelIdleTurn )->Arg( 0 )->Arg( 1'000 );
 
-/// When to come back, with every timer beyond the span of the ring: the most there is to look at.
-void wheelNextTimeAllFar( benchmark::State & state ) {
+/// When to come back, with every timer far ahead.
+void wheelNextTime( benchmark::State & state ) {
    Ptr<BenchClock> const clock = new BenchClock;
    auto const wheel = newWheel( clock );
    std::vector<Ptr<Timer>> timers;
@@ -131,6 +131,38 @@ void wheelNextTimeAllFar( benchmark::State & state ) {
    }
    for ( auto _ : state ) benchmark::DoNotOptimize( wheel->nextTime() );
 }
-BENCHMARK( wheelNextTimeAllFar )->Arg( 0 )->Arg( 1 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( wheelNextTime )->Arg( 0 )->Arg( 1 )->Arg( 1'000 )->Arg( 100'000 );
+
+/// A watchdog is fed, always the one that is due next: it is armed for later, and the earliest is another.
+void wheelFeed( benchmark::State & state ) {
+   auto const count = static_cast<std::size_t>( state.range( 0 ) );
+   Ptr<BenchClock> const clock = new BenchClock;
+   auto const wheel = newWheel( clock );
+   std::vector<Ptr<Timer>> timers;
+   for ( std::size_t i = 0; i < count; ++i ) {
+      timers.push_back( new Timer( wheel ) );
+      timers.back()->timeMinIs( 1e6 + static_cast<double>( i ) * 1e-3 );
+   }
+   std::size_t i = 0;
+   for ( auto _ : state ) {
+      timers[i]->timeMinIs( timers[i]->timeMin() + static_cast<double>( count ) * 1e-3 );
+      benchmark::DoNotOptimize( wheel->nextTime() );
+      if ( ++i == count ) i = 0;
+   }
+}
+BENCHMARK( wheelFeed )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+
+void mapFeed( benchmark::State & state ) {
+   auto const count = static_cast<std::size_t>( state.range( 0 ) );
+   std::multimap<double, std::size_t> map;
+   for ( std::size_t i = 0; i < count; ++i ) map.emplace( 1e6 + static_cast<double>( i ) * 1e-3, i );
+   for ( auto _ : state ) {
+      auto const [time, i] = *map.begin();
+      map.erase( map.begin() );
+      map.emplace( time + static_cast<double>( count ) * 1e-3, i );
+      benchmark::DoNotOptimize( map.begin()->first );
+   }
+}
+BENCHMARK( mapFeed )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 }   // namespace

@@ -17,14 +17,16 @@
 // give the wheel another turn; that one also runs what is left of the outer one. Should it throw, what is left runs at
 // the next turn.
 //
-// How: buckets of one tick each, in a ring. A bucket also keeps the timers of later rounds, so that the span of the
-// ring bounds what a turn has to look at, not how far ahead a timer may lie. The tick is a matter of speed alone.
+// How: the timers stand in trees, each before those below it, and a newly armed one is a tree of its own. What wants to
+// know the earliest, a turn or nextTime(), compares trees two by two until one is left; what was compared is not
+// compared again while its tree stands. One that runs or is disarmed leaves the trees below it in its place. With n
+// timers, that makes about log n comparisons for each that was armed, ran or was disarmed, and none where nothing
+// changed. Only a nextTime() within a turn looks through all that is due and has not run.
 #pragma once
 
 #include "framework/ActivityManager.h"
 
 #include <limits>
-#include <vector>
 
 namespace Jor {
 
@@ -32,8 +34,9 @@ class TimerWheel final : public Vor::Activity {
  public:
    class NotifieeConst;
 
-   /// A wheel over `clock`, with `initialMaxTicks` buckets of `tickMsecs` milliseconds; both at least 1. The order of
-   /// arming is kept also where `preserveOrder` does not ask for it, and buckets of any size need no storage set aside.
+   /// A wheel over `clock`. Its times are exact whatever `tickMsecs` is, its span has no end at `initialMaxTicks` (both
+   /// at least 1), the order of arming is kept also where `preserveOrder` does not ask for it, and no bucket needs
+   /// storage set aside: what the wheel is asked for it tells, and it does no less.
    static Vor::Ptr<TimerWheel> TimerWheelIs(
       Vor::Ptr<Vor::Clock const> const & clock, U32 tickMsecs, U32 initialMaxTicks, bool preserveOrder,
       U32 defaultBucketSize );
@@ -41,7 +44,7 @@ class TimerWheel final : public Vor::Activity {
 
    Vor::Ptr<Vor::Clock const> clock() const override { return clock_; }
    U32 tickMsecs() const { return tickMsecs_; }
-   U32 initialMaxTicks() const { return static_cast<U32>( buckets_.size() ); }
+   U32 initialMaxTicks() const { return initialMaxTicks_; }
    bool preserveOrder() const { return preserveOrder_; }
    U32 defaultBucketSize() const { return defaultBucketSize_; }
 
@@ -50,13 +53,14 @@ class TimerWheel final : public Vor::Activity {
    double nextTime() const override;
 
  private:
-   // A ring of links: a bucket is its own first and last.
+   // A ring of links: what keeps one is its own first and last.
    struct Link {
       Link() = default;
       Link( Link const & ) = delete;
       Link & operator=( Link const & ) = delete;
 
       bool empty() const { return next == this; }
+      /// Takes the link out of its ring, and puts it at the end of this one.
       void append( Link & link );
       void unlink();
 
@@ -70,23 +74,19 @@ class TimerWheel final : public Vor::Activity {
 
    static constexpr char vorSource[] = "TimerWheel";
 
-   U64 tick( double time ) const;
-   Link & bucket( U64 tick ) const { return buckets_[tick % buckets_.size()]; }
-   U64 occupiedTick( U64 from, U64 end ) const;
    void arm( NotifieeConst & timer ) const;
-   void collectDue( double now );
-   static NotifieeConst & timerOf( Link & link );
+   static NotifieeConst * earliest( Link & trees );
 
    Vor::Ptr<Vor::Clock const> const clock_;
    U32 const tickMsecs_;
+   U32 const initialMaxTicks_;
    bool const preserveOrder_;
    U32 const defaultBucketSize_;
-   // Arming changes what observers see of a wheel as little as joining an entity's observers changes the entity.
-   mutable std::vector<Link> buckets_;
-   mutable std::vector<U64> occupied_;   // a bit per bucket: set where there are timers, or were
+   // Arming changes what observers see of a wheel as little as joining an entity's observers changes the entity, and
+   // comparing changes nothing.
+   mutable Link armed_;   // the trees
    mutable U64 armings_ = 0;
-   U64 tick_;   // of the last turn; no armed timer stands in an earlier one
-   Link due_;   // taken out of the buckets by a turn, not yet run
+   Link due_;   // found due by a turn, in order, not yet run
 };
 
 /// One timer of a wheel.
@@ -111,6 +111,10 @@ class TimerWheel::NotifieeConst : public Vor::NotifieeConstOf<TimerWheel>, priva
 
    static constexpr char vorSource[] = "TimerWheel";
 
+   bool before( NotifieeConst const & other ) const;
+   void disarm();
+
+   Link later_;   // the trees below this timer
    double timeMin_ = std::numeric_limits<double>::infinity();
    U64 arming_ = 0;
 };

@@ -9,9 +9,11 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Jor {
@@ -612,6 +614,55 @@ TEST_P( TimerWheelModelTest, RandomOperationsDoWhatASearchedListDoes ) {
 INSTANTIATE_TEST_SUITE_P(
    Wheels, TimerWheelModelTest,
    testing::Values( Wheel{ 100, 3000 }, Wheel{ 100, 256 }, Wheel{ 10, 8 }, Wheel{ 1, 1 } ) );
+
+/// So many that their order shows: armed, disarmed, destroyed and run, beside a map of times.
+TEST_F( TimerWheelTest, AThousandTimersComeAsFromAMapOfTimes ) {
+   struct Listed final : TimerWheel::NotifieeConst {
+      Listed( Ptr<TimerWheel> const & wheel, int id, std::vector<int> & came ) : id( id ), came( came ) {
+         vorAttach( wheel );
+      }
+      void onTime() override { came.push_back( id ); }
+      int id;
+      std::vector<int> & came;
+   };
+   auto const seed = std::random_device()();
+   SCOPED_TRACE( testing::Message() << "seed " << seed );
+   std::mt19937 random( seed );
+   std::vector<int> came;
+   std::vector<Ptr<Listed>> timers;
+   using Times = std::multimap<double, int>;   // equal times stand in the order in which they came
+   Times times;
+   std::vector<Times::iterator> places( 1000, times.end() );
+   for ( int id = 0; id < 1000; ++id ) timers.push_back( new Listed( wheel, id, came ) );
+   auto const forget = [&]( std::size_t id ) {
+      if ( places[id] != times.end() ) times.erase( std::exchange( places[id], times.end() ) );
+   };
+   for ( int step = 0; step < 20'000; ++step ) {
+      std::size_t const id = random() % 1000;
+      forget( id );
+      if ( random() % 8 ) {
+         double const time = clock->time + random() % 4000 / 10.0;
+         timers[id]->timeMinIs( time );
+         places[id] = times.emplace( time, id );
+      } else if ( random() % 2 ) {
+         timers[id]->timeMinIs( never );
+      } else {
+         timers[id] = new Listed( wheel, static_cast<int>( id ), came );
+      }
+      // Mostly the earliest is looked for after some changes, not after each.
+      ASSERT_TRUE( random() % 4 || wheel->nextTime() == ( times.empty() ? never : times.begin()->first ) );
+      if ( random() % 32 ) continue;
+      clock->time += random() % 50 / 10.0;
+      std::vector<int> expected;
+      while ( !times.empty() && times.begin()->first <= clock->time ) {
+         expected.push_back( times.begin()->second );
+         forget( static_cast<std::size_t>( expected.back() ) );
+      }
+      came.clear();
+      wheel->turn();
+      ASSERT_EQ( came, expected );
+   }
+}
 
 using TimerWheelDeathTest = TimerWheelTest;
 

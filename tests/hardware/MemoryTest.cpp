@@ -1,4 +1,5 @@
 // What configurations and entities cost in memory. This executable counts every byte that is asked of the heap.
+#include "framework/TimerWheel.h"
 #include "hardware/HwMax24305.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +61,25 @@ TEST( Memory, AnEmptyConfigurationStaysUnderFiveHundredBytes ) {
    EXPECT_GE( used, sizeof( Config ) );
    EXPECT_LT( used, 500u );
    RecordProperty( "bytes", std::to_string( used ) );
+}
+
+TEST( Memory, TheWheelOfAMachineStaysUnderTwoThousandBytesArmedOrNot ) {
+   Vor::Ptr<Vor::Clock> const clock = new Vor::MonotonicClock;
+   std::size_t const before = bytesInUse;
+   auto const wheel = Jor::TimerWheel::TimerWheelIs( clock, 100, 3000, true, 1024 );
+   std::size_t const used = bytesInUse - before;
+   EXPECT_GE( used, sizeof( Jor::TimerWheel ) );
+   EXPECT_LT( used, 2'000u );
+   RecordProperty( "bytes", std::to_string( used ) );
+
+   Vor::Ptr<Jor::TimerWheel::NotifieeConst> const timer = new Jor::TimerWheel::NotifieeConst;
+   timer->notifierIs( wheel );
+   std::size_t const disarmed = bytesInUse;
+   for ( double const ahead : { 0.0, 1.0, 1e3, 1e6 } ) {
+      timer->timeMinIs( clock->now() + ahead );
+      wheel->nextTime();
+      EXPECT_EQ( bytesInUse, disarmed );
+   }
 }
 
 TEST( Memory, AMillionEntitiesLeaveNoGrowth ) {
