@@ -29,7 +29,7 @@ CardEvents::~CardEvents() {
    living = nullptr;
 }
 
-void CardEvents::cardIs( SimulatedCard & card ) {
+void CardEvents::cardAdd( SimulatedCard & card ) {
    cards_.push_back( &card );
    card.spiObserverIs( this );
 }

@@ -8,8 +8,8 @@
 //    Sim::CardEvents events( clock );
 //    Recording::EventLog log( file );
 //    events.listenerAdd( log );
-//    events.cardIs( card );
-//    events.statusIs( max24305Status );
+//    events.cardAdd( card );
+//    events.statusAdd( max24305Status );
 #pragma once
 
 #include "framework/Assert.h"
@@ -35,10 +35,10 @@ class CardEvents final : private SleepObserver, private SpiObserver {
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The card's buses are told of; the card outlives the events.
-   void cardIs( SimulatedCard & card );
+   void cardAdd( SimulatedCard & card );
 
    /// The changes of the status's `state` are told of.
-   template<class Status> void statusIs( Vor::Ptr<Status const> const & status ) {
+   template<class Status> void statusAdd( Vor::Ptr<Status const> const & status ) {
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
 

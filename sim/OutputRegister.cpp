@@ -17,7 +17,7 @@ OutputRegister::Output const * OutputRegister::output( U32 bit ) const {
    return found == outputs_.end() ? nullptr : &*found;
 }
 
-bool OutputRegister::lineIs( std::string_view outputName, ResetLine & line ) {
+bool OutputRegister::lineAdd( std::string_view outputName, ResetLine & line ) {
    for ( Output & output : outputs_ ) {
       if ( output.name != outputName ) continue;
       output.lines.push_back( &line );

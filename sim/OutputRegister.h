@@ -21,15 +21,15 @@ class OutputRegister final : public RegisterBlock {
       std::vector<ResetLine *> lines{};   ///< they outlive the register's use
    };
 
-   /// Drives nothing yet: lines are driven from the first lineIs() on.
-   void outputIs( Output output ) { outputs_.push_back( std::move( output ) ); }
+   /// Drives nothing yet: lines are driven from the first lineAdd() on.
+   void outputAdd( Output output ) { outputs_.push_back( std::move( output ) ); }
 
    /// Null where no output of it has that name.
    Output const * output( std::string_view name ) const;
    Output const * output( U32 bit ) const;
 
    /// The output drives that line too, from now on; false where it has no output of that name.
-   bool lineIs( std::string_view outputName, ResetLine & line );
+   bool lineAdd( std::string_view outputName, ResetLine & line );
 
    std::span<U32 const> addresses() const override;
    U32 read( U32 ) override { return value_; }

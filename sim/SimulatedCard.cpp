@@ -81,9 +81,9 @@ struct SimulatedCard::TolvanePart final : Chip {
 
 SimulatedCard::SimulatedCard( Vor::Ptr<VirtualClock> clock, Parameters const & parameters )
    : clock_( std::move( clock ) ), faults_( *clock_ ) {
-   for ( Output const & output : parameters.outputs ) outputIs( output );
-   for ( Tolvane const & tolvane : parameters.tolvanes ) tolvaneIs( tolvane );
-   for ( Max24305 const & max24305 : parameters.max24305s ) max24305Is( max24305, parameters.spiClockInHz );
+   for ( Output const & output : parameters.outputs ) outputAdd( output );
+   for ( Tolvane const & tolvane : parameters.tolvanes ) tolvaneAdd( tolvane );
+   for ( Max24305 const & max24305 : parameters.max24305s ) max24305Add( max24305, parameters.spiClockInHz );
 }
 
 SimulatedCard::~SimulatedCard() = default;
@@ -100,14 +100,14 @@ void SimulatedCard::write32( U32 address, U32 value ) {
    if ( found != registers_.end() ) found->second.block->write( found->second.address, value );
 }
 
-void SimulatedCard::faultIs( std::string_view chip, Fault const & fault ) {
+void SimulatedCard::faultBegin( std::string_view chip, Fault const & fault ) {
    Chip * const target = chip.empty() ? nullptr : chipOf( chip );
    if ( !chip.empty() && !target ) throw std::invalid_argument( "the card has no chip " + inQuotes( chip ) );
    if ( !faultFits( fault.kind, target ? target->target() : FaultTarget::card_ ) )
       throw std::invalid_argument(
          "the fault " + inQuotes( faultKindText( fault.kind ) ) + " is none of " +
          ( target ? "the chip " + inQuotes( chip ) : std::string( "the card" ) ) );
-   ( target ? target->faults : faults_ ).faultIs( fault );
+   ( target ? target->faults : faults_ ).faultBegin( fault );
 }
 
 void SimulatedCard::spiObserverIs( SpiObserver * observer ) {
@@ -116,7 +116,7 @@ void SimulatedCard::spiObserverIs( SpiObserver * observer ) {
    }
 }
 
-void SimulatedCard::outputIs( Output const & output ) {
+void SimulatedCard::outputAdd( Output const & output ) {
    if ( output.bit > 31 )
       throw std::invalid_argument(
          "the output " + inQuotes( output.name ) + " has bit " + std::to_string( output.bit ) + "; expected 0 to 31" );
@@ -126,35 +126,35 @@ void SimulatedCard::outputIs( Output const & output ) {
    }
    auto const [place, isNew] = outputRegisters_.try_emplace( output.offset );
    OutputRegister & outputs = place->second;
-   if ( isNew ) blockIs( "the output " + inQuotes( output.name ), output.offset, outputs );
+   if ( isNew ) blockAdd( "the output " + inQuotes( output.name ), output.offset, outputs );
    if ( OutputRegister::Output const * const other = outputs.output( output.bit ) )
       throw std::invalid_argument(
          "the outputs " + inQuotes( other->name ) + " and " + inQuotes( output.name ) + " have the same bit " +
          std::to_string( output.bit ) + " at " + std::to_string( output.offset ) );
-   outputs.outputIs( { .name = output.name, .bit = output.bit, .activeLow = output.activeLow } );
+   outputs.outputAdd( { .name = output.name, .bit = output.bit, .activeLow = output.activeLow } );
 }
 
-void SimulatedCard::max24305Is( Max24305 const & parameters, U64 spiClockInHz ) {
+void SimulatedCard::max24305Add( Max24305 const & parameters, U64 spiClockInHz ) {
    auto chip = std::make_unique<Max24305Part>( *clock_, parameters, spiClockInHz );
    std::string const owner = "the chip " + inQuotes( parameters.name );
-   blockIs( owner, parameters.configOffset, chip->master );
-   blockIs( owner, parameters.statusOffset, chip->frequency );
-   chipIs( std::move( chip ), parameters.resetGpoName );
+   blockAdd( owner, parameters.configOffset, chip->master );
+   blockAdd( owner, parameters.statusOffset, chip->frequency );
+   chipAdd( std::move( chip ), parameters.resetGpoName );
 }
 
-void SimulatedCard::tolvaneIs( Tolvane const & parameters ) {
+void SimulatedCard::tolvaneAdd( Tolvane const & parameters ) {
    auto chip = std::make_unique<TolvanePart>( *clock_, parameters );
-   blockIs( "the chip " + inQuotes( parameters.name ), parameters.offset, chip->chip );
-   chipIs( std::move( chip ), parameters.resetGpoName );
+   blockAdd( "the chip " + inQuotes( parameters.name ), parameters.offset, chip->chip );
+   chipAdd( std::move( chip ), parameters.resetGpoName );
 }
 
-void SimulatedCard::chipIs( std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
+void SimulatedCard::chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
    if ( hasChip( chip->name ) ) throw std::invalid_argument( "two chips are named " + inQuotes( chip->name ) );
    chips_.push_back( std::move( chip ) );
    if ( resetGpoName.empty() ) return;
    Chip & added = *chips_.back();
    bool const found = std::any_of( outputRegisters_.begin(), outputRegisters_.end(), [&]( auto & entry ) {
-      return entry.second.lineIs( resetGpoName, added.resetLine() );
+      return entry.second.lineAdd( resetGpoName, added.resetLine() );
    } );
    if ( !found )
       throw std::invalid_argument(
@@ -162,7 +162,7 @@ void SimulatedCard::chipIs( std::unique_ptr<Chip> chip, std::string const & rese
          " is none of the card's outputs" );
 }
 
-void SimulatedCard::blockIs( std::string const & owner, U32 offset, RegisterBlock & block ) {
+void SimulatedCard::blockAdd( std::string const & owner, U32 offset, RegisterBlock & block ) {
    for ( U32 const address : block.addresses() ) {
       auto const [place, isNew] = registers_.try_emplace( offset + address, Register{ &block, address, owner } );
       if ( !isNew )

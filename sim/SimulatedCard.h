@@ -68,7 +68,7 @@ class SimulatedCard {
 
    /// A fault of the named chip, or of the whole card with an empty name, begins now. Throws std::invalid_argument
    /// where there is no such chip, or its sort cannot have this fault.
-   void faultIs( std::string_view chip, Fault const & fault );
+   void faultBegin( std::string_view chip, Fault const & fault );
 
    /// Whether there is a chip of that name.
    bool hasChip( std::string_view name ) const { return chipOf( name ) != nullptr; }
@@ -86,11 +86,11 @@ class SimulatedCard {
       std::string owner;
    };
 
-   void outputIs( Output const & output );
-   void max24305Is( Max24305 const & parameters, U64 spiClockInHz );
-   void tolvaneIs( Tolvane const & parameters );
-   void chipIs( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
-   void blockIs( std::string const & owner, U32 offset, RegisterBlock & block );
+   void outputAdd( Output const & output );
+   void max24305Add( Max24305 const & parameters, U64 spiClockInHz );
+   void tolvaneAdd( Tolvane const & parameters );
+   void chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
+   void blockAdd( std::string const & owner, U32 offset, RegisterBlock & block );
    Chip * chipOf( std::string_view name ) const;
 
    Vor::Ptr<VirtualClock> clock_;

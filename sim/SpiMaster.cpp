@@ -53,7 +53,7 @@ U32 SpiMaster::read( U32 address ) {
 void SpiMaster::write( U32 address, U32 value ) {
    switch ( address ) {
    case SpiCommandFifo::address():
-      commandIs( value );
+      handleCommand( value );
       break;
    case SpiReset::address():
       if ( resetSupported_ ) resetIs( SpiReset( value ).reset() != 0 );
@@ -63,7 +63,7 @@ void SpiMaster::write( U32 address, U32 value ) {
    }
 }
 
-void SpiMaster::commandIs( U32 word ) {
+void SpiMaster::handleCommand( U32 word ) {
    if ( inReset_ ) return;
    stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
    ++wordsOfTransaction_;

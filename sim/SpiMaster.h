@@ -50,7 +50,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    void write( U32 address, U32 value ) override;
 
  private:
-   void commandIs( U32 word );
+   void handleCommand( U32 word );
    void resetIs( bool reset );
    U32 responseTaken();
    U32 counts() const;

@@ -26,7 +26,7 @@ class CardEventsTest : public testing::Test {
  protected:
    CardEventsTest() {
       events.listenerAdd( log );
-      events.cardIs( card );
+      events.cardAdd( card );
    }
    std::string text() {
       log.flush();
@@ -108,8 +108,8 @@ TEST_F( CardEventsTest, AStateIsToldAsItIsStoredBeforeItsObservers ) {
    Vor::Ptr<Hardware::Max24305::Status> const status =
       Hardware::Max24305::statusFactory( "ptp0", Fru::GenerationId( 1 ), Hardware::Max24305::timeSync_ );
    Vor::Ptr<Told> const told = new Told( clockStatus, events );
-   events.statusIs<Hardware::Kiv::ClockStatus>( clockStatus );
-   events.statusIs<Hardware::Max24305::Status>( status );
+   events.statusAdd<Hardware::Kiv::ClockStatus>( clockStatus );
+   events.statusAdd<Hardware::Max24305::Status>( status );
    clock->nowNsIs( 5 );
    status->stateIs( Hardware::Max24305::locking_ );
    status->stateIs( Hardware::Max24305::locking_ );
@@ -166,7 +166,7 @@ TEST( CardEventsEndTest, WhoHadTracesBeforeGetsThemBack ) {
    {
       CardEvents events( clock );
       events.listenerAdd( log );
-      events.statusIs<Hardware::Kiv::ClockStatus>( status );
+      events.statusAdd<Hardware::Kiv::ClockStatus>( status );
       VOR_TRACE( traceHandle, 0, "to the log" );
    }
    VOR_TRACE( traceHandle, 0, "to the sink" );

@@ -150,7 +150,7 @@ TEST_F( SimulatedCardTest, TheTolvaneIsEnabledAndReset ) {
 
 TEST_F( SimulatedCardTest, NoPowerForASpan ) {
    card.write32( tolvane, 2 );
-   card.faultIs( "osc0", { .kind = FaultKind::noPower_, .forNs = 100 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::noPower_, .forNs = 100 } );
    EXPECT_EQ( card.read32( tolvane ), 0u );
    card.write32( tolvane, 2 );
    EXPECT_EQ( card.read32( tolvane ), 0u );
@@ -161,7 +161,7 @@ TEST_F( SimulatedCardTest, NoPowerForASpan ) {
 }
 
 TEST_F( SimulatedCardTest, NoPowerCountsTheWritesThatWouldEnable ) {
-   card.faultIs( "osc0", { .kind = FaultKind::noPower_, .count = 2 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::noPower_, .count = 2 } );
    card.write32( tolvane, 0 );
    for ( int i = 0; i < 2; ++i ) {
       card.write32( tolvane, 2 );
@@ -172,7 +172,7 @@ TEST_F( SimulatedCardTest, NoPowerCountsTheWritesThatWouldEnable ) {
 }
 
 TEST_F( SimulatedCardTest, ResetStuckKeepsTheChipInResetForItsCount ) {
-   card.faultIs( "ptp1", { .kind = FaultKind::resetStuck_, .count = 1 } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::resetStuck_, .count = 1 } );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0x8000005E );   // it shows from the next pulse on
    auto pulse = [this] {
       card.write32( outputs, ptp0Bit | ptp1Bit );
@@ -186,8 +186,8 @@ TEST_F( SimulatedCardTest, ResetStuckKeepsTheChipInResetForItsCount ) {
 }
 
 TEST_F( SimulatedCardTest, ResetStuckForASpanLetsTheChipFollowItsLineAfterwards ) {
-   card.faultIs( "osc0", { .kind = FaultKind::resetStuck_, .forNs = 1'000 } );
-   card.faultIs( "ptp1", { .kind = FaultKind::resetStuck_, .forNs = 1'000'000 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::resetStuck_, .forNs = 1'000 } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::resetStuck_, .forNs = 1'000'000 } );
    card.write32( outputs, ptp0Bit | ptp1Bit | osc0Bit );
    card.write32( outputs, ptp0Bit );
    card.write32( tolvane, 2 );
@@ -200,20 +200,20 @@ TEST_F( SimulatedCardTest, ResetStuckForASpanLetsTheChipFollowItsLineAfterwards 
 }
 
 TEST_F( SimulatedCardTest, FaultsReachTheNamedChipOnly ) {
-   card.faultIs( "ptp0", { .kind = FaultKind::bitFlip_, .address = 0x30, .mask = 1 } );
+   card.faultBegin( "ptp0", { .kind = FaultKind::bitFlip_, .address = 0x30, .mask = 1 } );
    EXPECT_EQ( read( ptp0Spi, 0x30 ), 0x8000005F );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0x8000005E );
-   card.faultIs( "ptp1", { .kind = FaultKind::spiDead_ } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::spiDead_ } );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0u );
    advance( 10'000'000 );
    EXPECT_TRUE( locked( ptp0Spi ) );
-   card.faultIs( "ptp0", { .kind = FaultKind::loseLock_ } );
+   card.faultBegin( "ptp0", { .kind = FaultKind::loseLock_ } );
    EXPECT_FALSE( locked( ptp0Spi ) );
 }
 
 TEST_F( SimulatedCardTest, HardwareGoneHoldsForTheWholeCard ) {
    card.write32( tolvane, 2 );
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_, .forNs = 100 } );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .forNs = 100 } );
    for ( U32 const address : { 0u, ptp0Spi + 0x20, ptp1Frequency, outputs, tolvane } )
       EXPECT_EQ( card.read32( address ), 0xFFFFFFFF );
    card.write32( tolvane, 0 );
@@ -224,7 +224,7 @@ TEST_F( SimulatedCardTest, HardwareGoneHoldsForTheWholeCard ) {
 }
 
 TEST_F( SimulatedCardTest, HardwareGoneCountsReadsAndWrites ) {
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_, .count = 3 } );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .count = 3 } );
    card.write32( tolvane, 2 );
    EXPECT_EQ( card.read32( tolvane ), 0xFFFFFFFF );
    EXPECT_EQ( card.read32( 0 ), 0xFFFFFFFF );
@@ -234,7 +234,7 @@ TEST_F( SimulatedCardTest, HardwareGoneCountsReadsAndWrites ) {
 TEST_F( SimulatedCardTest, AFaultThatFitsNothingIsRefused ) {
    auto refusal = [this]( char const * chip, FaultKind kind ) -> std::string {
       try {
-         card.faultIs( chip, { .kind = kind } );
+         card.faultBegin( chip, { .kind = kind } );
       } catch ( std::invalid_argument const & error ) {
          return error.what();
       }
