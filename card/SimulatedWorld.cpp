@@ -27,7 +27,7 @@ Sim::SimulatedCard::Parameters simulatedParameters( Input::CardDescription const
    parameters.spiClockInHz = std::get<Input::SimulatedAccess>( description.access ).spiClockInHz;
    for ( Input::GpoDescription const & gpo : description.gpos )
       parameters.outputs.push_back(
-         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeLow = gpo.activeType == Fru::activeLow_ } );
+         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeType = gpo.activeType } );
    for ( Input::TolvaneDescription const & chip : description.tolvanes )
       parameters.tolvanes.push_back( { .name = chip.name, .offset = chip.offset, .resetGpoName = chip.resetGpoName } );
    for ( Input::Max24305Description const & chip : description.max24305s )

@@ -5,8 +5,8 @@
 #include "card/MmapHam.h"
 #include "card/RealTimeHam.h"
 #include "card/SimulatedWorld.h"
-#include "card/WatchedGpo.h"
 #include "framework/ActivityManager.h"
+#include "platform/WatchedGpo.h"
 #include "report/Journal.h"
 #include "report/ReportText.h"
 #include "report/Style.h"
@@ -75,7 +75,7 @@ class Agent {
       std::vector<ResetOutput> outputs;
       auto const add = [&]( std::string const & name ) {
          Input::GpoDescription const & gpo = *description.gpo( name );
-         outputs.push_back( { gpo.offset, U32{ 1 } << gpo.bit, gpo.activeType == Fru::activeLow_ } );
+         outputs.push_back( { gpo.offset, gpo } );
       };
       for ( Input::TolvaneDescription const & chip : description.tolvanes ) add( chip.resetGpoName );
       for ( Input::Max24305Description const & chip : description.max24305s ) add( chip.resetGpoName );
@@ -83,7 +83,7 @@ class Agent {
    }
 
    Vor::Ptr<Hardware::SetClearGpo> gpo( Vor::Name const & name ) {
-      return new WatchedGpo( name, [this, name]( bool active ) {
+      return new Hardware::WatchedGpo( name, [this, name]( bool active ) {
          if ( !active ) return;
          std::string const * const chip = chipOf( name.string().stdString() );
          if ( !chip ) return;

@@ -106,11 +106,7 @@ struct Write {
 
    // The value to write to a register that holds `now`. Throws Input::InputError.
    U32 value( U32 now ) const {
-      if ( place.output ) {
-         bool const active = text == "active";
-         U32 const mask = U32{ 1 } << place.output->bit;
-         return active == ( place.output->activeType == Fru::activeHigh_ ) ? now | mask : now & ~mask;
-      }
+      if ( place.output ) return place.output->driven( now, text == "active" );
       return field.empty() ? *number : place.kind->fieldIs( now, field, text );
    }
 };

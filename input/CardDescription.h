@@ -38,11 +38,9 @@ struct MmapAccess {
    U32 size = 0;     ///< of the card's space, in bytes
 };
 
-struct GpoDescription {
+struct GpoDescription : Fru::OutputBit {
    std::string name;
    U32 offset = 0;
-   U32 bit = 0;
-   Fru::ActiveType activeType = Fru::activeHigh_;
 };
 
 struct TolvaneDescription {

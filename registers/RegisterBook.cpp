@@ -70,9 +70,8 @@ template<class Register> RegisterKind const & kind( bool readHasEffect = false )
 }
 
 std::string outputText( Input::GpoDescription const & output, U32 value ) {
-   bool const high = value >> output.bit & 1;
-   bool const active = high == ( output.activeType == Fru::activeHigh_ );
-   return fmt::format( "bit {} is {}, {}", output.bit, high ? 1 : 0, active ? "active" : "inactive" );
+   return fmt::format(
+      "bit {} is {}, {}", output.bit, value >> output.bit & 1, output.active( value ) ? "active" : "inactive" );
 }
 
 }   // namespace

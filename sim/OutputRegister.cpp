@@ -12,8 +12,8 @@ OutputRegister::Output const * OutputRegister::output( std::string_view name ) c
 }
 
 OutputRegister::Output const * OutputRegister::output( U32 bit ) const {
-   auto const found =
-      std::find_if( outputs_.begin(), outputs_.end(), [bit]( Output const & output ) { return output.bit == bit; } );
+   auto const found = std::find_if(
+      outputs_.begin(), outputs_.end(), [bit]( Output const & output ) { return output.bit.bit == bit; } );
    return found == outputs_.end() ? nullptr : &*found;
 }
 
@@ -21,7 +21,7 @@ bool OutputRegister::lineAdd( std::string_view outputName, ResetLine & line ) {
    for ( Output & output : outputs_ ) {
       if ( output.name != outputName ) continue;
       output.lines.push_back( &line );
-      line.drivenIs( active( output ) );
+      line.drivenIs( output.bit.active( value_ ) );
       return true;
    }
    return false;
@@ -35,7 +35,7 @@ std::span<U32 const> OutputRegister::addresses() const {
 void OutputRegister::write( U32, U32 value ) {
    value_ = value;
    for ( Output const & output : outputs_ ) {
-      for ( ResetLine * line : output.lines ) line->drivenIs( active( output ) );
+      for ( ResetLine * line : output.lines ) line->drivenIs( output.bit.active( value_ ) );
    }
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "platform/Gpo.h"
 #include "sim/RegisterBlock.h"
 #include "sim/ResetLine.h"
 
@@ -16,8 +17,7 @@ class OutputRegister final : public RegisterBlock {
  public:
    struct Output {
       std::string name;
-      U32 bit;   ///< 0 to 31
-      bool activeLow;
+      Fru::OutputBit bit;
       std::vector<ResetLine *> lines{};   ///< they outlive the register's use
    };
 
@@ -36,8 +36,6 @@ class OutputRegister final : public RegisterBlock {
    void write( U32, U32 value ) override;
 
  private:
-   bool active( Output const & output ) const { return ( ( value_ >> output.bit & 1 ) != 0 ) != output.activeLow; }
-
    std::vector<Output> outputs_;
    U32 value_ = 0;
 };

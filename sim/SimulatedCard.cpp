@@ -131,7 +131,7 @@ void SimulatedCard::outputAdd( Output const & output ) {
       throw std::invalid_argument(
          "the outputs " + inQuotes( other->name ) + " and " + inQuotes( output.name ) + " have the same bit " +
          std::to_string( output.bit ) + " at " + std::to_string( output.offset ) );
-   outputs.outputAdd( { .name = output.name, .bit = output.bit, .activeLow = output.activeLow } );
+   outputs.outputAdd( { .name = output.name, .bit = { output.bit, output.activeType } } );
 }
 
 void SimulatedCard::max24305Add( Max24305 const & parameters, U64 spiClockInHz ) {

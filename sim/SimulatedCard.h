@@ -32,7 +32,7 @@ class SimulatedCard {
       std::string name{};
       U32 offset = 0;
       U32 bit = 0;
-      bool activeLow = false;
+      Fru::ActiveType activeType = Fru::activeHigh_;
    };
    struct Max24305 {
       std::string name{};

@@ -38,7 +38,7 @@ class CardEventsTest : public testing::Test {
       clock,
       { .outputs =
            { { .name = "ptp0Reset", .offset = 8192, .bit = 1 },
-             { .name = "lowReset", .offset = 8192, .bit = 2, .activeLow = true } },
+             { .name = "lowReset", .offset = 8192, .bit = 2, .activeType = Fru::activeLow_ } },
         .max24305s = { { .name = "ptp0", .configOffset = 256, .statusOffset = 512, .resetGpoName = "ptp0Reset" } } } };
    std::ostringstream out;
    EventLog log{ out };

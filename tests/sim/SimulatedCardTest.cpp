@@ -27,7 +27,7 @@ SimulatedCard::Parameters parameters() {
    return {
       .outputs =
          { { .name = "osc0Reset", .offset = outputs, .bit = 0 },
-           { .name = "ptp0Reset", .offset = outputs, .bit = 1, .activeLow = true },
+           { .name = "ptp0Reset", .offset = outputs, .bit = 1, .activeType = Fru::activeLow_ },
            { .name = "ptp1Reset", .offset = outputs, .bit = 2 },
            { .name = "spare", .offset = outputs + 4, .bit = 31 } },
       .max24305s =
