@@ -9,6 +9,9 @@ class Module;
 
 namespace Hardware {
 
+/// The first byte of an SPI transaction: what it does with the register whose address follows.
+enum SpiInstruction : U8 { spiWrite_ = 2, spiRead_ = 3 };
+
 /// Lock of the two analogue PLLs. The chip's register has 8 bits; the others stay 0.
 class ApllStatus : public Hal::Register<7> {
    using Apll2Locked = Hal::Field<"apll2Locked", 4, 4, bool>;

@@ -8,8 +8,6 @@ namespace Sim {
 
 namespace {
 
-constexpr U8 readInstruction = 3;
-constexpr U8 writeInstruction = 2;
 constexpr U8 undrivenBus = 0xFF;
 constexpr std::size_t registerCount = 0x10000;
 constexpr U16 apllStatusAddress = Hardware::ApllStatus::address();
@@ -81,8 +79,8 @@ U32 Max24305Chip::outputFrequencyInHz() const {
 }
 
 U8 Max24305Chip::dataExchanged( U8 instruction, U16 address, U8 out ) {
-   if ( instruction == readInstruction ) return registerRead( address );
-   if ( instruction == writeInstruction ) registerWritten( address, out );
+   if ( instruction == Hardware::spiRead_ ) return registerRead( address );
+   if ( instruction == Hardware::spiWrite_ ) registerWritten( address, out );
    return 0;
 }
 

@@ -11,6 +11,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/Max24305Chip.h"
 #include "sim/OutputRegister.h"
@@ -41,8 +42,8 @@ class SimulatedCard {
       bool spiResetSupported = true;
       std::string resetGpoName{};   ///< of one of the outputs; empty: none
       U32 outputFrequencyInHz = 0;
-      U64 lockAfterNs = 2'500'000'000;
-      U8 apllStatus = 0x11;
+      U64 lockAfterNs = defaultLockAfterNs;
+      U8 apllStatus = defaultApllStatus;
    };
    struct Tolvane {
       std::string name{};
@@ -50,7 +51,7 @@ class SimulatedCard {
       std::string resetGpoName{};   ///< of one of the outputs; empty: none
    };
    struct Parameters {
-      U64 spiClockInHz = 10'000'000;
+      U64 spiClockInHz = defaultSpiClockInHz;
       std::vector<Output> outputs{};
       std::vector<Max24305> max24305s{};
       std::vector<Tolvane> tolvanes{};

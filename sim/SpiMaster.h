@@ -10,6 +10,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/RegisterBlock.h"
 #include "sim/VirtualClock.h"
@@ -34,7 +35,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    static constexpr std::size_t fifoDepth = 63;
 
    struct Parameters {
-      U64 clockInHz = 10'000'000;
+      U64 clockInHz = defaultSpiClockInHz;
       bool resetSupported = true;
    };
 
