@@ -43,6 +43,7 @@ class Report final : public Sim::CardListener {
    void onLog( U64 ns, std::string_view id ) override;
    void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) override;
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
+   void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
    void onScenario( U64 ns, std::string_view what ) override;
 
  private:

@@ -19,10 +19,10 @@ struct PowerUpValue {
 constexpr PowerUpValue identification[] = { { 0x0030, 0x5E }, { 0x0031, 0xF1 }, { 0x0032, 0x01 } };
 
 bool isReadOnly( U16 address ) {
-   return address == apllStatusAddress ||
-          std::any_of( std::begin( identification ), std::end( identification ), [address]( PowerUpValue const & row ) {
-             return row.address == address;
-          } );
+   return std::ranges::any_of(
+             Hardware::max24305Block,
+             [address]( auto const & reg ) { return reg.address == address && !Hal::writable( reg.access ); } ) ||
+          std::ranges::any_of( identification, [address]( auto const & row ) { return row.address == address; } );
 }
 
 }   // namespace

@@ -1,19 +1,12 @@
 #include "sim/OutputRegister.h"
 
 #include <algorithm>
-#include <array>
 
 namespace Sim {
 
 OutputRegister::Output const * OutputRegister::output( std::string_view name ) const {
    auto const found =
       std::find_if( outputs_.begin(), outputs_.end(), [name]( Output const & output ) { return output.name == name; } );
-   return found == outputs_.end() ? nullptr : &*found;
-}
-
-OutputRegister::Output const * OutputRegister::output( U32 bit ) const {
-   auto const found = std::find_if(
-      outputs_.begin(), outputs_.end(), [bit]( Output const & output ) { return output.bit.bit == bit; } );
    return found == outputs_.end() ? nullptr : &*found;
 }
 
@@ -27,9 +20,9 @@ bool OutputRegister::lineAdd( std::string_view outputName, ResetLine & line ) {
    return false;
 }
 
-std::span<U32 const> OutputRegister::addresses() const {
-   static constexpr std::array<U32, 1> all = { 0 };
-   return all;
+Hal::Registers OutputRegister::registers() const {
+   static constexpr Hal::RegisterDeclaration one;   // its bits are the outputs
+   return { &one, 1 };
 }
 
 void OutputRegister::write( U32, U32 value ) {

@@ -26,12 +26,11 @@ class OutputRegister final : public RegisterBlock {
 
    /// Null where no output of it has that name.
    Output const * output( std::string_view name ) const;
-   Output const * output( U32 bit ) const;
 
    /// The output drives that line too, from now on; false where it has no output of that name.
    bool lineAdd( std::string_view outputName, ResetLine & line );
 
-   std::span<U32 const> addresses() const override;
+   Hal::Registers registers() const override;
    U32 read( U32 ) override { return value_; }
    void write( U32, U32 value ) override;
 

@@ -5,7 +5,7 @@
 #include "sim/TolvaneChip.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <stdexcept>
 
 namespace Sim {
@@ -19,16 +19,12 @@ class FrequencyRegister final : public RegisterBlock {
  public:
    explicit FrequencyRegister( Max24305Chip const & chip ) : chip_( chip ) {}
 
-   std::span<U32 const> addresses() const override {
-      static constexpr std::array<U32, 1> all = { Hardware::Max24305Status::address() };
-      return all;
-   }
+   Hal::Registers registers() const override { return Hardware::frequencyBlock; }
    U32 read( U32 ) override {
       Hardware::Max24305Status status;
       status.frequencyInHzIs( chip_.outputFrequencyInHz() );
       return status.value();
    }
-   void write( U32, U32 ) override {}
 
  private:
    Max24305Chip const & chip_;
@@ -90,14 +86,16 @@ SimulatedCard::~SimulatedCard() = default;
 
 U32 SimulatedCard::read32( U32 address ) {
    if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return goneValue;
-   auto const found = registers_.find( address );
-   return found == registers_.end() ? 0 : found->second.block->read( found->second.address );
+   Register const * const found = registerAt( address, AccessDirection::read_ );
+   if ( !found || !Hal::readable( found->declaration->access ) ) return 0;
+   return found->block->read( found->declaration->address );
 }
 
 void SimulatedCard::write32( U32 address, U32 value ) {
    if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return;
-   auto const found = registers_.find( address );
-   if ( found != registers_.end() ) found->second.block->write( found->second.address, value );
+   Register const * const found = registerAt( address, AccessDirection::write_ );
+   if ( found && Hal::writable( found->declaration->access ) )
+      found->block->write( found->declaration->address, value );
 }
 
 void SimulatedCard::faultBegin( std::string_view chip, Fault const & fault ) {
@@ -124,14 +122,12 @@ void SimulatedCard::outputAdd( Output const & output ) {
       if ( other.output( output.name ) )
          throw std::invalid_argument( "two outputs are named " + inQuotes( output.name ) );
    }
-   auto const [place, isNew] = outputRegisters_.try_emplace( output.offset );
-   OutputRegister & outputs = place->second;
-   if ( isNew ) blockAdd( "the output " + inQuotes( output.name ), output.offset, outputs );
-   if ( OutputRegister::Output const * const other = outputs.output( output.bit ) )
-      throw std::invalid_argument(
-         "the outputs " + inQuotes( other->name ) + " and " + inQuotes( output.name ) + " have the same bit " +
-         std::to_string( output.bit ) + " at " + std::to_string( output.offset ) );
-   outputs.outputAdd( { .name = output.name, .bit = { output.bit, output.activeType } } );
+   Fru::OutputBit const bit{ output.bit, output.activeType };
+   claim( "the output " + inQuotes( output.name ), output.offset, bit.mask() );
+   auto const [entry, isNew] = outputRegisters_.try_emplace( output.offset );
+   OutputRegister & outputs = entry->second;
+   if ( isNew ) place( output.offset, outputs );
+   outputs.outputAdd( { .name = output.name, .bit = bit } );
 }
 
 void SimulatedCard::max24305Add( Max24305 const & parameters, U64 spiClockInHz ) {
@@ -163,13 +159,33 @@ void SimulatedCard::chipAdd( std::unique_ptr<Chip> chip, std::string const & res
 }
 
 void SimulatedCard::blockAdd( std::string const & owner, U32 offset, RegisterBlock & block ) {
-   for ( U32 const address : block.addresses() ) {
-      auto const [place, isNew] = registers_.try_emplace( offset + address, Register{ &block, address, owner } );
-      if ( !isNew )
-         throw std::invalid_argument(
-            "the register at " + std::to_string( offset + address ) + " belongs to " + place->second.owner +
-            " and to " + owner );
-   }
+   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
+      claim( owner, offset + declaration.address, claims_.wholeRegister );
+   place( offset, block );
+}
+
+void SimulatedCard::claim( std::string const & owner, U32 address, U32 bits ) {
+   auto const * const first = claims_.claim( address, bits, owner );
+   if ( !first ) return;
+   std::string const what = first->bits == bits && bits != claims_.wholeRegister
+                               ? "bit " + std::to_string( std::countr_zero( bits ) ) + " of the register at "
+                               : std::string( "the register at " );
+   throw std::invalid_argument( what + std::to_string( address ) + " belongs to " + first->owner + " and to " + owner );
+}
+
+void SimulatedCard::place( U32 offset, RegisterBlock & block ) {
+   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
+      registers_[offset + declaration.address] = { &block, &declaration };
+}
+
+SimulatedCard::Register const * SimulatedCard::registerAt( U32 address, AccessDirection direction ) {
+   auto const found = registers_.find( address );
+   if ( found != registers_.end() ) return &found->second;
+   if (
+      unclaimedObserver_ && unclaimedTold_.size() < unclaimedToldMax &&
+      unclaimedTold_.emplace( address, direction ).second )
+      unclaimedObserver_->onUnclaimed( address, direction );
+   return nullptr;
 }
 
 SimulatedCard::Chip * SimulatedCard::chipOf( std::string_view name ) const {

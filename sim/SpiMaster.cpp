@@ -2,7 +2,6 @@
 
 #include "hal/KivHal.h"
 
-#include <array>
 #include <stdexcept>
 
 namespace Sim {
@@ -31,11 +30,7 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
    faults_.listenerAdd( *this );
 }
 
-std::span<U32 const> SpiMaster::addresses() const {
-   static constexpr std::array<U32, 4> all = {
-      SpiCommandFifo::address(), SpiResponseFifo::address(), SpiCtrl::address(), SpiReset::address() };
-   return all;
-}
+Hal::Registers SpiMaster::registers() const { return Hardware::spiMasterBlock; }
 
 U32 SpiMaster::read( U32 address ) {
    switch ( address ) {

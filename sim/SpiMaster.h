@@ -45,8 +45,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    /// How long a byte is on the wire.
    U64 byteNs() const { return byteNs_; }
 
-   /// Addresses of the registers within the block.
-   std::span<U32 const> addresses() const override;
+   Hal::Registers registers() const override;
    U32 read( U32 address ) override;
    void write( U32 address, U32 value ) override;
 

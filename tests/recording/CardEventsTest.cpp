@@ -68,6 +68,28 @@ TEST_F( CardEventsTest, AccessesSleepsAndBusesInTheOrderInWhichTheyHappen ) {
    EXPECT_EQ( text(), expected );
 }
 
+TEST_F( CardEventsTest, AnAccessWhereTheCardHasNoRegisterIsToldOfButIsNoLineOfItsOwn ) {
+   struct : CardListener {
+      void onUnclaimed( U64 ns, U32 address, AccessDirection direction ) override {
+         story += std::to_string( ns ) + " " + unclaimedText( address, direction ) + "\n";
+      }
+      std::string story;
+   } listener;
+   events.listenerAdd( listener );
+   clock->nowNsIs( 7 );
+   Vor::Ptr<Fru::HamImpl> const ham = new SimulatedHam( "kiv", card, events );
+   U32 value = 5;
+   ham->read32( 0x4000, value );
+   ham->write32( 0x4000, 1 );
+   EXPECT_EQ( value, 0u );
+   EXPECT_EQ(
+      listener.story, "7 read of 0x4000, where the card has no register: it gives 0\n"
+                      "7 write to 0x4000, where the card has no register: it is lost\n" );
+   EXPECT_EQ( text(), R"json({"ns":7,"ev":"read32","address":16384,"value":0}
+{"ns":7,"ev":"write32","address":16384,"value":1}
+)json" );
+}
+
 TEST_F( CardEventsTest, AnOutputIsToldOfBeforeItsAccessesAndAlsoWhenItsLevelStays ) {
    Vor::Ptr<Fru::Ham> const ham = Fru::hamFactory( "kiv" );
    ham->hamImplIs( new SimulatedHam( "kiv", card, events ) );

@@ -134,4 +134,14 @@ TEST( Report, TellsTheTolvaneAndTheChipItFeeds ) {
    EXPECT_TRUE( has( text, "osc0     0.300000000                0.500000000               0.800000000\n" ) ) << text;
 }
 
+TEST( Report, WarnsOfAnAccessWhereTheCardHasNoRegister ) {
+   std::ostringstream out;
+   SimulatedWorld world( cardOf( singleCard ), {} );
+   Report report( out, Style( false ), world, std::nullopt );
+   world.events().listenerAdd( report );
+   world.card().hamImpl()->write32( 0x4000, 1 );
+   EXPECT_TRUE( has( out.str(), "warning         write to 0x4000, where the card has no register: it is lost\n" ) )
+      << out.str();
+}
+
 }   // namespace

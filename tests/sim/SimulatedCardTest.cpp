@@ -86,6 +86,37 @@ TEST_F( SimulatedCardTest, WhereNothingStandsReadsGiveZeroAndWritesAreLost ) {
    }
 }
 
+TEST_F( SimulatedCardTest, AnAccessWhereNothingStandsIsToldOfOncePerAddressAndDirection ) {
+   struct Told final : UnclaimedObserver {
+      void onUnclaimed( U32 address, AccessDirection direction ) override {
+         story += unclaimedText( address, direction ) + "\n";
+         ++count;
+      }
+      std::string story;
+      std::size_t count = 0;
+   } told;
+   card.read32( 4 );   // nobody listens yet
+   card.unclaimedObserverIs( &told );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .count = 1 } );
+   card.read32( 4 );   // nothing of the card answers
+   for ( int i = 0; i < 2; ++i ) {
+      card.read32( 4 );
+      card.write32( 260, 1 );
+      card.read32( 260 );
+      card.read32( ptp0Spi );   // a register that cannot be read is one all the same
+      card.write32( ptp0Frequency, 1 );
+      card.read32( tolvane );
+   }
+   EXPECT_EQ(
+      told.story, "read of 0x4, where the card has no register: it gives 0\n"
+                  "write to 0x104, where the card has no register: it is lost\n"
+                  "read of 0x104, where the card has no register: it gives 0\n" );
+   for ( U32 address = 0x10000; address < 0x20000; address += 4 ) card.read32( address );
+   EXPECT_EQ( told.count, SimulatedCard::unclaimedToldMax );
+   card.unclaimedObserverIs( nullptr );
+   EXPECT_EQ( card.read32( 8 ), 0u );
+}
+
 TEST_F( SimulatedCardTest, TheFrequencyRegistersFollowTheLocks ) {
    advance( 999'999 );
    EXPECT_EQ( card.read32( ptp0Frequency ), 0u );
@@ -275,7 +306,8 @@ TEST_F( CardErrorTest, AChipOnAnOutputsRegister ) {
 
 TEST_F( CardErrorTest, TwoOutputsOfOneBit ) {
    wrong.outputs[2].bit = 1;
-   EXPECT_EQ( error(), "the outputs \"ptp0Reset\" and \"ptp1Reset\" have the same bit 1 at 8192" );
+   EXPECT_EQ(
+      error(), "bit 1 of the register at 8192 belongs to the output \"ptp0Reset\" and to the output \"ptp1Reset\"" );
 }
 
 TEST_F( CardErrorTest, ABitAbove31 ) {
