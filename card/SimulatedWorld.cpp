@@ -27,7 +27,7 @@ Sim::SimulatedCard::Parameters simulatedParameters( Input::CardDescription const
    parameters.spiClockInHz = std::get<Input::SimulatedAccess>( description.access ).spiClockInHz;
    for ( Input::GpoDescription const & gpo : description.gpos )
       parameters.outputs.push_back(
-         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeLow = gpo.activeType == Fru::activeLow_ } );
+         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeType = gpo.activeType } );
    for ( Input::TolvaneDescription const & chip : description.tolvanes )
       parameters.tolvanes.push_back( { .name = chip.name, .offset = chip.offset, .resetGpoName = chip.resetGpoName } );
    for ( Input::Max24305Description const & chip : description.max24305s )
@@ -71,7 +71,7 @@ SimulatedWorld::SimulatedWorld( Input::CardDescription description, Sim::Scenari
            return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
         } ) {
    Vor::activityManager().config().clockIs( clock_ );
-   events_.cardIs( simulatedCard_ );
+   events_.cardAdd( simulatedCard_ );
    Sim::StartState const & start = scenario_.start;
    card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( start.timeSync ) );
    card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( start.redundancyMode ) );
@@ -83,10 +83,10 @@ SimulatedWorld::SimulatedWorld( Input::CardDescription description, Sim::Scenari
    for ( Input::Max24305Description const & chip : card_.description().max24305s )
       if ( start.opsToDoValidOf( chip.name ) ) card_.handOver( chip.name );
    for ( auto const & [name, status] : card_.tolvaneStatusDir()->tolvane() )
-      events_.statusIs<Hardware::Tolvane::Status>( status );
+      events_.statusAdd<Hardware::Tolvane::Status>( status );
    for ( auto const & [name, status] : card_.max24305StatusDir()->max24305() )
-      events_.statusIs<Hardware::Max24305::Status>( status );
-   for ( auto const & [name, status] : card_.clockStatuses() ) events_.statusIs<Hardware::Kiv::ClockStatus>( status );
+      events_.statusAdd<Hardware::Max24305::Status>( status );
+   for ( auto const & [name, status] : card_.clockStatuses() ) events_.statusAdd<Hardware::Kiv::ClockStatus>( status );
 }
 
 SimulatedWorld::~SimulatedWorld() {

@@ -28,7 +28,7 @@ struct CardAbsent : std::runtime_error {
 };
 
 // Reads and writes registers of a card, which a simulated one is brought up for.
-class RegisterAccess {
+class RegisterAccess : private Sim::CardListener {
  public:
    explicit RegisterAccess( Input::CardDescription const & card ) {
       if ( auto const * mmap = std::get_if<Input::MmapAccess>( &card.access ) ) {
@@ -38,6 +38,7 @@ class RegisterAccess {
          ham_ = ham;
       } else {
          world_ = std::make_unique<SimulatedWorld>( card, Sim::Scenario{} );
+         world_->events().listenerAdd( *this );
          world_->run();
          ham_ = world_->card().hamImpl();
       }
@@ -60,6 +61,10 @@ class RegisterAccess {
    }
 
  private:
+   void onUnclaimed( U64, U32 address, Sim::AccessDirection direction ) override {
+      std::cerr << "clockpath: warning: " << Sim::unclaimedText( address, direction ) << '\n';
+   }
+
    Hardware::KivSpiInterface & spi( Input::Max24305Description const & chip ) {
       auto & spi = spis_[chip.name];
       if ( !spi ) spi = Hardware::kivSpiInterfaceFactory( chip.configOffset, ham_, chip.spiResetSupported );
@@ -79,13 +84,18 @@ std::string valueText( RegisterPlace const & place, U32 value ) {
    return place.chip ? fmt::format( "0x{:02x}", value ) : fmt::format( "0x{:08x}", value );
 }
 
-int readAll( Input::CardDescription const & card, std::vector<RegisterPlace> const & places, bool withoutEffect ) {
+struct Read {
+   RegisterPlace place;
+   std::string notRead;   // why not; empty where it is read
+};
+
+int readAll( Input::CardDescription const & card, std::vector<Read> const & reads ) {
    if ( std::holds_alternative<Input::SimulatedAccess>( card.access ) ) requireServedInputs( card );
    RegisterAccess access( card );
    Table table( { "Register", "Address", "Value", "Fields" } );
-   for ( RegisterPlace const & place : places ) {
-      if ( withoutEffect && place.kind && place.kind->readHasEffect ) {
-         table.rowAdd( { place.name, addressText( place ), "-", "not read: reading takes an entry out" } );
+   for ( auto const & [place, notRead] : reads ) {
+      if ( !notRead.empty() ) {
+         table.rowAdd( { place.name, addressText( place ), "-", "not read: " + notRead } );
          continue;
       }
       U32 const value = access.read( place );
@@ -106,14 +116,31 @@ struct Write {
 
    // The value to write to a register that holds `now`. Throws Input::InputError.
    U32 value( U32 now ) const {
-      if ( place.output ) {
-         bool const active = text == "active";
-         U32 const mask = U32{ 1 } << place.output->bit;
-         return active == ( place.output->activeType == Fru::activeHigh_ ) ? now | mask : now & ~mask;
-      }
-      return field.empty() ? *number : place.kind->fieldIs( now, field, text );
+      if ( place.output ) return place.output->driven( now, text == "active" );
+      return field.empty() ? *number : place.withField( now, field, text );
    }
 };
+
+// Throws Input::InputError for a value or a field that the register does not take, and where it takes none.
+void check( RegisterBook const & book, Write & write ) {
+   if ( write.place.output ) {
+      if ( write.text != "active" && write.text != "inactive" )
+         throw Input::InputError( "expected \"active\" or \"inactive\", found \"" + write.text + "\"" );
+   } else if ( !write.field.empty() ) {
+      write.value( 0 );
+   } else {
+      U32 const maximum = write.place.chip ? 0xFF : 0xFFFF'FFFF;
+      write.number = numberOf( write.text, maximum );
+      if ( !write.number )
+         throw Input::InputError(
+            fmt::format( "expected a number from 0 to 0x{:x}, found \"{}\"", maximum, write.text ) );
+   }
+   book.requireWritable( write.place );
+   if ( write.keepsOtherBits() && !Hal::readable( write.place.access ) )
+      throw Input::InputError(
+         "a field cannot be written alone, since the other bits of \"" + write.place.name +
+         "\" cannot be read; expected \"" + write.place.name + "=NUMBER\"" );
+}
 
 Write writeOf( RegisterBook const & book, std::string const & word ) {
    std::size_t const equals = word.find( '=' );
@@ -121,24 +148,11 @@ Write writeOf( RegisterBook const & book, std::string const & word ) {
    Write write;
    write.place = book.one( word.substr( 0, equals ), &write.field );
    write.text = word.substr( equals + 1 );
-   if ( write.place.output ) {
-      if ( write.text != "active" && write.text != "inactive" )
-         throw Input::InputError( word + ": expected \"active\" or \"inactive\", found \"" + write.text + "\"" );
-      return write;
+   try {
+      check( book, write );
+   } catch ( Input::InputError const & error ) {
+      throw Input::InputError( word + ": " + error.what() );
    }
-   if ( !write.field.empty() ) {
-      try {
-         write.value( 0 );
-      } catch ( Input::InputError const & error ) {
-         throw Input::InputError( word + ": " + error.what() );
-      }
-      return write;
-   }
-   U32 const maximum = write.place.chip ? 0xFF : 0xFFFF'FFFF;
-   write.number = numberOf( write.text, maximum );
-   if ( !write.number )
-      throw Input::InputError(
-         fmt::format( "{}: expected a number from 0 to 0x{:x}, found \"{}\"", word, maximum, write.text ) );
    return write;
 }
 
@@ -170,19 +184,29 @@ int guarded( std::function<int()> const & work ) {
 int peek( RegisterOptions const & options ) {
    Input::CardDescription const card = Input::readCard( options.card );
    RegisterBook const book( card );
-   std::vector<RegisterPlace> places;
-   for ( std::string const & word : options.words ) places.push_back( book.one( word ) );
-   return guarded( [&] { return readAll( card, places, false ); } );
+   std::vector<Read> reads;
+   for ( std::string const & word : options.words ) {
+      reads.push_back( { book.one( word ), "" } );
+      book.requireReadable( reads.back().place );
+   }
+   return guarded( [&] { return readAll( card, reads ); } );
 }
 
 int dump( RegisterOptions const & options ) {
    Input::CardDescription const card = Input::readCard( options.card );
    RegisterBook const book( card );
-   std::vector<RegisterPlace> places;
+   std::vector<Read> reads;
+   auto const add = [&]( RegisterPlace const & place, bool named ) {
+      char const * const notRead = place.access == Hal::writeOnly_             ? "it can only be written"
+                                   : place.access == Hal::readTakes_ && !named ? "reading takes an entry out"
+                                                                               : "";
+      reads.push_back( { place, notRead } );
+   };
    for ( std::string const & word : options.words )
-      for ( RegisterPlace const & place : book.named( word ) ) places.push_back( place );
-   if ( options.words.empty() ) places = book.all();
-   return guarded( [&] { return readAll( card, places, true ); } );
+      for ( RegisterPlace const & place : book.named( word ) ) add( place, place.name == word );
+   if ( options.words.empty() )
+      for ( RegisterPlace const & place : book.all() ) add( place, false );
+   return guarded( [&] { return readAll( card, reads ); } );
 }
 
 int poke( RegisterOptions const & options ) {

@@ -20,7 +20,8 @@ struct RegisterOptions {
 
 int peek( RegisterOptions const & options );
 int poke( RegisterOptions const & options );
-/// Without words all registers that have a name, but those whose reading has an effect.
+/// Without words all registers that have a name. Lists without reading it what can only be written, and what loses an
+/// entry by being read unless the register itself is named.
 int dump( RegisterOptions const & options );
 
 }   // namespace Host

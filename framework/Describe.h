@@ -137,6 +137,7 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
    } else if constexpr ( std::default_initializable<T> && std::equality_comparable<T> ) {
       operations.isDefault = []( void const * object ) { return *static_cast<T const *>( object ) == T(); };
    }
+   if constexpr ( requires { T::access(); } ) operations.access = [] { return toValue( T::access() ); };
    if constexpr ( !Detail::isNull( factory ) ) {
       static_assert(
          std::tuple_size_v<ConstructorParameters<T>> ==

@@ -56,6 +56,7 @@ class Type {
       Ptr<PtrInterface> ( *make )( std::span<Value const> constructorArguments ) = nullptr;
       std::size_t ( *hash )( void const * object ) = nullptr;
       bool ( *isDefault )( void const * object ) = nullptr;
+      Value ( *access )() = nullptr;   ///< of a register type: how the hardware lets it be used, as text
    };
 
    constexpr explicit Type( char const * name ) : name_( name ) {}

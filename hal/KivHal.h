@@ -8,7 +8,7 @@
 //    hamImpl->write32( base + command.address(), command.value() );
 #pragma once
 
-#include "hal/Reg32.h"
+#include "hal/Block.h"
 
 namespace Vor {
 class Module;
@@ -16,8 +16,8 @@ class Module;
 
 namespace Hardware {
 
-/// Written: one byte to shift out.
-class SpiCommandFifo : public Hal::Register<0x00> {
+/// One byte to shift out.
+class SpiCommandFifo : public Hal::Register<0x00, Hal::writeOnly_> {
    using CsEnd = Hal::Field<"csEnd", 31, 31, bool>;
    using RecordResponse = Hal::Field<"recordResponse", 12, 12, bool>;
    using DataToWrite = Hal::Field<"dataToWrite", 0, 7, U8>;
@@ -38,8 +38,8 @@ class SpiCommandFifo : public Hal::Register<0x00> {
    using Attributes = Hal::RegisterAttributes<Register, CsEnd, RecordResponse, DataToWrite>;
 };
 
-/// Read: one captured byte; reading takes it out of the FIFO.
-class SpiResponseFifo : public Hal::Register<0x10> {
+/// One captured byte; reading takes it out of the FIFO.
+class SpiResponseFifo : public Hal::Register<0x10, Hal::readTakes_> {
    using DataValid = Hal::Field<"dataValid", 31, 31, bool>;
    using Data = Hal::Field<"data", 0, 7, U8>;
 
@@ -56,8 +56,8 @@ class SpiResponseFifo : public Hal::Register<0x10> {
    using Attributes = Hal::RegisterAttributes<Register, DataValid, Data>;
 };
 
-/// Read: the fill of both FIFOs.
-class SpiCtrl : public Hal::Register<0x20> {
+/// The fill of both FIFOs.
+class SpiCtrl : public Hal::Register<0x20, Hal::readOnly_> {
    using WriteFifoCount = Hal::Field<"writeFifoCount", 16, 21, U8>;
    using ReadFifoCount = Hal::Field<"readFifoCount", 0, 5, U8>;
 
@@ -75,7 +75,7 @@ class SpiCtrl : public Hal::Register<0x20> {
    using Attributes = Hal::RegisterAttributes<Register, WriteFifoCount, ReadFifoCount>;
 };
 
-/// Written: 1 holds the SPI master in reset, 0 releases it.
+/// 1 holds the SPI master in reset, 0 releases it.
 class SpiReset : public Hal::Register<0x30> {
    using Reset = Hal::Field<"reset", 0, 0, U8>;
 
@@ -89,10 +89,13 @@ class SpiReset : public Hal::Register<0x30> {
    using Attributes = Hal::RegisterAttributes<Register, Reset>;
 };
 
+/// The SPI master.
+inline constexpr auto spiMasterBlock = Hal::block<SpiCommandFifo, SpiResponseFifo, SpiCtrl, SpiReset>();
+
 /// The companion clock chip's enable, and its supply.
 class TolvaneEnable : public Hal::Register<0x00> {
    using Enable = Hal::Field<"enable", 1, 1, bool>;
-   using PowerGood = Hal::Field<"powerGood", 0, 0, bool>;
+   using PowerGood = Hal::Field<"powerGood", 0, 0, bool, Hal::readOnly_>;
 
  public:
    using Register::Register;
@@ -106,8 +109,10 @@ class TolvaneEnable : public Hal::Register<0x00> {
    using Attributes = Hal::RegisterAttributes<Register, Enable, PowerGood>;
 };
 
+inline constexpr auto tolvaneBlock = Hal::block<TolvaneEnable>();
+
 /// The measured frequency of the clock synthesiser's output.
-class Max24305Status : public Hal::Register<0x00> {
+class Max24305Status : public Hal::Register<0x00, Hal::readOnly_> {
    using FrequencyInHz = Hal::Field<"frequencyInHz", 0, 31, U32>;
 
  public:
@@ -119,6 +124,8 @@ class Max24305Status : public Hal::Register<0x00> {
    static Vor::Type const & staticType();
    using Attributes = Hal::RegisterAttributes<Register, FrequencyInHz>;
 };
+
+inline constexpr auto frequencyBlock = Hal::block<Max24305Status>();
 
 /// Registers this module's types.
 void registerKivHal( Vor::Module & module );

@@ -18,6 +18,16 @@ U16 bitNumber( Vor::String::IteratorConst & pos, Vor::String::IteratorConst cons
 
 }   // namespace
 
+Vor::EnumType const & enumType( Access ) {
+   static constexpr Vor::Enumerator enumerators[] = {
+      { readWrite_, "readWrite" },
+      { readOnly_, "readOnly" },
+      { writeOnly_, "writeOnly" },
+      { readTakes_, "readTakes" } };
+   static constinit Vor::EnumType const type( "Hal::Access", enumerators );
+   return type;
+}
+
 BitRange::BitRange( Vor::String::IteratorConst & pos, Vor::String::IteratorConst const & end ) {
    Vor::needString( pos, end, "BitRange(" );
    from = bitNumber( pos, end, "from" );

@@ -4,7 +4,7 @@
 // as a whole word. A register type declares its fields once, high bits first, as a data sheet lists them; the list is
 // the order of reflection, and overlapping fields do not compile:
 //
-//    class SpiCtrl : public Hal::Register<0x20> {
+//    class SpiCtrl : public Hal::Register<0x20, Hal::readOnly_> {
 //       using WriteFifoCount = Hal::Field<"writeFifoCount", 16, 21, U8>;
 //       using ReadFifoCount = Hal::Field<"readFifoCount", 0, 5, U8>;
 //
@@ -17,6 +17,9 @@
 //       using Attributes = Hal::RegisterAttributes<Register, WriteFifoCount, ReadFifoCount>;
 //    };
 //
+// What the hardware does with reads and writes is declared too, for models and tools (hal/Block.h, and `access` of the
+// type's operations); a register value itself can be made and changed in any case.
+//
 // A field's setter keeps the field's bits of its argument and silently drops the others; `bitsIs` stops the process
 // instead when the value does not fit. Bits that no field names are left as they are.
 #pragma once
@@ -25,7 +28,26 @@
 #include "framework/Attributes.h"
 #include "framework/Strep.h"
 
+namespace Vor {
+class EnumType;
+}
+
 namespace Hal {
+
+/// How a register, or a field of one, may be used.
+enum Access : U32 {
+   readWrite_,
+   readOnly_,    ///< writes are ignored
+   writeOnly_,   ///< what a read gives says nothing
+   readTakes_,   ///< writes are ignored, and each read takes an entry out
+};
+Vor::EnumType const & enumType( Access );
+constexpr bool readable( Access access ) { return access != writeOnly_; }
+constexpr bool writable( Access access ) { return access == readWrite_ || access == writeOnly_; }
+
+// Both assertions below have the file, the lines and the signatures of the platform's register header, whose place this
+// one takes: what watches the logs of cards for them must find them as they always were.
+inline constexpr char platformHeader[] = "/usr/include/Fru/Hal";
 
 /// An inclusive range of bits, `from` the least significant.
 struct BitRange {
@@ -44,8 +66,8 @@ Vor::String valueToStrep( BitRange const & range );
 constexpr U32 bitmask( U16 from, U16 to ) {
    if ( !( from <= to ) )
       Vor::assertionFailed(
-         { "from <= to", "/usr/include/Fru/Hal",
-           "T Hal::bitmask(U16, U16) [with T = unsigned int; U16 = short unsigned int]", 8 } );
+         { "from <= to", platformHeader, "T Hal::bitmask(U16, U16) [with T = unsigned int; U16 = short unsigned int]",
+           8 } );
    U32 const width = U32{ to } - from;
    // 2 << 31 comes round to 0, so that 31 gives all ones too; wider ranges leave the word.
    return width >= 32 ? ~U32{ 0 } : ( U32{ 2 } << width ) - 1;
@@ -75,7 +97,7 @@ class Reg32 {
       U32 const mask = bitmask( range.from, range.to );
       if ( U32{ range.to } - range.from != 32 && ( newValue & ~mask ) != 0 )
          Vor::assertionFailed(
-            { "(newValue & ~mask) == 0", "/usr/include/Fru/Hal",
+            { "(newValue & ~mask) == 0", platformHeader,
               "void Hal::bitsIs(T&, U16, U16, T) [with T = unsigned int; U16 = short unsigned int]", 20 } );
       value_ = shiftedUp( newValue & mask, range.from ) | ( value_ & ~shiftedUp( mask, range.from ) );
    }
@@ -96,20 +118,22 @@ class Reg32 {
 Vor::String valueToStrep( Reg32 const & reg );
 std::ostream & operator<<( std::ostream & out, Reg32 const & reg );
 
-/// One field: its name, its bits, and the type that its getter gives.
-template<Vor::Tag fieldName, U16 from, U16 to, class T> struct Field {
+/// One field: its name, its bits, the type that its getter gives, and its access where it allows less than its register.
+template<Vor::Tag fieldName, U16 from, U16 to, class T, Access mode = readWrite_> struct Field {
    static_assert( from <= to && to < 32, "a field lies within the word" );
    static constexpr auto name = fieldName;
    static constexpr BitRange range{ from, to };
+   static constexpr Access access = mode;
    using Value = T;
 };
 
 /// Base of the register types at byte `offset` of their block.
-template<U32 offset> class Register : public Reg32 {
+template<U32 offset, Access mode = readWrite_> class Register : public Reg32 {
  public:
    using Reg32::Reg32;
 
    static constexpr U32 address() { return offset; }
+   static constexpr Access access() { return mode; }
 
    template<class F> constexpr typename F::Value field() const {
       return static_cast<typename F::Value>( bits( F::range ) );
@@ -133,11 +157,15 @@ template<class... F> consteval bool fieldsDisjoint() {
    return disjoint;
 }
 
+template<class Base, class F>
+struct FieldAttribute : Vor::Plain<F::name, &Base::template field<F>, &Base::template fieldIs<F>> {
+   using Field = F;
+};
+
 template<class Base, class... F> struct RegisterAttributes {
    static_assert( fieldsDisjoint<F...>(), "two fields overlap" );
-   using type = Vor::AttributesThen<
-      Reg32::Attributes, Vor::Plain<"address", &Base::address>,
-      Vor::Plain<F::name, &Base::template field<F>, &Base::template fieldIs<F>>...>;
+   using type =
+      Vor::AttributesThen<Reg32::Attributes, Vor::Plain<"address", &Base::address>, FieldAttribute<Base, F>...>;
 };
 
 }   // namespace Detail

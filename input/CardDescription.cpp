@@ -81,12 +81,7 @@ class CardReader {
       gpo.bit = object["bit"].u32( 31 );
       if ( object.has( "activeType" ) ) gpo.activeType = enumeratorOf<Fru::ActiveType>( object["activeType"] );
       object.finish();
-      registers_.wordsClaim( gpo.offset, { 0 }, "the outputs", object["offset"] );
-      for ( GpoDescription const & other : card_.gpos )
-         if ( other.offset == gpo.offset && other.bit == gpo.bit )
-            object["bit"].failWith(
-               "bit " + std::to_string( gpo.bit ) + " at " + hexText( gpo.offset ) + " is the output " +
-               inQuotes( other.name ) + " already; expected a bit of its own" );
+      registers_.bitClaim( gpo.offset, gpo.bit, "the output " + inQuotes( gpo.name ), object["offset"], object["bit"] );
       card_.gpos.push_back( std::move( gpo ) );
    }
 
@@ -111,9 +106,8 @@ class CardReader {
       chip.resetGpoName = resetGpoName( object["resetGpoName"] );
       if ( object.has( "role" ) ) chip.role = enumeratorOf<Hardware::Tolvane::Role>( object["role"] );
       object.finish();
-      registers_.wordsClaim(
-         chip.offset, { Hardware::TolvaneEnable::address() }, "the enable register of " + inQuotes( chip.name ),
-         object["offset"] );
+      registers_.blockClaim(
+         chip.offset, Hardware::tolvaneBlock, "the enable register of " + inQuotes( chip.name ), object["offset"] );
       card_.tolvanes.push_back( std::move( chip ) );
    }
 
@@ -137,14 +131,12 @@ class CardReader {
       chip.sequence = sequence( object["sequence"] );
       simulated( object, chip );
       object.finish();
-      registers_.wordsClaim(
-         chip.configOffset,
-         { Hardware::SpiCommandFifo::address(), Hardware::SpiResponseFifo::address(), Hardware::SpiCtrl::address(),
-           Hardware::SpiReset::address() },
-         "the SPI master of " + inQuotes( chip.name ), object["configOffset"] );
-      registers_.wordsClaim(
-         chip.statusOffset, { Hardware::Max24305Status::address() },
-         "the frequency register of " + inQuotes( chip.name ), object["statusOffset"] );
+      registers_.blockClaim(
+         chip.configOffset, Hardware::spiMasterBlock, "the SPI master of " + inQuotes( chip.name ),
+         object["configOffset"] );
+      registers_.blockClaim(
+         chip.statusOffset, Hardware::frequencyBlock, "the frequency register of " + inQuotes( chip.name ),
+         object["statusOffset"] );
       card_.max24305s.push_back( std::move( chip ) );
    }
 

@@ -14,6 +14,7 @@
 #include "hardware/TolvaneTypes.h"
 #include "input/NamedList.h"
 #include "platform/Gpo.h"
+#include "sim/Defaults.h"
 #include "sim/Scenario.h"
 
 #include <string>
@@ -28,8 +29,8 @@ namespace Input {
 
 /// A simulated card.
 struct SimulatedAccess {
-   U64 spiClockInHz = 10'000'000;
-   U64 lockAfterNs = 2'500'000'000;
+   U64 spiClockInHz = Sim::defaultSpiClockInHz;
+   U64 lockAfterNs = Sim::defaultLockAfterNs;
 };
 
 /// Registers of a card in the machine, mapped from a file.
@@ -39,11 +40,9 @@ struct MmapAccess {
    U32 size = 0;     ///< of the card's space, in bytes
 };
 
-struct GpoDescription {
+struct GpoDescription : Fru::OutputBit {
    std::string name;
    U32 offset = 0;
-   U32 bit = 0;
-   Fru::ActiveType activeType = Fru::activeHigh_;
 };
 
 struct TolvaneDescription {
@@ -66,8 +65,8 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
-   U64 simulatedLockAfterNs = 0;    ///< of a simulated card
-   U8 simulatedApllStatus = 0x11;   ///< of a simulated card: register 7 once locked
+   U64 simulatedLockAfterNs = 0;                      ///< of a simulated card
+   U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< of a simulated card: register 7 once locked
 };
 
 struct CardDescription {

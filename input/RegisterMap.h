@@ -1,15 +1,14 @@
-// The words of a card's space that a description claims, to find two owners of one word, and words that are
-// misaligned or outside the space.
+// The registers of a card's space that a description claims, to find two owners of one, and registers that are misaligned
+// or outside the space.
 //
 //    RegisterMap map( spaceSize );
-//    map.wordsClaim( offset.u32(), { "the SPI master of \"ptp0\"", { 0x00, 0x10, 0x20, 0x30 } }, offset );
+//    map.blockClaim( offset.u32(), Hardware::spiMasterBlock, "the SPI master of \"ptp0\"", offset );
 #pragma once
 
-#include "framework/Types.h"
+#include "hal/Block.h"
 #include "input/Json.h"
+#include "sim/RegisterClaims.h"
 
-#include <initializer_list>
-#include <map>
 #include <optional>
 #include <string>
 
@@ -18,22 +17,26 @@ namespace Input {
 class RegisterMap {
  public:
    /// `size` of the space in bytes; without it all of 32 bits.
-   explicit RegisterMap( std::optional<U32> size ) : size_( size.value_or( 0 ) ), limited_( size.has_value() ) {}
+   explicit RegisterMap( std::optional<U32> size ) : limit_( size ? U64{ *size } : U64{ 1 } << 32 ) {}
 
-   /// Claims the words at `base` plus each of `offsets` for `owner`; an error is raised at `place`. Owners with the
-   /// same text share words.
-   void wordsClaim(
-      U32 base, std::initializer_list<U32> offsets, std::string const & owner, Input::JsonValue const & place );
+   /// Claims the block's registers at `base` for `owner`; an error is raised at `place`.
+   void blockClaim( U32 base, Hal::Registers block, std::string const & owner, JsonValue const & place );
+   /// Claims one bit of the register at `offset`, which others may share; an error is raised at one of the places.
+   void bitClaim(
+      U32 offset, U32 bit, std::string const & owner, JsonValue const & offsetPlace, JsonValue const & bitPlace );
 
  private:
-   struct Claim {
-      std::string owner;
+   struct Owner {
+      std::string name;
       std::string pointer;
    };
+   using Claims = Sim::RegisterClaims<Owner>;
 
-   U64 size_;
-   bool limited_;
-   std::map<U32, Claim> claims_;
+   // The earlier claim that stands in the way, or null.
+   Claims::Claim const * claim( U32 base, U32 address, U32 bits, std::string const & owner, JsonValue const & place );
+
+   U64 limit_;
+   Claims claims_;
 };
 
 /// "0x2000", as addresses stand in messages.

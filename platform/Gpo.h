@@ -19,6 +19,18 @@ using Vor::stringValue;
 using Vor::valueToStrep;
 using Vor::operator<<;
 
+/// An output that is one bit of a register.
+struct OutputBit {
+   U32 bit = 0;   ///< 0 to 31
+   ActiveType activeType = activeHigh_;
+
+   constexpr U32 mask() const { return U32{ 1 } << bit; }
+   /// Whether the output is active while the register holds `word`.
+   constexpr bool active( U32 word ) const { return ( ( word & mask() ) != 0 ) == ( activeType == activeHigh_ ); }
+   /// The word that drives the output to that level and leaves the other bits as they are in `word`.
+   constexpr U32 driven( U32 word, bool toActive ) const { return active( word ) == toActive ? word : word ^ mask(); }
+};
+
 class Gpo : public Vor::EntityOf<Gpo> {
  public:
    explicit Gpo( Vor::Name name ) : EntityOf( std::move( name ) ) {}

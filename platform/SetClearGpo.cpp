@@ -14,11 +14,9 @@ void SetClearGpo::levelIs( bool active ) const {
    VOR_ASSERT( bit_ < 32 );
    Vor::Ptr<Fru::HamImpl> const hamImpl = ham_ ? ham_->hamImpl() : nullptr;
    if ( !hamImpl ) return;
-   U32 const mask = U32{ 1 } << bit_;
-   bool const high = active == ( activeType() == Fru::activeHigh_ );
    U32 value = 0;
    hamImpl->read32( offset_, value );
-   hamImpl->write32( offset_, high ? value | mask : value & ~mask );
+   hamImpl->write32( offset_, Fru::OutputBit{ bit_, activeType() }.driven( value, active ) );
 }
 
 Vor::Type const & SetClearGpo::staticType() {

@@ -45,19 +45,23 @@ class SetClearGpo : public Vor::EntityOf<SetClearGpo, Fru::Gpo> {
       Vor::Changeable<"offset", &SetClearGpo::offset, &SetClearGpo::offsetIs, &NotifieeConst::onOffset>,
       Vor::Changeable<"bit", &SetClearGpo::bit, &SetClearGpo::bitIs, &NotifieeConst::onBit>>;
 
+ protected:
+   /// Carries out every doEnable() and doDisable().
+   virtual void drive( bool active ) const { levelIs( active ); }
+
  private:
    static constexpr char vorSource[] = "SetClearGpo";
 
    class Impl final : public Fru::GpoImpl {
     public:
       explicit Impl( SetClearGpo const * gpo ) : gpo_( gpo ) {}
-      void doEnable() override { levelIs( true ); }
-      void doDisable() override { levelIs( false ); }
+      void doEnable() override { drive( true ); }
+      void doDisable() override { drive( false ); }
       void gpoDel() { gpo_ = nullptr; }
 
     private:
-      void levelIs( bool active ) {
-         if ( gpo_ ) gpo_->levelIs( active );
+      void drive( bool active ) {
+         if ( gpo_ ) gpo_->drive( active );
       }
       SetClearGpo const * gpo_;   // until the output goes
    };

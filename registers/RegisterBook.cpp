@@ -1,6 +1,6 @@
 #include "registers/RegisterBook.h"
 
-#include "framework/Reflection.h"
+#include "framework/Type.h"
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "input/Json.h"
@@ -15,97 +15,81 @@ namespace Host {
 
 namespace {
 
-// The fields of a register type: settable plain attributes other than the whole value.
-bool isField( Vor::Attribute const & attribute ) {
-   return attribute.kind == Vor::Attribute::Kind::plain && attribute.set && attribute.name != "value";
-}
-
-template<class Register> std::string fieldsTextOf( U32 value ) {
-   Register const reg( value );
-   std::string text;
-   for ( Vor::Attribute const & attribute : Register::staticType().attributes() ) {
-      if ( !isField( attribute ) ) continue;
-      text += fmt::format(
-         "{}{} {}", text.empty() ? "" : ", ", attribute.name,
-         Vor::valueText( Vor::Reflected( reg ).get( attribute.name ) ).stdString() );
-   }
-   return text;
-}
-
-U64 numberOfField( Vor::Value const & value ) {
-   if ( auto const * flag = std::get_if<bool>( &value ) ) return *flag;
-   return std::get<U64>( value );
-}
-
-template<class Register> U32 fieldIsOf( U32 value, std::string const & field, std::string const & text ) {
-   std::vector<std::string_view> fields;
-   for ( Vor::Attribute const & attribute : Register::staticType().attributes() )
-      if ( isField( attribute ) ) fields.push_back( attribute.name );
-   if ( std::find( fields.begin(), fields.end(), field ) == fields.end() )
-      throw Input::InputError( "there is no field \"" + field + "\"; expected " + Input::choicesText( fields ) );
-   // Setters drop what does not fit silently; a user is told.
-   std::string const number = text == "true" ? "1" : text == "false" ? "0" : text;
-   Register all( 0xFFFF'FFFF );
-   U64 const maximum = numberOfField( Vor::Reflected( all ).get( field ) );
-   auto const wanted = numberOf( number );
-   if ( !wanted || *wanted > maximum )
-      throw Input::InputError(
-         fmt::format( "the field \"{}\": expected a number from 0 to {}, found \"{}\"", field, maximum, text ) );
-   Register reg( value );
-   Vor::Reflected( reg ).set( field, U64{ *wanted } );
-   return reg.value();
-}
-
-template<class Register> RegisterKind kindOf( bool readHasEffect = false ) {
-   std::string_view name = Register::staticType().name();
-   name.remove_prefix( name.rfind( ':' ) + 1 );
-   std::string lower( name );
-   lower.front() = static_cast<char>( std::tolower( static_cast<unsigned char>( lower.front() ) ) );
-   return { lower, readHasEffect, &fieldsTextOf<Register>, &fieldIsOf<Register> };
-}
-
-template<class Register> RegisterKind const & kind( bool readHasEffect = false ) {
-   static RegisterKind const one = kindOf<Register>( readHasEffect );
-   return one;
+// "spiCtrl" of the type Hardware::SpiCtrl.
+std::string nameOf( Hal::RegisterDeclaration const & declaration ) {
+   std::string name = declaration.type().name();
+   name.erase( 0, name.rfind( ':' ) + 1 );
+   name.front() = static_cast<char>( std::tolower( static_cast<unsigned char>( name.front() ) ) );
+   return name;
 }
 
 std::string outputText( Input::GpoDescription const & output, U32 value ) {
-   bool const high = value >> output.bit & 1;
-   bool const active = high == ( output.activeType == Fru::activeHigh_ );
-   return fmt::format( "bit {} is {}, {}", output.bit, high ? 1 : 0, active ? "active" : "inactive" );
+   return fmt::format(
+      "bit {} is {}, {}", output.bit, value >> output.bit & 1, output.active( value ) ? "active" : "inactive" );
 }
 
 }   // namespace
 
 std::string RegisterPlace::fieldsText( U32 value ) const {
    if ( output ) return outputText( *output, value );
-   std::string const text = kind ? kind->fieldsText( value ) : std::string();
+   std::string text;
+   if ( declaration )
+      for ( Hal::FieldDeclaration const & field : declaration->fields ) {
+         U32 const number = field.value( value );
+         std::string const shown = field.isFlag ? ( number ? "true" : "false" ) : std::to_string( number );
+         text += fmt::format( "{}{} {}", text.empty() ? "" : ", ", field.name, shown );
+      }
    // A chip that does not answer reads as ones, and so may a register.
    if ( chip && value == 0xFF ) return text + ( text.empty() ? "" : "; " ) + "or no answer";
    return text;
 }
 
+U32 RegisterPlace::withField( U32 value, std::string const & field, std::string const & text ) const {
+   std::vector<std::string_view> names;
+   std::vector<std::string_view> writable;
+   Hal::FieldDeclaration const * found = nullptr;
+   for ( Hal::FieldDeclaration const & one : declaration->fields ) {
+      names.push_back( one.name );
+      if ( Hal::writable( one.access ) ) writable.push_back( one.name );
+      if ( one.name == field ) found = &one;
+   }
+   if ( !found )
+      throw Input::InputError( "there is no field \"" + field + "\"; expected " + Input::choicesText( names ) );
+   // Setters drop what does not fit silently; a user is told.
+   auto const wanted = numberOf( text == "true" ? "1" : text == "false" ? "0" : text, found->maximum() );
+   if ( !wanted )
+      throw Input::InputError( fmt::format(
+         "the field \"{}\": expected a number from 0 to {}, found \"{}\"", field, found->maximum(), text ) );
+   if ( !Hal::writable( found->access ) )
+      throw Input::InputError(
+         "the field \"" + field + "\" can only be read; expected " + Input::choicesText( writable ) );
+   Hal::Reg32 reg( value );
+   reg.bitsIs( found->range, *wanted );
+   return reg.value();
+}
+
 RegisterBook::RegisterBook( Input::CardDescription const & card ) : card_( card ) {
-   using namespace Hardware;
-   auto const add = [this](
-                       std::string const & owner, RegisterKind const & kind, U32 address,
-                       Input::Max24305Description const * chip = nullptr ) {
-      all_.push_back(
-         { .name = owner + "." + kind.name, .chip = chip, .address = address, .kind = &kind, .output = nullptr } );
-   };
    for ( Input::TolvaneDescription const & chip : card_.tolvanes )
-      add( chip.name, kind<TolvaneEnable>(), chip.offset + TolvaneEnable::address() );
+      add( chip.name, chip.offset, Hardware::tolvaneBlock, nullptr );
    for ( Input::Max24305Description const & chip : card_.max24305s ) {
-      U32 const base = chip.configOffset;
-      add( chip.name, kind<SpiCommandFifo>(), base + SpiCommandFifo::address() );
-      add( chip.name, kind<SpiResponseFifo>( true ), base + SpiResponseFifo::address() );
-      add( chip.name, kind<SpiCtrl>(), base + SpiCtrl::address() );
-      add( chip.name, kind<SpiReset>(), base + SpiReset::address() );
-      add( chip.name, kind<Max24305Status>(), chip.statusOffset + Max24305Status::address() );
-      add( chip.name, kind<ApllStatus>(), ApllStatus::address(), &chip );
+      add( chip.name, chip.configOffset, Hardware::spiMasterBlock, nullptr );
+      if ( !chip.spiResetSupported ) all_.back().access = Hal::readOnly_;   // the reset, which reads 0
+      add( chip.name, chip.statusOffset, Hardware::frequencyBlock, nullptr );
+      add( chip.name, 0, Hardware::max24305Block, &chip );
    }
    for ( Input::GpoDescription const & gpo : card_.gpos )
-      all_.push_back( { .name = gpo.name, .chip = nullptr, .address = gpo.offset, .kind = nullptr, .output = &gpo } );
+      all_.push_back( { .name = gpo.name, .address = gpo.offset, .output = &gpo } );
+}
+
+void RegisterBook::add(
+   std::string const & owner, U32 base, Hal::Registers block, Input::Max24305Description const * chip ) {
+   for ( Hal::RegisterDeclaration const & declaration : block )
+      all_.push_back(
+         { .name = owner + "." + nameOf( declaration ),
+           .chip = chip,
+           .address = base + declaration.address,
+           .declaration = &declaration,
+           .access = declaration.access } );
 }
 
 std::vector<RegisterPlace> RegisterBook::named( std::string const & word ) const {
@@ -127,7 +111,7 @@ RegisterPlace RegisterBook::one( std::string const & word, std::string * field )
    if ( found == all_.end() && field ) {
       if ( auto const dot = word.rfind( '.' ); dot != std::string::npos ) {
          found = find( word.substr( 0, dot ) );
-         if ( found != all_.end() && found->kind ) *field = word.substr( dot + 1 );
+         if ( found != all_.end() && found->declaration ) *field = word.substr( dot + 1 );
       }
    }
    if ( found != all_.end() ) return *found;
@@ -150,7 +134,7 @@ RegisterPlace RegisterBook::ofNumber( std::string const & word, U32 address ) co
       result.name = word;
       return result;
    }
-   return { .name = word, .chip = nullptr, .address = address, .kind = nullptr, .output = nullptr };
+   return { .name = word, .address = address };
 }
 
 RegisterPlace
@@ -169,7 +153,28 @@ RegisterBook::ofChip( std::string const & word, std::string const & chip, std::s
       result.name = word;
       return result;
    }
-   return { .name = word, .chip = max24305, .address = *address, .kind = nullptr, .output = nullptr };
+   return { .name = word, .chip = max24305, .address = *address };
+}
+
+void RegisterBook::requireReadable( RegisterPlace const & place ) const {
+   if ( Hal::readable( place.access ) ) return;
+   throw Input::InputError(
+      "\"" + place.name + "\" can only be written: a read of it says nothing; expected a register that can be read: " +
+      choices( &Hal::readable ) );
+}
+
+void RegisterBook::requireWritable( RegisterPlace const & place ) const {
+   if ( Hal::writable( place.access ) ) return;
+   throw Input::InputError(
+      "\"" + place.name +
+      "\" can only be read: it ignores writes; expected a register that can be written: " + choices( &Hal::writable ) );
+}
+
+std::string RegisterBook::choices( bool ( *fits )( Hal::Access ) ) const {
+   std::vector<std::string_view> names;
+   for ( RegisterPlace const & place : all_ )
+      if ( fits( place.access ) ) names.push_back( place.name );
+   return Input::choicesText( names );
 }
 
 void RegisterBook::fail( std::string const & word, std::string const & expected ) const {

@@ -6,10 +6,11 @@
 //    ptp0.apllStatus      the same by name, where it has one
 //    ptp0Reset            an output, which is one bit of a register of the FPGA
 //
-// Names and fields come from the declarations of the register types.
+// Names, fields and access come from the declarations of the register types.
 #pragma once
 
 #include "framework/Types.h"
+#include "hal/Block.h"
 #include "input/CardDescription.h"
 
 #include <optional>
@@ -19,26 +20,19 @@
 
 namespace Host {
 
-/// What the declaration of a register type says to a tool.
-struct RegisterKind {
-   std::string name;     ///< "spiCtrl"
-   bool readHasEffect;   ///< a read takes an entry out of a FIFO
-   /// "writeFifoCount 0, readFifoCount 1"
-   std::string ( *fieldsText )( U32 value );
-   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not know.
-   U32 ( *fieldIs )( U32 value, std::string const & field, std::string const & text );
-};
-
 struct RegisterPlace {
    std::string name;   ///< as a user writes it
-   Input::Max24305Description const * chip =
-      nullptr;                                       ///< the register is this chip's, reached over SPI; else the FPGA's
-   U32 address = 0;                                  ///< the chip's register number, or the byte address in the space
-   RegisterKind const * kind = nullptr;              ///< null for a register without declared fields
-   Input::GpoDescription const * output = nullptr;   ///< the output that was named
+   /// The register is this chip's, reached over SPI; else the FPGA's.
+   Input::Max24305Description const * chip = nullptr;
+   U32 address = 0;   ///< the chip's register number, or the byte address in the space
+   Hal::RegisterDeclaration const * declaration = nullptr;   ///< null for a register that has no type
+   Input::GpoDescription const * output = nullptr;           ///< the output that was named
+   Hal::Access access = Hal::readWrite_;
 
-   /// What the value says, for people; empty where nothing is known about it.
+   /// What the value says, for people: "writeFifoCount 0, readFifoCount 1"; empty where nothing is known about it.
    std::string fieldsText( U32 value ) const;
+   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not take.
+   U32 withField( U32 value, std::string const & field, std::string const & text ) const;
 };
 
 class RegisterBook {
@@ -56,7 +50,13 @@ class RegisterBook {
    /// One register; `field` is set where the word ends in the name of a field.
    RegisterPlace one( std::string const & word, std::string * field = nullptr ) const;
 
+   /// Throw Input::InputError, with what can be used in its place.
+   void requireReadable( RegisterPlace const & place ) const;
+   void requireWritable( RegisterPlace const & place ) const;
+
  private:
+   void add( std::string const & owner, U32 base, Hal::Registers block, Input::Max24305Description const * chip );
+   std::string choices( bool ( *fits )( Hal::Access ) ) const;
    RegisterPlace ofNumber( std::string const & word, U32 address ) const;
    RegisterPlace ofChip( std::string const & word, std::string const & chip, std::string const & number ) const;
    [[noreturn]] void fail( std::string const & word, std::string const & expected ) const;

@@ -176,6 +176,10 @@ void Report::onAbort( U64 ns, Vor::AssertionFailure const & failure ) {
    out_.flush();
 }
 
+void Report::onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) {
+   line( ns, "", style_.bad( "warning" ), Sim::unclaimedText( address, direction ) );
+}
+
 void Report::onScenario( U64 ns, std::string_view what ) {
    line( ns, "", style_.strong( "scenario" ), std::string( what ) );
 }

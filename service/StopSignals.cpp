@@ -78,8 +78,7 @@ void StopSignals::outputsInactive() const {
    if ( !space ) return;
    for ( ResetOutput const & output : outputs_ ) {
       U32 volatile * const place = space + output.offset / sizeof( U32 );
-      U32 const value = MmapHam::load( place );
-      MmapHam::store( place, output.inactiveHigh ? value | output.mask : value & ~output.mask );
+      MmapHam::store( place, output.output.driven( MmapHam::load( place ), false ) );
    }
 }
 

@@ -13,17 +13,16 @@
 #include "card/Descriptor.h"
 #include "card/MmapHam.h"
 #include "framework/Types.h"
+#include "platform/Gpo.h"
 
 #include <atomic>
 #include <vector>
 
 namespace Host {
 
-/// A bit of a register of the card, and its inactive level.
 struct ResetOutput {
-   U32 offset;   ///< byte address within the card's space
-   U32 mask;
-   bool inactiveHigh;
+   U32 offset;   ///< of its register: byte address within the card's space
+   Fru::OutputBit output;
 };
 
 class StopSignals {

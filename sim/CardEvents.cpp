@@ -21,7 +21,10 @@ CardEvents::CardEvents( Vor::Ptr<VirtualClock> clock ) : clock_( std::move( cloc
 
 CardEvents::~CardEvents() {
    for ( auto const & watch : watches_ ) watch->notifierIs( nullptr );
-   for ( SimulatedCard * card : cards_ ) card->spiObserverIs( nullptr );
+   for ( SimulatedCard * card : cards_ ) {
+      card->spiObserverIs( nullptr );
+      card->unclaimedObserverIs( nullptr );
+   }
    Vor::assertionHookIs( outerAssertionHook_ );
    Vor::logSinkIs( outerLogSink_ );
    Vor::traceSinkIs( outerTraceSink_ );
@@ -29,9 +32,10 @@ CardEvents::~CardEvents() {
    living = nullptr;
 }
 
-void CardEvents::cardIs( SimulatedCard & card ) {
+void CardEvents::cardAdd( SimulatedCard & card ) {
    cards_.push_back( &card );
    card.spiObserverIs( this );
+   card.unclaimedObserverIs( this );
 }
 
 void CardEvents::tellGpo( std::string_view name, bool active ) {
@@ -67,6 +71,10 @@ void CardEvents::onSleep( U64 forNs ) {
 
 void CardEvents::onSpi( std::string_view chip, Bytes const & bytes, U8 response ) {
    for ( CardListener * listener : listeners_ ) listener->onSpi( clock_->nowNs(), chip, bytes, response );
+}
+
+void CardEvents::onUnclaimed( U32 address, AccessDirection direction ) {
+   for ( CardListener * listener : listeners_ ) listener->onUnclaimed( clock_->nowNs(), address, direction );
 }
 
 }   // namespace Sim

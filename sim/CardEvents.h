@@ -8,8 +8,8 @@
 //    Sim::CardEvents events( clock );
 //    Recording::EventLog log( file );
 //    events.listenerAdd( log );
-//    events.cardIs( card );
-//    events.statusIs( max24305Status );
+//    events.cardAdd( card );
+//    events.statusAdd( max24305Status );
 #pragma once
 
 #include "framework/Assert.h"
@@ -24,7 +24,7 @@
 
 namespace Sim {
 
-class CardEvents final : private SleepObserver, private SpiObserver {
+class CardEvents final : private SleepObserver, private SpiObserver, private UnclaimedObserver {
  public:
    explicit CardEvents( Vor::Ptr<VirtualClock> clock );
    ~CardEvents();
@@ -34,11 +34,11 @@ class CardEvents final : private SleepObserver, private SpiObserver {
    /// Listeners are told in the order in which they joined, and outlive the events.
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
 
-   /// The card's buses are told of; the card outlives the events.
-   void cardIs( SimulatedCard & card );
+   /// The card's buses, and accesses where it has no register, are told of; the card outlives the events.
+   void cardAdd( SimulatedCard & card );
 
    /// The changes of the status's `state` are told of.
-   template<class Status> void statusIs( Vor::Ptr<Status const> const & status ) {
+   template<class Status> void statusAdd( Vor::Ptr<Status const> const & status ) {
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
 
@@ -87,6 +87,7 @@ class CardEvents final : private SleepObserver, private SpiObserver {
 
    void onSleep( U64 forNs ) override;
    void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) override;
+   void onUnclaimed( U32 address, AccessDirection direction ) override;
    void tellState( Vor::Entity const & entity, std::string_view attr, U32 value, char const * text );
    static void tellAbort( Vor::AssertionFailure const & failure );
 

@@ -12,6 +12,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Unclaimed.h"
 
 #include <array>
 #include <string_view>
@@ -47,6 +48,9 @@ class CardListener {
    /// The last one; the process aborts after it.
    virtual void onAbort( U64 /*ns*/, Vor::AssertionFailure const & ) {}
 
+   /// An access where the card has no register; each address and direction is told of once. No line of the event log,
+   /// which has the access itself.
+   virtual void onUnclaimed( U64 /*ns*/, U32 /*address*/, AccessDirection ) {}
    /// The scenario does something to the card or the services around it, now. No line of the event log.
    virtual void onScenario( U64 /*ns*/, std::string_view /*what*/ ) {}
 };

@@ -89,7 +89,7 @@ struct FaultBoard::Active {
 FaultBoard::FaultBoard( VirtualClock & clock ) : clock_( clock ) {}
 FaultBoard::~FaultBoard() = default;
 
-void FaultBoard::faultIs( Fault const & fault ) {
+void FaultBoard::faultBegin( Fault const & fault ) {
    std::erase_if( faults_, []( auto const & active ) { return active->usedUp(); } );
    faults_.push_back( std::make_unique<Active>( *this, fault ) );
    for ( FaultListener * listener : listeners_ ) listener->onFaultBegin( fault.kind );

@@ -93,7 +93,7 @@ class FaultBoard {
    void listenerAdd( FaultListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The fault begins now.
-   void faultIs( Fault const & fault );
+   void faultBegin( Fault const & fault );
 
    /// Whether a fault of this kind is active; uses nothing up.
    bool active( FaultKind kind ) const;

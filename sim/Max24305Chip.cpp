@@ -8,8 +8,6 @@ namespace Sim {
 
 namespace {
 
-constexpr U8 readInstruction = 3;
-constexpr U8 writeInstruction = 2;
 constexpr U8 undrivenBus = 0xFF;
 constexpr U16 apllStatusAddress = Hardware::ApllStatus::address();
 
@@ -20,10 +18,10 @@ struct PowerUpValue {
 constexpr PowerUpValue identification[] = { { 0x0030, 0x5E }, { 0x0031, 0xF1 }, { 0x0032, 0x01 } };
 
 bool isReadOnly( U16 address ) {
-   return address == apllStatusAddress ||
-          std::any_of( std::begin( identification ), std::end( identification ), [address]( PowerUpValue const & row ) {
-             return row.address == address;
-          } );
+   return std::ranges::any_of(
+             Hardware::max24305Block,
+             [address]( auto const & reg ) { return reg.address == address && !Hal::writable( reg.access ); } ) ||
+          std::ranges::any_of( identification, [address]( auto const & row ) { return row.address == address; } );
 }
 
 }   // namespace
@@ -77,8 +75,8 @@ U32 Max24305Chip::outputFrequencyInHz() const {
 }
 
 U8 Max24305Chip::dataExchanged( U8 instruction, U16 address, U8 out ) {
-   if ( instruction == readInstruction ) return registerRead( address );
-   if ( instruction == writeInstruction ) registerWritten( address, out );
+   if ( instruction == Hardware::spiRead_ ) return registerRead( address );
+   if ( instruction == Hardware::spiWrite_ ) registerWritten( address, out );
    return 0;
 }
 

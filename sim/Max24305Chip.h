@@ -1,6 +1,6 @@
 // The MAX24305 as its bus and its reset line see it: a register file behind the SPI framing, and two APLLs.
 //
-// A transaction lasts while chip select is asserted: instruction (3 read, 2 write), register address high byte, low
+// A transaction lasts while chip select is asserted: instruction (hal/Max24305Hal.h), register address high byte, low
 // byte, then data. Further data bytes go to the following registers. Another instruction has no effect. The chip
 // drives 0 except while it answers a read; held in reset it does not drive the bus, which then reads 0xFF, and takes
 // nothing in. A transaction during which reset was asserted is lost to its end.
@@ -16,6 +16,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/ResetLine.h"
 #include "sim/SpiMaster.h"
@@ -44,8 +45,8 @@ class Max24305Chip final : public SpiDevice, public Resettable, private FaultLis
  public:
    struct Parameters {
       std::string name{};
-      U64 lockAfterNs = 2'500'000'000;
-      U8 apllStatus = 0x11;   ///< register 7 once locked
+      U64 lockAfterNs = defaultLockAfterNs;
+      U8 apllStatus = defaultApllStatus;   ///< register 7 once locked
       U32 outputFrequencyInHz = 0;
    };
 

@@ -1,7 +1,6 @@
 #include "sim/OutputRegister.h"
 
 #include <algorithm>
-#include <array>
 
 namespace Sim {
 
@@ -11,31 +10,25 @@ OutputRegister::Output const * OutputRegister::output( std::string_view name ) c
    return found == outputs_.end() ? nullptr : &*found;
 }
 
-OutputRegister::Output const * OutputRegister::output( U32 bit ) const {
-   auto const found =
-      std::find_if( outputs_.begin(), outputs_.end(), [bit]( Output const & output ) { return output.bit == bit; } );
-   return found == outputs_.end() ? nullptr : &*found;
-}
-
-bool OutputRegister::lineIs( std::string_view outputName, ResetLine & line ) {
+bool OutputRegister::lineAdd( std::string_view outputName, ResetLine & line ) {
    for ( Output & output : outputs_ ) {
       if ( output.name != outputName ) continue;
       output.lines.push_back( &line );
-      line.drivenIs( active( output ) );
+      line.drivenIs( output.bit.active( value_ ) );
       return true;
    }
    return false;
 }
 
-std::span<U32 const> OutputRegister::addresses() const {
-   static constexpr std::array<U32, 1> all = { 0 };
-   return all;
+Hal::Registers OutputRegister::registers() const {
+   static constexpr Hal::RegisterDeclaration one;   // its bits are the outputs
+   return { &one, 1 };
 }
 
 void OutputRegister::write( U32, U32 value ) {
    value_ = value;
    for ( Output const & output : outputs_ ) {
-      for ( ResetLine * line : output.lines ) line->drivenIs( active( output ) );
+      for ( ResetLine * line : output.lines ) line->drivenIs( output.bit.active( value_ ) );
    }
 }
 

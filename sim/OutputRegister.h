@@ -4,6 +4,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "platform/Gpo.h"
 #include "sim/RegisterBlock.h"
 #include "sim/ResetLine.h"
 
@@ -16,28 +17,24 @@ class OutputRegister final : public RegisterBlock {
  public:
    struct Output {
       std::string name;
-      U32 bit;   ///< 0 to 31
-      bool activeLow;
+      Fru::OutputBit bit;
       std::vector<ResetLine *> lines{};   ///< they outlive the register's use
    };
 
-   /// Drives nothing yet: lines are driven from the first lineIs() on.
-   void outputIs( Output output ) { outputs_.push_back( std::move( output ) ); }
+   /// Drives nothing yet: lines are driven from the first lineAdd() on.
+   void outputAdd( Output output ) { outputs_.push_back( std::move( output ) ); }
 
    /// Null where no output of it has that name.
    Output const * output( std::string_view name ) const;
-   Output const * output( U32 bit ) const;
 
    /// The output drives that line too, from now on; false where it has no output of that name.
-   bool lineIs( std::string_view outputName, ResetLine & line );
+   bool lineAdd( std::string_view outputName, ResetLine & line );
 
-   std::span<U32 const> addresses() const override;
+   Hal::Registers registers() const override;
    U32 read( U32 ) override { return value_; }
    void write( U32, U32 value ) override;
 
  private:
-   bool active( Output const & output ) const { return ( ( value_ >> output.bit & 1 ) != 0 ) != output.activeLow; }
-
    std::vector<Output> outputs_;
    U32 value_ = 0;
 };

@@ -1,11 +1,10 @@
 // Some 32-bit registers of the card's FPGA that belong together, such as those of one SPI master.
 //
-// The card places a block at a byte offset of its space and hands it the accesses to its registers.
+// The card places a block at a byte offset of its space and hands it the accesses that its declaration allows: elsewhere
+// reads give 0 and writes are ignored.
 #pragma once
 
-#include "framework/Types.h"
-
-#include <span>
+#include "hal/Block.h"
 
 namespace Sim {
 
@@ -13,12 +12,12 @@ class RegisterBlock {
  public:
    virtual ~RegisterBlock() = default;
 
-   /// The byte addresses of its registers within the block.
-   virtual std::span<U32 const> addresses() const = 0;
+   virtual Hal::Registers registers() const = 0;
 
-   /// `address` is one of addresses().
+   /// `address` is that of a readable register of registers().
    virtual U32 read( U32 address ) = 0;
-   virtual void write( U32 address, U32 value ) = 0;
+   /// `address` is that of a writable one; who has none has nothing to do.
+   virtual void write( U32 /*address*/, U32 /*value*/ ) {}
 };
 
 }   // namespace Sim

@@ -69,7 +69,7 @@ class ScenarioRunner::Apply {
    }
    void operator()( FaultIs const & action ) const {
       for ( SimulatedCard * card : targets_.cards ) {
-         if ( action.chip.empty() || card->hasChip( action.chip ) ) card->faultIs( action.chip, action.fault );
+         if ( action.chip.empty() || card->hasChip( action.chip ) ) card->faultBegin( action.chip, action.fault );
       }
    }
 

@@ -5,7 +5,7 @@
 #include "sim/TolvaneChip.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <stdexcept>
 
 namespace Sim {
@@ -19,16 +19,12 @@ class FrequencyRegister final : public RegisterBlock {
  public:
    explicit FrequencyRegister( Max24305Chip const & chip ) : chip_( chip ) {}
 
-   std::span<U32 const> addresses() const override {
-      static constexpr std::array<U32, 1> all = { Hardware::Max24305Status::address() };
-      return all;
-   }
+   Hal::Registers registers() const override { return Hardware::frequencyBlock; }
    U32 read( U32 ) override {
       Hardware::Max24305Status status;
       status.frequencyInHzIs( chip_.outputFrequencyInHz() );
       return status.value();
    }
-   void write( U32, U32 ) override {}
 
  private:
    Max24305Chip const & chip_;
@@ -81,33 +77,35 @@ struct SimulatedCard::TolvanePart final : Chip {
 
 SimulatedCard::SimulatedCard( Vor::Ptr<VirtualClock> clock, Parameters const & parameters )
    : clock_( std::move( clock ) ), faults_( *clock_ ) {
-   for ( Output const & output : parameters.outputs ) outputIs( output );
-   for ( Tolvane const & tolvane : parameters.tolvanes ) tolvaneIs( tolvane );
-   for ( Max24305 const & max24305 : parameters.max24305s ) max24305Is( max24305, parameters.spiClockInHz );
+   for ( Output const & output : parameters.outputs ) outputAdd( output );
+   for ( Tolvane const & tolvane : parameters.tolvanes ) tolvaneAdd( tolvane );
+   for ( Max24305 const & max24305 : parameters.max24305s ) max24305Add( max24305, parameters.spiClockInHz );
 }
 
 SimulatedCard::~SimulatedCard() = default;
 
 U32 SimulatedCard::read32( U32 address ) {
    if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return goneValue;
-   auto const found = registers_.find( address );
-   return found == registers_.end() ? 0 : found->second.block->read( found->second.address );
+   Register const * const found = registerAt( address, AccessDirection::read_ );
+   if ( !found || !Hal::readable( found->declaration->access ) ) return 0;
+   return found->block->read( found->declaration->address );
 }
 
 void SimulatedCard::write32( U32 address, U32 value ) {
    if ( faults_.occurs( FaultKind::hardwareGone_ ) ) return;
-   auto const found = registers_.find( address );
-   if ( found != registers_.end() ) found->second.block->write( found->second.address, value );
+   Register const * const found = registerAt( address, AccessDirection::write_ );
+   if ( found && Hal::writable( found->declaration->access ) )
+      found->block->write( found->declaration->address, value );
 }
 
-void SimulatedCard::faultIs( std::string_view chip, Fault const & fault ) {
+void SimulatedCard::faultBegin( std::string_view chip, Fault const & fault ) {
    Chip * const target = chip.empty() ? nullptr : chipOf( chip );
    if ( !chip.empty() && !target ) throw std::invalid_argument( "the card has no chip " + inQuotes( chip ) );
    if ( !faultFits( fault.kind, target ? target->target() : FaultTarget::card_ ) )
       throw std::invalid_argument(
          "the fault " + inQuotes( faultKindText( fault.kind ) ) + " is none of " +
          ( target ? "the chip " + inQuotes( chip ) : std::string( "the card" ) ) );
-   ( target ? target->faults : faults_ ).faultIs( fault );
+   ( target ? target->faults : faults_ ).faultBegin( fault );
 }
 
 void SimulatedCard::spiObserverIs( SpiObserver * observer ) {
@@ -116,7 +114,7 @@ void SimulatedCard::spiObserverIs( SpiObserver * observer ) {
    }
 }
 
-void SimulatedCard::outputIs( Output const & output ) {
+void SimulatedCard::outputAdd( Output const & output ) {
    if ( output.bit > 31 )
       throw std::invalid_argument(
          "the output " + inQuotes( output.name ) + " has bit " + std::to_string( output.bit ) + "; expected 0 to 31" );
@@ -124,37 +122,35 @@ void SimulatedCard::outputIs( Output const & output ) {
       if ( other.output( output.name ) )
          throw std::invalid_argument( "two outputs are named " + inQuotes( output.name ) );
    }
-   auto const [place, isNew] = outputRegisters_.try_emplace( output.offset );
-   OutputRegister & outputs = place->second;
-   if ( isNew ) blockIs( "the output " + inQuotes( output.name ), output.offset, outputs );
-   if ( OutputRegister::Output const * const other = outputs.output( output.bit ) )
-      throw std::invalid_argument(
-         "the outputs " + inQuotes( other->name ) + " and " + inQuotes( output.name ) + " have the same bit " +
-         std::to_string( output.bit ) + " at " + std::to_string( output.offset ) );
-   outputs.outputIs( { .name = output.name, .bit = output.bit, .activeLow = output.activeLow } );
+   Fru::OutputBit const bit{ output.bit, output.activeType };
+   claim( "the output " + inQuotes( output.name ), output.offset, bit.mask() );
+   auto const [entry, isNew] = outputRegisters_.try_emplace( output.offset );
+   OutputRegister & outputs = entry->second;
+   if ( isNew ) place( output.offset, outputs );
+   outputs.outputAdd( { .name = output.name, .bit = bit } );
 }
 
-void SimulatedCard::max24305Is( Max24305 const & parameters, U64 spiClockInHz ) {
+void SimulatedCard::max24305Add( Max24305 const & parameters, U64 spiClockInHz ) {
    auto chip = std::make_unique<Max24305Part>( *clock_, parameters, spiClockInHz );
    std::string const owner = "the chip " + inQuotes( parameters.name );
-   blockIs( owner, parameters.configOffset, chip->master );
-   blockIs( owner, parameters.statusOffset, chip->frequency );
-   chipIs( std::move( chip ), parameters.resetGpoName );
+   blockAdd( owner, parameters.configOffset, chip->master );
+   blockAdd( owner, parameters.statusOffset, chip->frequency );
+   chipAdd( std::move( chip ), parameters.resetGpoName );
 }
 
-void SimulatedCard::tolvaneIs( Tolvane const & parameters ) {
+void SimulatedCard::tolvaneAdd( Tolvane const & parameters ) {
    auto chip = std::make_unique<TolvanePart>( *clock_, parameters );
-   blockIs( "the chip " + inQuotes( parameters.name ), parameters.offset, chip->chip );
-   chipIs( std::move( chip ), parameters.resetGpoName );
+   blockAdd( "the chip " + inQuotes( parameters.name ), parameters.offset, chip->chip );
+   chipAdd( std::move( chip ), parameters.resetGpoName );
 }
 
-void SimulatedCard::chipIs( std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
+void SimulatedCard::chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
    if ( hasChip( chip->name ) ) throw std::invalid_argument( "two chips are named " + inQuotes( chip->name ) );
    chips_.push_back( std::move( chip ) );
    if ( resetGpoName.empty() ) return;
    Chip & added = *chips_.back();
    bool const found = std::any_of( outputRegisters_.begin(), outputRegisters_.end(), [&]( auto & entry ) {
-      return entry.second.lineIs( resetGpoName, added.resetLine() );
+      return entry.second.lineAdd( resetGpoName, added.resetLine() );
    } );
    if ( !found )
       throw std::invalid_argument(
@@ -162,14 +158,34 @@ void SimulatedCard::chipIs( std::unique_ptr<Chip> chip, std::string const & rese
          " is none of the card's outputs" );
 }
 
-void SimulatedCard::blockIs( std::string const & owner, U32 offset, RegisterBlock & block ) {
-   for ( U32 const address : block.addresses() ) {
-      auto const [place, isNew] = registers_.try_emplace( offset + address, Register{ &block, address, owner } );
-      if ( !isNew )
-         throw std::invalid_argument(
-            "the register at " + std::to_string( offset + address ) + " belongs to " + place->second.owner +
-            " and to " + owner );
-   }
+void SimulatedCard::blockAdd( std::string const & owner, U32 offset, RegisterBlock & block ) {
+   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
+      claim( owner, offset + declaration.address, claims_.wholeRegister );
+   place( offset, block );
+}
+
+void SimulatedCard::claim( std::string const & owner, U32 address, U32 bits ) {
+   auto const * const first = claims_.claim( address, bits, owner );
+   if ( !first ) return;
+   std::string const what = first->bits == bits && bits != claims_.wholeRegister
+                               ? "bit " + std::to_string( std::countr_zero( bits ) ) + " of the register at "
+                               : std::string( "the register at " );
+   throw std::invalid_argument( what + std::to_string( address ) + " belongs to " + first->owner + " and to " + owner );
+}
+
+void SimulatedCard::place( U32 offset, RegisterBlock & block ) {
+   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
+      registers_[offset + declaration.address] = { &block, &declaration };
+}
+
+SimulatedCard::Register const * SimulatedCard::registerAt( U32 address, AccessDirection direction ) {
+   auto const found = registers_.find( address );
+   if ( found != registers_.end() ) return &found->second;
+   if (
+      unclaimedObserver_ && unclaimedTold_.size() < unclaimedToldMax &&
+      unclaimedTold_.emplace( address, direction ).second )
+      unclaimedObserver_->onUnclaimed( address, direction );
+   return nullptr;
 }
 
 SimulatedCard::Chip * SimulatedCard::chipOf( std::string_view name ) const {

@@ -2,7 +2,8 @@
 //
 // It holds the registers of the reset outputs, which are 0 at power-up (an active-low output holds its chip in reset
 // until it is driven), and per chip what the chip has: a MAX24305 the SPI master's block and the frequency register, a
-// Tolvane its enable register. Elsewhere reads give 0 and writes are lost. An access takes no virtual time.
+// Tolvane its enable register. Elsewhere reads give 0 and writes are lost, and the observer is told. An access takes no
+// virtual time.
 //
 //    Sim::SimulatedCard card( clock, { .outputs = { { .name = "ptp0Reset", .offset = 8192, .bit = 1 } },
 //                                      .max24305s = { { .name = "ptp0", .configOffset = 256, .statusOffset = 512,
@@ -11,28 +12,36 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/Max24305Chip.h"
 #include "sim/OutputRegister.h"
 #include "sim/RegisterBlock.h"
+#include "sim/RegisterClaims.h"
+#include "sim/Unclaimed.h"
 #include "sim/VirtualClock.h"
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Sim {
 
 class SimulatedCard {
  public:
+   /// How many accesses where no register is are told of, each address and direction once.
+   static constexpr std::size_t unclaimedToldMax = 1'000;
+
    struct Output {
       std::string name{};
       U32 offset = 0;
       U32 bit = 0;
-      bool activeLow = false;
+      Fru::ActiveType activeType = Fru::activeHigh_;
    };
    struct Max24305 {
       std::string name{};
@@ -41,8 +50,8 @@ class SimulatedCard {
       bool spiResetSupported = true;
       std::string resetGpoName{};   ///< of one of the outputs; empty: none
       U32 outputFrequencyInHz = 0;
-      U64 lockAfterNs = 2'500'000'000;
-      U8 apllStatus = 0x11;
+      U64 lockAfterNs = defaultLockAfterNs;
+      U8 apllStatus = defaultApllStatus;
    };
    struct Tolvane {
       std::string name{};
@@ -50,7 +59,7 @@ class SimulatedCard {
       std::string resetGpoName{};   ///< of one of the outputs; empty: none
    };
    struct Parameters {
-      U64 spiClockInHz = 10'000'000;
+      U64 spiClockInHz = defaultSpiClockInHz;
       std::vector<Output> outputs{};
       std::vector<Max24305> max24305s{};
       std::vector<Tolvane> tolvanes{};
@@ -68,13 +77,15 @@ class SimulatedCard {
 
    /// A fault of the named chip, or of the whole card with an empty name, begins now. Throws std::invalid_argument
    /// where there is no such chip, or its sort cannot have this fault.
-   void faultIs( std::string_view chip, Fault const & fault );
+   void faultBegin( std::string_view chip, Fault const & fault );
 
    /// Whether there is a chip of that name.
    bool hasChip( std::string_view name ) const { return chipOf( name ) != nullptr; }
 
    /// One observer of all chips' buses, null for none; it outlives the card's use.
    void spiObserverIs( SpiObserver * observer );
+   /// One observer, null for none; it outlives the card's use.
+   void unclaimedObserverIs( UnclaimedObserver * observer ) { unclaimedObserver_ = observer; }
 
  private:
    struct Chip;
@@ -82,15 +93,17 @@ class SimulatedCard {
    struct TolvanePart;
    struct Register {
       RegisterBlock * block;
-      U32 address;   // within the block
-      std::string owner;
+      Hal::RegisterDeclaration const * declaration;
    };
 
-   void outputIs( Output const & output );
-   void max24305Is( Max24305 const & parameters, U64 spiClockInHz );
-   void tolvaneIs( Tolvane const & parameters );
-   void chipIs( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
-   void blockIs( std::string const & owner, U32 offset, RegisterBlock & block );
+   void outputAdd( Output const & output );
+   void max24305Add( Max24305 const & parameters, U64 spiClockInHz );
+   void tolvaneAdd( Tolvane const & parameters );
+   void chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
+   void blockAdd( std::string const & owner, U32 offset, RegisterBlock & block );
+   void claim( std::string const & owner, U32 address, U32 bits );
+   void place( U32 offset, RegisterBlock & block );
+   Register const * registerAt( U32 address, AccessDirection direction );
    Chip * chipOf( std::string_view name ) const;
 
    Vor::Ptr<VirtualClock> clock_;
@@ -98,6 +111,9 @@ class SimulatedCard {
    std::map<U32, OutputRegister> outputRegisters_;   // by offset
    std::vector<std::unique_ptr<Chip>> chips_;
    std::unordered_map<U32, Register> registers_;
+   RegisterClaims<std::string> claims_;
+   UnclaimedObserver * unclaimedObserver_ = nullptr;
+   std::set<std::pair<U32, AccessDirection>> unclaimedTold_;
 };
 
 }   // namespace Sim

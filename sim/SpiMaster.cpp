@@ -2,7 +2,6 @@
 
 #include "hal/KivHal.h"
 
-#include <array>
 #include <stdexcept>
 
 namespace Sim {
@@ -31,11 +30,7 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
    faults_.listenerAdd( *this );
 }
 
-std::span<U32 const> SpiMaster::addresses() const {
-   static constexpr std::array<U32, 4> all = {
-      SpiCommandFifo::address(), SpiResponseFifo::address(), SpiCtrl::address(), SpiReset::address() };
-   return all;
-}
+Hal::Registers SpiMaster::registers() const { return Hardware::spiMasterBlock; }
 
 U32 SpiMaster::read( U32 address ) {
    switch ( address ) {
@@ -53,7 +48,7 @@ U32 SpiMaster::read( U32 address ) {
 void SpiMaster::write( U32 address, U32 value ) {
    switch ( address ) {
    case SpiCommandFifo::address():
-      commandIs( value );
+      handleCommand( value );
       break;
    case SpiReset::address():
       if ( resetSupported_ ) resetIs( SpiReset( value ).reset() != 0 );
@@ -63,7 +58,7 @@ void SpiMaster::write( U32 address, U32 value ) {
    }
 }
 
-void SpiMaster::commandIs( U32 word ) {
+void SpiMaster::handleCommand( U32 word ) {
    if ( inReset_ ) return;
    stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
    ++wordsOfTransaction_;

@@ -10,6 +10,7 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/RegisterBlock.h"
 #include "sim/VirtualClock.h"
@@ -34,7 +35,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    static constexpr std::size_t fifoDepth = 63;
 
    struct Parameters {
-      U64 clockInHz = 10'000'000;
+      U64 clockInHz = defaultSpiClockInHz;
       bool resetSupported = true;
    };
 
@@ -44,13 +45,12 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    /// How long a byte is on the wire.
    U64 byteNs() const { return byteNs_; }
 
-   /// Addresses of the registers within the block.
-   std::span<U32 const> addresses() const override;
+   Hal::Registers registers() const override;
    U32 read( U32 address ) override;
    void write( U32 address, U32 value ) override;
 
  private:
-   void commandIs( U32 word );
+   void handleCommand( U32 word );
    void resetIs( bool reset );
    U32 responseTaken();
    U32 counts() const;

@@ -2,18 +2,13 @@
 
 #include "hal/KivHal.h"
 
-#include <array>
-
 namespace Sim {
 
 using Hardware::TolvaneEnable;
 
 TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) { faults_.listenerAdd( *this ); }
 
-std::span<U32 const> TolvaneChip::addresses() const {
-   static constexpr std::array<U32, 1> all = { TolvaneEnable::address() };
-   return all;
-}
+Hal::Registers TolvaneChip::registers() const { return Hardware::tolvaneBlock; }
 
 U32 TolvaneChip::read( U32 ) {
    TolvaneEnable shown;

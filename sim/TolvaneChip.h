@@ -16,7 +16,7 @@ class TolvaneChip final : public RegisterBlock, public Resettable, private Fault
    /// The faults outlive the chip.
    explicit TolvaneChip( FaultBoard & faults );
 
-   std::span<U32 const> addresses() const override;
+   Hal::Registers registers() const override;
    U32 read( U32 address ) override;
    void write( U32 address, U32 value ) override;
    void resetIs( bool asserted ) override;

@@ -10,6 +10,7 @@
 
 #include "framework/HashMap.h"
 #include "hal/KivHal.h"
+#include "hal/Max24305Hal.h"
 #include "platform/Ham.h"
 
 namespace Hardware {
@@ -19,8 +20,8 @@ class KivSpiInterface final : public Vor::PtrInterface {
    using SimulatedData = Vor::HashMap2018<U32>;
 
    /// The SPI instructions.
-   static constexpr U64 readCmd = 3;
-   static constexpr U64 writeCmd = 2;
+   static constexpr U64 readCmd = spiRead_;
+   static constexpr U64 writeCmd = spiWrite_;
 
    /// `base`: byte address of the SPI master's registers within the handle's space. `resetSupported`: whether the FPGA
    /// implements the master's reset register.

@@ -44,17 +44,65 @@ TEST_F( RegisterCommandsTest, DumpListsAChipAndLeavesTheFifoAlone ) {
    Ran const ran = run( { "dump", simulated, "ptp1" } );
    EXPECT_EQ( ran.result, 0 );
    EXPECT_EQ(
-      ran.output,
-      "Register              Address          Value       Fields\n"
-      "ptp1.spiCommandFifo   0x00000400       0x00000000  csEnd false, recordResponse false, dataToWrite 0\n"
-      "ptp1.spiResponseFifo  0x00000410       -           not read: reading takes an entry out\n"
-      "ptp1.spiCtrl          0x00000420       0x00000000  writeFifoCount 0, readFifoCount 0\n"
-      "ptp1.spiReset         0x00000430       0x00000000  reset 0\n"
-      "ptp1.max24305Status   0x00000500       0x00000000  frequencyInHz 0\n"
-      "ptp1.apllStatus       register 0x0007  0x11        apll2Locked true, apll1Locked true\n" );
+      ran.output, "Register              Address          Value       Fields\n"
+                  "ptp1.spiCommandFifo   0x00000400       -           not read: it can only be written\n"
+                  "ptp1.spiResponseFifo  0x00000410       -           not read: reading takes an entry out\n"
+                  "ptp1.spiCtrl          0x00000420       0x00000000  writeFifoCount 0, readFifoCount 0\n"
+                  "ptp1.spiReset         0x00000430       0x00000000  reset 0\n"
+                  "ptp1.max24305Status   0x00000500       0x00000000  frequencyInHz 0\n"
+                  "ptp1.apllStatus       register 0x0007  0x11        apll2Locked true, apll1Locked true\n" );
    Ran const all = run( { "dump", simulated } );
    EXPECT_EQ( all.result, 0 );
    EXPECT_EQ( std::count( all.output.begin(), all.output.end(), '\n' ), 17 );
+   EXPECT_EQ( all.errors, "" );
+}
+
+TEST_F( RegisterCommandsTest, DumpReadsTheResponseFifoWhenItIsNamed ) {
+   Ran const ran = run( { "dump", simulated, "ptp1.spiResponseFifo", "0x410", "ptp1.spiCommandFifo" } );
+   EXPECT_EQ(
+      ran.output, "Register              Address     Value       Fields\n"
+                  "ptp1.spiResponseFifo  0x00000410  0x00000000  dataValid false, data 0\n"
+                  "0x410                 0x00000410  0x00000000  dataValid false, data 0\n"
+                  "ptp1.spiCommandFifo   0x00000400  -           not read: it can only be written\n" );
+}
+
+TEST_F( RegisterCommandsTest, WhereASimulatedCardHasNoRegisterAWarningSaysSo ) {
+   Ran const peeked = run( { "peek", simulated, "0x4000", "0x4000", "0x2000" } );
+   EXPECT_EQ( peeked.result, 0 );
+   EXPECT_EQ( peeked.errors, "clockpath: warning: read of 0x4000, where the card has no register: it gives 0\n" );
+   Ran const poked = run( { "poke", "--yes", simulated, "0x4000=1" } );
+   EXPECT_EQ( poked.result, 0 );
+   EXPECT_EQ( poked.errors, "clockpath: warning: write to 0x4000, where the card has no register: it is lost\n" );
+}
+
+TEST_F( RegisterCommandsTest, WhatIgnoresWritesIsNotPokedAndWhatSaysNothingIsNotPeeked ) {
+   hardwareArrives();
+   auto const error = [&]( std::vector<std::string> const & words ) {
+      Ran const ran = run( words );
+      EXPECT_EQ( ran.result, 2 );
+      EXPECT_EQ( ran.output, "" );
+      return ran.errors.substr( 0, ran.errors.find( " a register that can" ) );
+   };
+   EXPECT_EQ(
+      error( { "poke", "--yes", mapped, "0x3ffc=1", "ptp1.spiCtrl=5" } ),
+      "clockpath: ptp1.spiCtrl=5: \"ptp1.spiCtrl\" can only be read: it ignores writes; expected" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", mapped, "ptp1.spiCtrl.readFifoCount=5" } ),
+      "clockpath: ptp1.spiCtrl.readFifoCount=5: \"ptp1.spiCtrl\" can only be read: it ignores writes; expected" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", mapped, "ptp0:7=5" } ),
+      "clockpath: ptp0:7=5: \"ptp0:7\" can only be read: it ignores writes; expected" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", mapped, "osc0.tolvaneEnable.powerGood=1" } ),
+      "clockpath: osc0.tolvaneEnable.powerGood=1: the field \"powerGood\" can only be read; expected \"enable\"\n" );
+   EXPECT_EQ(
+      error( { "poke", "--yes", mapped, "ptp0.spiCommandFifo.csEnd=1" } ),
+      "clockpath: ptp0.spiCommandFifo.csEnd=1: a field cannot be written alone, since the other bits of "
+      "\"ptp0.spiCommandFifo\" cannot be read; expected \"ptp0.spiCommandFifo=NUMBER\"\n" );
+   EXPECT_EQ(
+      error( { "peek", mapped, "0x100" } ),
+      "clockpath: \"0x100\" can only be written: a read of it says nothing; expected" );
+   EXPECT_EQ( folder.content( "space" ), std::string( 16384, '\0' ) );
 }
 
 TEST_F( RegisterCommandsTest, PokeWantsToBeSureWhereNobodyCanBeAsked ) {

@@ -209,7 +209,7 @@ TEST( CardDescription, RegistersAreAlignedAndBelongToOne ) {
    EXPECT_EQ(
       errorWith( R"("statusOffset": 512)", R"("statusOffset": 8192)" ),
       "card.json: /chips/0/statusOffset: the register at 0x2000 of the frequency register of \"ptp0\" belongs to the "
-      "outputs already (/gpos/0/offset); expected offsets that do not overlap, found 8192" );
+      "output \"osc0Reset\" already (/gpos/0/offset); expected offsets that do not overlap, found 8192" );
    EXPECT_EQ(
       errorWith( R"("bit": 1,)", R"("bit": 0,)" ),
       "card.json: /gpos/1/bit: bit 0 at 0x2000 is the output \"osc0Reset\" already; expected a bit of its own" );

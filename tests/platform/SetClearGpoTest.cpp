@@ -1,9 +1,12 @@
 #include "platform/SetClearGpo.h"
 
 #include "framework/Reflection.h"
+#include "platform/WatchedGpo.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <string>
 
 namespace Hardware {
 namespace {
@@ -169,6 +172,35 @@ TEST_F( SetClearGpoTest, Reflection ) {
    EXPECT_EQ( gpo->ham(), nullptr );
    Vor::NamedValue const arguments[] = { { "name", Vor::String( "made" ) } };
    EXPECT_EQ( Vor::ptrCast<SetClearGpo>( SetClearGpo::staticType().make( arguments ) )->name(), "made" );
+}
+
+TEST( OutputBit, ItsLevelAndTheWordThatGivesIt ) {
+   Fru::OutputBit const high{ 4, Fru::activeHigh_ };
+   EXPECT_TRUE( high.active( 0x10 ) );
+   EXPECT_FALSE( high.active( 0xFFFFFFEF ) );
+   EXPECT_EQ( high.driven( 0x81, true ), 0x91u );
+   EXPECT_EQ( high.driven( 0x91, true ), 0x91u );
+   EXPECT_EQ( high.driven( 0x91, false ), 0x81u );
+   Fru::OutputBit const low{ 31, Fru::activeLow_ };
+   EXPECT_TRUE( low.active( 0 ) );
+   EXPECT_FALSE( low.active( 0x80000000 ) );
+   EXPECT_EQ( low.driven( 0x80000001, true ), 0x00000001u );
+   EXPECT_EQ( low.driven( 0x00000001, false ), 0x80000001u );
+}
+
+TEST_F( SetClearGpoTest, AWatchedOneTellsBeforeItIsDriven ) {
+   std::string story;
+   Ptr<SetClearGpo> const watched = new WatchedGpo( "ptp0Reset", [&]( bool active ) { story += active ? "+" : "-"; } );
+   watched->impl()->doEnable();   // it has no handle yet
+   EXPECT_EQ( story, "+" );
+   watched->hamIs( ham );
+   EXPECT_CALL( *hamImpl, read32( 0, testing::_ ) ).WillOnce( [&]( U32, U32 & value ) {
+      story += "r";
+      value = 3;
+   } );
+   EXPECT_CALL( *hamImpl, write32( 0, 2 ) ).WillOnce( [&] { story += "w"; } );
+   watched->impl()->doDisable();
+   EXPECT_EQ( story, "+-rw" );
 }
 
 }   // namespace

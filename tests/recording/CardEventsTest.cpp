@@ -26,7 +26,7 @@ class CardEventsTest : public testing::Test {
  protected:
    CardEventsTest() {
       events.listenerAdd( log );
-      events.cardIs( card );
+      events.cardAdd( card );
    }
    std::string text() {
       log.flush();
@@ -38,7 +38,7 @@ class CardEventsTest : public testing::Test {
       clock,
       { .outputs =
            { { .name = "ptp0Reset", .offset = 8192, .bit = 1 },
-             { .name = "lowReset", .offset = 8192, .bit = 2, .activeLow = true } },
+             { .name = "lowReset", .offset = 8192, .bit = 2, .activeType = Fru::activeLow_ } },
         .max24305s = { { .name = "ptp0", .configOffset = 256, .statusOffset = 512, .resetGpoName = "ptp0Reset" } } } };
    std::ostringstream out;
    EventLog log{ out };
@@ -66,6 +66,28 @@ TEST_F( CardEventsTest, AccessesSleepsAndBusesInTheOrderInWhichTheyHappen ) {
 {"ns":4000,"ev":"read32","address":272,"value":2147483742}
 )json";
    EXPECT_EQ( text(), expected );
+}
+
+TEST_F( CardEventsTest, AnAccessWhereTheCardHasNoRegisterIsToldOfButIsNoLineOfItsOwn ) {
+   struct : CardListener {
+      void onUnclaimed( U64 ns, U32 address, AccessDirection direction ) override {
+         story += std::to_string( ns ) + " " + unclaimedText( address, direction ) + "\n";
+      }
+      std::string story;
+   } listener;
+   events.listenerAdd( listener );
+   clock->nowNsIs( 7 );
+   Vor::Ptr<Fru::HamImpl> const ham = new SimulatedHam( "kiv", card, events );
+   U32 value = 5;
+   ham->read32( 0x4000, value );
+   ham->write32( 0x4000, 1 );
+   EXPECT_EQ( value, 0u );
+   EXPECT_EQ(
+      listener.story, "7 read of 0x4000, where the card has no register: it gives 0\n"
+                      "7 write to 0x4000, where the card has no register: it is lost\n" );
+   EXPECT_EQ( text(), R"json({"ns":7,"ev":"read32","address":16384,"value":0}
+{"ns":7,"ev":"write32","address":16384,"value":1}
+)json" );
 }
 
 TEST_F( CardEventsTest, AnOutputIsToldOfBeforeItsAccessesAndAlsoWhenItsLevelStays ) {
@@ -108,8 +130,8 @@ TEST_F( CardEventsTest, AStateIsToldAsItIsStoredBeforeItsObservers ) {
    Vor::Ptr<Hardware::Max24305::Status> const status =
       Hardware::Max24305::statusFactory( "ptp0", Fru::GenerationId( 1 ), Hardware::Max24305::timeSync_ );
    Vor::Ptr<Told> const told = new Told( clockStatus, events );
-   events.statusIs<Hardware::Kiv::ClockStatus>( clockStatus );
-   events.statusIs<Hardware::Max24305::Status>( status );
+   events.statusAdd<Hardware::Kiv::ClockStatus>( clockStatus );
+   events.statusAdd<Hardware::Max24305::Status>( status );
    clock->nowNsIs( 5 );
    status->stateIs( Hardware::Max24305::locking_ );
    status->stateIs( Hardware::Max24305::locking_ );
@@ -166,7 +188,7 @@ TEST( CardEventsEndTest, WhoHadTracesBeforeGetsThemBack ) {
    {
       CardEvents events( clock );
       events.listenerAdd( log );
-      events.statusIs<Hardware::Kiv::ClockStatus>( status );
+      events.statusAdd<Hardware::Kiv::ClockStatus>( status );
       VOR_TRACE( traceHandle, 0, "to the log" );
    }
    VOR_TRACE( traceHandle, 0, "to the sink" );

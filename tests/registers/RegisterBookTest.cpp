@@ -42,17 +42,17 @@ TEST_F( RegisterBookTest, FindsByNameAndByAddress ) {
    EXPECT_EQ( byName.address, 0x120u );
    EXPECT_EQ( byName.chip, nullptr );
    RegisterPlace const byAddress = book.one( "0x120" );
-   EXPECT_EQ( byAddress.kind, byName.kind );
+   EXPECT_EQ( byAddress.declaration, byName.declaration );
    EXPECT_EQ( byAddress.address, 0x120u );
-   EXPECT_EQ( book.one( "288" ).kind, byName.kind );
+   EXPECT_EQ( book.one( "288" ).declaration, byName.declaration );
    RegisterPlace const unnamed = book.one( "0x4000" );
    EXPECT_EQ( unnamed.address, 0x4000u );
-   EXPECT_EQ( unnamed.kind, nullptr );
+   EXPECT_EQ( unnamed.declaration, nullptr );
    RegisterPlace const ofChip = book.one( "ptp0:0x7" );
    EXPECT_EQ( ofChip.chip, card.max24305( "ptp0" ) );
    EXPECT_EQ( ofChip.address, 7u );
-   EXPECT_EQ( ofChip.kind, book.one( "ptp0.apllStatus" ).kind );
-   EXPECT_EQ( book.one( "ptp1:65535" ).kind, nullptr );
+   EXPECT_EQ( ofChip.declaration, book.one( "ptp0.apllStatus" ).declaration );
+   EXPECT_EQ( book.one( "ptp1:65535" ).declaration, nullptr );
    EXPECT_EQ( book.one( "ptp1Reset" ).output, &card.gpos[2] );
 }
 
@@ -78,18 +78,47 @@ TEST_F( RegisterBookTest, ReplacesOneField ) {
    std::string field;
    RegisterPlace const enable = book.one( "osc0.tolvaneEnable.enable", &field );
    EXPECT_EQ( field, "enable" );
-   EXPECT_EQ( enable.kind->fieldIs( 0x80000001, field, "1" ), 0x80000003u );
-   EXPECT_EQ( enable.kind->fieldIs( 3, field, "false" ), 1u );
-   EXPECT_EQ( book.one( "ptp0.spiCtrl" ).kind->fieldIs( 0xFFFFFFFF, "readFifoCount", "0x1f" ), 0xFFFFFFDFu );
+   EXPECT_EQ( enable.withField( 0x80000001, field, "1" ), 0x80000003u );
+   EXPECT_EQ( enable.withField( 3, field, "false" ), 1u );
+   EXPECT_EQ( book.one( "ptp0.spiCtrl" ).withField( 0xFFFFFFFF, "readFifoCount", "0x1f" ), 0xFFFFFFDFu );
    EXPECT_EQ(
-      error( [&] { enable.kind->fieldIs( 0, "enabled", "1" ); } ),
+      error( [&] { enable.withField( 0, "enabled", "1" ); } ),
       "there is no field \"enabled\"; expected \"enable\" or \"powerGood\"" );
    EXPECT_EQ(
-      error( [&] { book.one( "ptp0.spiReset" ).kind->fieldIs( 0, "reset", "2" ); } ),
+      error( [&] { book.one( "ptp0.spiReset" ).withField( 0, "reset", "2" ); } ),
       "the field \"reset\": expected a number from 0 to 1, found \"2\"" );
    EXPECT_EQ(
-      error( [&] { enable.kind->fieldIs( 0, "enable", "on" ); } ),
+      error( [&] { enable.withField( 0, "enable", "on" ); } ),
       "the field \"enable\": expected a number from 0 to 1, found \"on\"" );
+}
+
+TEST_F( RegisterBookTest, AFieldThatCanOnlyBeReadIsNotReplaced ) {
+   EXPECT_EQ(
+      error( [&] { book.one( "osc0.tolvaneEnable" ).withField( 0, "powerGood", "1" ); } ),
+      "the field \"powerGood\" can only be read; expected \"enable\"" );
+}
+
+TEST_F( RegisterBookTest, KnowsWhatCanBeReadAndWritten ) {
+   auto const readable = [&]( std::string const & word ) {
+      return error( [&] { book.requireReadable( book.one( word ) ); } ) == "no error";
+   };
+   auto const writable = [&]( std::string const & word ) {
+      return error( [&] { book.requireWritable( book.one( word ) ); } ) == "no error";
+   };
+   for ( char const * both : { "osc0.tolvaneEnable", "ptp0.spiReset", "ptp0Reset", "0x2000", "0x4000", "ptp0:8" } )
+      EXPECT_TRUE( readable( both ) && writable( both ) ) << both;
+   // ptp1's SPI master has no reset.
+   for ( char const * onlyRead :
+         { "ptp0.spiResponseFifo", "ptp0.spiCtrl", "0x120", "ptp0.max24305Status", "ptp0.apllStatus", "ptp0:7",
+           "ptp1.spiReset", "0x430" } )
+      EXPECT_TRUE( readable( onlyRead ) && !writable( onlyRead ) ) << onlyRead;
+   for ( char const * onlyWritten : { "ptp0.spiCommandFifo", "0x100" } )
+      EXPECT_TRUE( !readable( onlyWritten ) && writable( onlyWritten ) ) << onlyWritten;
+   EXPECT_EQ(
+      error( [&] { book.requireWritable( book.one( "0x420" ) ); } ),
+      "\"0x420\" can only be read: it ignores writes; expected a register that can be written: \"osc0.tolvaneEnable\", "
+      "\"ptp0.spiCommandFifo\", \"ptp0.spiReset\", \"ptp1.spiCommandFifo\", \"osc0Reset\", \"ptp0Reset\" or "
+      "\"ptp1Reset\"" );
 }
 
 TEST_F( RegisterBookTest, ANameThatTheCardHasNotIsAnError ) {

@@ -208,4 +208,14 @@ TEST( Report, HearsNoStepsOnceItHasGone ) {
    EXPECT_FALSE( Hardware::stepsTold() );
 }
 
+TEST( Report, WarnsOfAnAccessWhereTheCardHasNoRegister ) {
+   std::ostringstream out;
+   SimulatedWorld world( cardOf( singleCard ), {} );
+   Report report( out, Style( false ), world, std::nullopt );
+   world.events().listenerAdd( report );
+   world.card().hamImpl()->write32( 0x4000, 1 );
+   EXPECT_TRUE( has( out.str(), "warning         write to 0x4000, where the card has no register: it is lost\n" ) )
+      << out.str();
+}
+
 }   // namespace

@@ -51,9 +51,9 @@ class BringUpTest : public testing::Test {
  protected:
    BringUpTest() {
       events.listenerAdd( seen );
-      events.cardIs( card );
-      events.statusIs<Hardware::Max24305::Status>( status );
-      events.statusIs<Hardware::Kiv::ClockStatus>( clockStatus );
+      events.cardAdd( card );
+      events.statusAdd<Hardware::Max24305::Status>( status );
+      events.statusAdd<Hardware::Kiv::ClockStatus>( clockStatus );
       hamImpl->hardwarePresentIs( true );
       ham->hamImplIs( hamImpl );
       resetGpo->hamIs( ham );

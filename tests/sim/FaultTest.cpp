@@ -56,7 +56,7 @@ TEST_F( FaultBoardTest, WithoutAFaultNothingOccurs ) {
 }
 
 TEST_F( FaultBoardTest, ACountIsUsedUpByItsOccurrencesOnly ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_, .count = 2 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .count = 2 } );
    EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
    EXPECT_TRUE( faults.active( FaultKind::spiDead_ ) );
    EXPECT_EQ( faults.occurs( FaultKind::spiExtra_ ), nullptr );
@@ -68,12 +68,12 @@ TEST_F( FaultBoardTest, ACountIsUsedUpByItsOccurrencesOnly ) {
 }
 
 TEST_F( FaultBoardTest, ACountOfZeroIsNoFault ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_, .count = 0 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .count = 0 } );
    EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
 }
 
 TEST_F( FaultBoardTest, ASpanEndsAtItsNanosecondAndTellsSo ) {
-   faults.faultIs( { .kind = FaultKind::loseLock_, .forNs = 100 } );
+   faults.faultBegin( { .kind = FaultKind::loseLock_, .forNs = 100 } );
    clock->nowNsIs( 99 );
    EXPECT_TRUE( faults.active( FaultKind::loseLock_ ) );
    EXPECT_EQ( notes.text, "+loseLock" );
@@ -83,18 +83,18 @@ TEST_F( FaultBoardTest, ASpanEndsAtItsNanosecondAndTellsSo ) {
 }
 
 TEST_F( FaultBoardTest, TheFirstFaultOfAKindIsUsedUpFirst ) {
-   faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 5, .count = 1 } );
-   faults.faultIs( { .kind = FaultKind::slowLock_, .extraNs = 7 } );
+   faults.faultBegin( { .kind = FaultKind::slowLock_, .extraNs = 5, .count = 1 } );
+   faults.faultBegin( { .kind = FaultKind::slowLock_, .extraNs = 7 } );
    EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 5u );
    EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 7u );
    EXPECT_EQ( faults.occurs( FaultKind::slowLock_ )->extraNs, 7u );
 }
 
 TEST_F( FaultBoardTest, AFaultWithSpanAndCountEndsByWhicheverComesFirst ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 1 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 1 } );
    faults.occurs( FaultKind::spiDead_ );
    EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
-   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 5 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .forNs = 100, .count = 5 } );
    clock->nowNsIs( 100 );
    EXPECT_FALSE( faults.active( FaultKind::spiDead_ ) );
 }

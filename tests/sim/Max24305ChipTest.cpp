@@ -37,7 +37,7 @@ class Max24305ChipTest : public testing::Test {
       chip.resetIs( false );
    }
    bool locked() { return read( 7 ) == 0x11; }
-   void fault( Fault const & fault ) { faults.faultIs( fault ); }
+   void fault( Fault const & fault ) { faults.faultBegin( fault ); }
 
    Vor::Ptr<VirtualClock> const clock = new VirtualClock;
    FaultBoard faults{ *clock };

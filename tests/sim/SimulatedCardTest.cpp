@@ -27,7 +27,7 @@ SimulatedCard::Parameters parameters() {
    return {
       .outputs =
          { { .name = "osc0Reset", .offset = outputs, .bit = 0 },
-           { .name = "ptp0Reset", .offset = outputs, .bit = 1, .activeLow = true },
+           { .name = "ptp0Reset", .offset = outputs, .bit = 1, .activeType = Fru::activeLow_ },
            { .name = "ptp1Reset", .offset = outputs, .bit = 2 },
            { .name = "spare", .offset = outputs + 4, .bit = 31 } },
       .max24305s =
@@ -84,6 +84,37 @@ TEST_F( SimulatedCardTest, WhereNothingStandsReadsGiveZeroAndWritesAreLost ) {
       card.write32( address, 0xFFFFFFFF );
       EXPECT_EQ( card.read32( address ), 0u ) << address;
    }
+}
+
+TEST_F( SimulatedCardTest, AnAccessWhereNothingStandsIsToldOfOncePerAddressAndDirection ) {
+   struct Told final : UnclaimedObserver {
+      void onUnclaimed( U32 address, AccessDirection direction ) override {
+         story += unclaimedText( address, direction ) + "\n";
+         ++count;
+      }
+      std::string story;
+      std::size_t count = 0;
+   } told;
+   card.read32( 4 );   // nobody listens yet
+   card.unclaimedObserverIs( &told );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .count = 1 } );
+   card.read32( 4 );   // nothing of the card answers
+   for ( int i = 0; i < 2; ++i ) {
+      card.read32( 4 );
+      card.write32( 260, 1 );
+      card.read32( 260 );
+      card.read32( ptp0Spi );   // a register that cannot be read is one all the same
+      card.write32( ptp0Frequency, 1 );
+      card.read32( tolvane );
+   }
+   EXPECT_EQ(
+      told.story, "read of 0x4, where the card has no register: it gives 0\n"
+                  "write to 0x104, where the card has no register: it is lost\n"
+                  "read of 0x104, where the card has no register: it gives 0\n" );
+   for ( U32 address = 0x10000; address < 0x20000; address += 4 ) card.read32( address );
+   EXPECT_EQ( told.count, SimulatedCard::unclaimedToldMax );
+   card.unclaimedObserverIs( nullptr );
+   EXPECT_EQ( card.read32( 8 ), 0u );
 }
 
 TEST_F( SimulatedCardTest, TheFrequencyRegistersFollowTheLocks ) {
@@ -150,7 +181,7 @@ TEST_F( SimulatedCardTest, TheTolvaneIsEnabledAndReset ) {
 
 TEST_F( SimulatedCardTest, NoPowerForASpan ) {
    card.write32( tolvane, 2 );
-   card.faultIs( "osc0", { .kind = FaultKind::noPower_, .forNs = 100 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::noPower_, .forNs = 100 } );
    EXPECT_EQ( card.read32( tolvane ), 0u );
    card.write32( tolvane, 2 );
    EXPECT_EQ( card.read32( tolvane ), 0u );
@@ -161,7 +192,7 @@ TEST_F( SimulatedCardTest, NoPowerForASpan ) {
 }
 
 TEST_F( SimulatedCardTest, NoPowerCountsTheWritesThatWouldEnable ) {
-   card.faultIs( "osc0", { .kind = FaultKind::noPower_, .count = 2 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::noPower_, .count = 2 } );
    card.write32( tolvane, 0 );
    for ( int i = 0; i < 2; ++i ) {
       card.write32( tolvane, 2 );
@@ -172,7 +203,7 @@ TEST_F( SimulatedCardTest, NoPowerCountsTheWritesThatWouldEnable ) {
 }
 
 TEST_F( SimulatedCardTest, ResetStuckKeepsTheChipInResetForItsCount ) {
-   card.faultIs( "ptp1", { .kind = FaultKind::resetStuck_, .count = 1 } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::resetStuck_, .count = 1 } );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0x8000005E );   // it shows from the next pulse on
    auto pulse = [this] {
       card.write32( outputs, ptp0Bit | ptp1Bit );
@@ -186,8 +217,8 @@ TEST_F( SimulatedCardTest, ResetStuckKeepsTheChipInResetForItsCount ) {
 }
 
 TEST_F( SimulatedCardTest, ResetStuckForASpanLetsTheChipFollowItsLineAfterwards ) {
-   card.faultIs( "osc0", { .kind = FaultKind::resetStuck_, .forNs = 1'000 } );
-   card.faultIs( "ptp1", { .kind = FaultKind::resetStuck_, .forNs = 1'000'000 } );
+   card.faultBegin( "osc0", { .kind = FaultKind::resetStuck_, .forNs = 1'000 } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::resetStuck_, .forNs = 1'000'000 } );
    card.write32( outputs, ptp0Bit | ptp1Bit | osc0Bit );
    card.write32( outputs, ptp0Bit );
    card.write32( tolvane, 2 );
@@ -200,20 +231,20 @@ TEST_F( SimulatedCardTest, ResetStuckForASpanLetsTheChipFollowItsLineAfterwards 
 }
 
 TEST_F( SimulatedCardTest, FaultsReachTheNamedChipOnly ) {
-   card.faultIs( "ptp0", { .kind = FaultKind::bitFlip_, .address = 0x30, .mask = 1 } );
+   card.faultBegin( "ptp0", { .kind = FaultKind::bitFlip_, .address = 0x30, .mask = 1 } );
    EXPECT_EQ( read( ptp0Spi, 0x30 ), 0x8000005F );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0x8000005E );
-   card.faultIs( "ptp1", { .kind = FaultKind::spiDead_ } );
+   card.faultBegin( "ptp1", { .kind = FaultKind::spiDead_ } );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0u );
    advance( 10'000'000 );
    EXPECT_TRUE( locked( ptp0Spi ) );
-   card.faultIs( "ptp0", { .kind = FaultKind::loseLock_ } );
+   card.faultBegin( "ptp0", { .kind = FaultKind::loseLock_ } );
    EXPECT_FALSE( locked( ptp0Spi ) );
 }
 
 TEST_F( SimulatedCardTest, HardwareGoneHoldsForTheWholeCard ) {
    card.write32( tolvane, 2 );
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_, .forNs = 100 } );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .forNs = 100 } );
    for ( U32 const address : { 0u, ptp0Spi + 0x20, ptp1Frequency, outputs, tolvane } )
       EXPECT_EQ( card.read32( address ), 0xFFFFFFFF );
    card.write32( tolvane, 0 );
@@ -224,7 +255,7 @@ TEST_F( SimulatedCardTest, HardwareGoneHoldsForTheWholeCard ) {
 }
 
 TEST_F( SimulatedCardTest, HardwareGoneCountsReadsAndWrites ) {
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_, .count = 3 } );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .count = 3 } );
    card.write32( tolvane, 2 );
    EXPECT_EQ( card.read32( tolvane ), 0xFFFFFFFF );
    EXPECT_EQ( card.read32( 0 ), 0xFFFFFFFF );
@@ -234,7 +265,7 @@ TEST_F( SimulatedCardTest, HardwareGoneCountsReadsAndWrites ) {
 TEST_F( SimulatedCardTest, AFaultThatFitsNothingIsRefused ) {
    auto refusal = [this]( char const * chip, FaultKind kind ) -> std::string {
       try {
-         card.faultIs( chip, { .kind = kind } );
+         card.faultBegin( chip, { .kind = kind } );
       } catch ( std::invalid_argument const & error ) {
          return error.what();
       }
@@ -275,7 +306,8 @@ TEST_F( CardErrorTest, AChipOnAnOutputsRegister ) {
 
 TEST_F( CardErrorTest, TwoOutputsOfOneBit ) {
    wrong.outputs[2].bit = 1;
-   EXPECT_EQ( error(), "the outputs \"ptp0Reset\" and \"ptp1Reset\" have the same bit 1 at 8192" );
+   EXPECT_EQ(
+      error(), "bit 1 of the register at 8192 belongs to the output \"ptp0Reset\" and to the output \"ptp1Reset\"" );
 }
 
 TEST_F( CardErrorTest, ABitAbove31 ) {

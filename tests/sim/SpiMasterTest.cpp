@@ -168,7 +168,7 @@ TEST_F( SpiMasterTest, CountsAndResponsesCannotBeWrittenAndCommandsNotRead ) {
 }
 
 TEST_F( SpiMasterTest, SpiDeadLosesResponsesForItsCount ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_, .count = 2 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .count = 2 } );
    for ( int i = 0; i < 3; ++i ) {
       writeTransaction( 1 );   // has no response to lose
       readTransaction();
@@ -178,18 +178,18 @@ TEST_F( SpiMasterTest, SpiDeadLosesResponsesForItsCount ) {
 }
 
 TEST_F( SpiMasterTest, SpiDeadLosesResponsesForItsSpan ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 3'200 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .forNs = 3'200 } );
    readTransaction();   // its span began first, so it has ended as the response comes
    advance( 3'200 );
    EXPECT_EQ( readCount(), 1u );
-   faults.faultIs( { .kind = FaultKind::spiDead_, .forNs = 3'201 } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_, .forNs = 3'201 } );
    readTransaction();
    advance( 3'200 );
    EXPECT_EQ( readCount(), 1u );
 }
 
 TEST_F( SpiMasterTest, AFaultWithoutEndLastsToTheEnd ) {
-   faults.faultIs( { .kind = FaultKind::spiDead_ } );
+   faults.faultBegin( { .kind = FaultKind::spiDead_ } );
    for ( int i = 0; i < 20; ++i ) readTransaction();
    advance( 100'000'000'000 );
    readTransaction();
@@ -198,7 +198,7 @@ TEST_F( SpiMasterTest, AFaultWithoutEndLastsToTheEnd ) {
 }
 
 TEST_F( SpiMasterTest, SpiInvalidTakesTheValidBitAway ) {
-   faults.faultIs( { .kind = FaultKind::spiInvalid_, .count = 1 } );
+   faults.faultBegin( { .kind = FaultKind::spiInvalid_, .count = 1 } );
    readTransaction();
    readTransaction();
    advance( 6'400 );
@@ -207,7 +207,7 @@ TEST_F( SpiMasterTest, SpiInvalidTakesTheValidBitAway ) {
 }
 
 TEST_F( SpiMasterTest, SpiExtraDoublesTheResponse ) {
-   faults.faultIs( { .kind = FaultKind::spiExtra_, .count = 1 } );
+   faults.faultBegin( { .kind = FaultKind::spiExtra_, .count = 1 } );
    readTransaction();
    advance( 3'200 );
    EXPECT_EQ( readCount(), 2u );
@@ -221,7 +221,7 @@ TEST_F( SpiMasterTest, SpiExtraDoublesTheResponse ) {
 TEST_F( SpiMasterTest, SpiStuckWriteHoldsTheWordsUntilItsSpanEnds ) {
    writeTransaction( 1 );
    advance( 1'000 );   // one byte is out, the second on the wire
-   faults.faultIs( { .kind = FaultKind::spiStuckWrite_, .forNs = 50'000 } );
+   faults.faultBegin( { .kind = FaultKind::spiStuckWrite_, .forNs = 50'000 } );
    advance( 49'999 );
    EXPECT_EQ( writeCount(), 3u );
    EXPECT_EQ( device.seen, "02 " );
@@ -232,7 +232,7 @@ TEST_F( SpiMasterTest, SpiStuckWriteHoldsTheWordsUntilItsSpanEnds ) {
 }
 
 TEST_F( SpiMasterTest, SpiStuckWriteCountsTransactionsAndSparesLoneClosingWords ) {
-   faults.faultIs( { .kind = FaultKind::spiStuckWrite_, .count = 2 } );
+   faults.faultBegin( { .kind = FaultKind::spiStuckWrite_, .count = 2 } );
    for ( U8 i = 0; i < 2; ++i ) {
       master.write( commandFifo, csEnd );
       advance( 1'000'000 );
@@ -248,7 +248,7 @@ TEST_F( SpiMasterTest, SpiStuckWriteCountsTransactionsAndSparesLoneClosingWords 
 }
 
 TEST_F( SpiMasterTest, AResetDropsWhatStuck ) {
-   faults.faultIs( { .kind = FaultKind::spiStuckWrite_, .count = 1 } );
+   faults.faultBegin( { .kind = FaultKind::spiStuckWrite_, .count = 1 } );
    writeTransaction( 1 );
    master.write( resetRegister, 1 );
    master.write( resetRegister, 0 );
@@ -258,8 +258,8 @@ TEST_F( SpiMasterTest, AResetDropsWhatStuck ) {
 }
 
 TEST_F( SpiMasterTest, OverlappingSpansEndWithTheLast ) {
-   faults.faultIs( { .kind = FaultKind::spiStuckWrite_, .forNs = 10'000 } );
-   faults.faultIs( { .kind = FaultKind::spiStuckWrite_, .forNs = 20'000 } );
+   faults.faultBegin( { .kind = FaultKind::spiStuckWrite_, .forNs = 10'000 } );
+   faults.faultBegin( { .kind = FaultKind::spiStuckWrite_, .forNs = 20'000 } );
    writeTransaction( 1 );
    advance( 15'000 );
    EXPECT_EQ( writeCount(), 4u );

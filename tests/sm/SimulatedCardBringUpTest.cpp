@@ -57,7 +57,7 @@ class SimulatedCardBringUpTest : public Max24305World {
       return Max24305WithStuffedClockInputSm::Max24305WithStuffedClockInputSmIs(
          redundancy, config, status, pllStatus, timeSync, output );
    }
-   void fault( Sim::Fault const & fault ) { card.faultIs( "ptp0", fault ); }
+   void fault( Sim::Fault const & fault ) { card.faultBegin( "ptp0", fault ); }
    Lines statesTold() {
       Lines states = diary.of( { "status", "clock" } );
       diary.take();
@@ -146,7 +146,7 @@ TEST_F( SimulatedCardBringUpTest, ACardThatGoesAndComesBack ) {
    auto const machine = machineOnCard();
    rig.turns();
    diary.take();
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_, .forNs = second } );
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .forNs = second } );
    cardHam->hardwarePresentIs( false );
    EXPECT_EQ( statesTold(), ( Lines{ told( "status", "uninitialized" ), told( "clock", "notReady" ) } ) );
    rig.clock->nowNsIs( rig.clock->nowNs() + second );
@@ -158,7 +158,7 @@ TEST_F( SimulatedCardBringUpTest, ACardThatGoesAndComesBack ) {
 TEST_F( SimulatedCardBringUpTest, ACardThatIsGoneDuringTheLockWaitCountsAsLocked ) {
    auto const machine = machineOnCard();
    rig.turn();
-   card.faultIs( "", { .kind = FaultKind::hardwareGone_ } );   // and nobody has said so yet
+   card.faultBegin( "", { .kind = FaultKind::hardwareGone_ } );   // and nobody has said so yet
    EXPECT_EQ( rig.turns(), 1u );
    EXPECT_EQ( status->state(), ready_ );
    EXPECT_EQ( diary.count( trace( 1, "doRead", "SPI ERROR: Read count = ?" ) ), 1u );

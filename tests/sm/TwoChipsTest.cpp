@@ -310,7 +310,7 @@ TEST_F( OneOfEachTest, AChangeOfTheMax24305sOwnOutputLeavesBothAlone ) {
 }
 
 TEST_F( OneOfEachTest, ATolvaneThatNeedsThreeAttemptsWakesItsMax24305Once ) {
-   card.faultIs( "osc0", { .kind = Sim::FaultKind::noPower_, .count = 2 } );
+   card.faultBegin( "osc0", { .kind = Sim::FaultKind::noPower_, .count = 2 } );
    handle->hardwarePresentIs( true );
    machineIs( ptp, osc );
    machineIs( osc );
@@ -320,7 +320,7 @@ TEST_F( OneOfEachTest, ATolvaneThatNeedsThreeAttemptsWakesItsMax24305Once ) {
 }
 
 TEST_F( OneOfEachTest, ATolvaneWithoutSupplyKeepsItsMax24305DownUntilItsInputsChange ) {
-   card.faultIs( "osc0", { .kind = Sim::FaultKind::noPower_, .forNs = 10'000'000'000 } );
+   card.faultBegin( "osc0", { .kind = Sim::FaultKind::noPower_, .forNs = 10'000'000'000 } );
    handle->hardwarePresentIs( true );
    machineIs( osc );
    machineIs( ptp, osc );
