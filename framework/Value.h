@@ -70,9 +70,9 @@ template<class T> T fromValue( Value const & value ) {
    else if constexpr ( std::unsigned_integral<T> )
       return static_cast<T>( Detail::unsignedFromValue( value, std::numeric_limits<T>::max() ) );
    else if constexpr ( Enumeration<T> ) {
-      if ( auto const * number = std::get_if<U64>( &value ) )
-         return static_cast<T>( Detail::unsignedFromValue( *number, std::numeric_limits<U32>::max() ) );
-      return enumInstance<T>( Detail::stringFromValue( value ) );
+      if ( !std::holds_alternative<U64>( value ) ) return enumInstance<T>( Detail::stringFromValue( value ) );
+      U32 const number = fromValue<U32>( value );
+      return enumType( T{} ).open() ? static_cast<T>( number ) : enumInstance<T>( number );
    } else if constexpr ( Detail::isPtr<T> ) {
       using Pointee = typename T::Pointee;
       if ( std::holds_alternative<std::monostate>( value ) ) return nullptr;

@@ -8,7 +8,8 @@ namespace Hardware::Kiv {
 Vor::EnumType const & enumType( ClockStatus::State ) {
    static constexpr Vor::Enumerator enumerators[] = {
       { ClockStatus::notReady_, "notReady" }, { ClockStatus::ready_, "ready" }, { ClockStatus::failed_, "failed" } };
-   static constinit Vor::EnumType const type( "Hardware::Kiv::ClockStatus::State", enumerators );
+   static constinit Vor::EnumType const type(
+      "Hardware::Kiv::ClockStatus::State", enumerators, Vor::EnumType::Numbers::open );
    return type;
 }
 

@@ -12,7 +12,8 @@ Vor::EnumType const & enumType( OperationalState ) {
       { acquiring_, "acquiring" },
       { locked_, "locked" },
       { holdover_, "holdover" } };
-   static constinit Vor::EnumType const type( "PtpTimeSync::OperationalState", enumerators );
+   static constinit Vor::EnumType const type(
+      "PtpTimeSync::OperationalState", enumerators, Vor::EnumType::Numbers::open );
    return type;
 }
 

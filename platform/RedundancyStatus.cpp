@@ -9,7 +9,7 @@ Vor::EnumType const & enumType( RedundancyMode ) {
    static constexpr Vor::Enumerator enumerators[] = { { unknown_, "unknown" },         { simplex_, "simplex" },
                                                       { coldStandby_, "coldStandby" }, { standby_, "standby" },
                                                       { switchover_, "switchover" },   { active_, "active" } };
-   static constinit Vor::EnumType const type( "Redundancy::RedundancyMode", enumerators );
+   static constinit Vor::EnumType const type( "Redundancy::RedundancyMode", enumerators, Vor::EnumType::Numbers::open );
    return type;
 }
 

@@ -77,6 +77,12 @@ TEST( Type, AnArgumentOfTheWrongKindIsARangeError ) {
    EXPECT_THROW( Lamp::staticType().make( wrong ), Vor::RangeException );
 }
 
+TEST( Type, AClosedEnumerationTakesNoOtherNumberFromAMaker ) {
+   NamedValue const wrong[] = {
+      { "name", String( "hall" ) }, { "watts", U64{ 60 } }, { "colour", U64{ 5 } }, { "socket", {} } };
+   EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( wrong ); } ), "Test::Colour has no enumerator of value 5" );
+}
+
 TEST( Type, ATypeWithoutAFactoryMakesNothing ) {
    EXPECT_THROW( Vor::PtrInterface::staticType().make( {} ), Vor::OperationNotSupportedException );
 }

@@ -246,6 +246,10 @@ TEST_F( StatusDirTest, Reflection ) {
    EXPECT_EQ( made->role(), timeSync_ );
    Vor::Reflected( made ).set( "state", String( "failed" ) );
    EXPECT_EQ( made->state(), failed_ );
+   EXPECT_THROW( Vor::Reflected( made ).set( "state", U64{ 4 } ), Vor::RangeException );
+   EXPECT_EQ( made->state(), failed_ );
+   Vor::NamedValue const wrong[] = { { "role", U64{ 2 } }, { "genId", String( "1" ) }, { "name", String( "made" ) } };
+   EXPECT_THROW( Status::staticType().make( wrong ), Vor::RangeException );
 }
 
 TEST( Max24305Status, TheStateIsToldOnChangeOnly ) {

@@ -233,6 +233,7 @@ TEST_F( TolvaneTest, Reflection ) {
    Ptr<Status> const madeStatus = Vor::ptrCast<Status>( Status::staticType().make( ofStatus ) );
    EXPECT_EQ( madeStatus->role(), timeSync_ );
    EXPECT_EQ( madeStatus->genId(), Fru::GenerationId( 9 ) );
+   EXPECT_THROW( Vor::Reflected( madeStatus ).set( "state", U64{ 3 } ), Vor::RangeException );
 }
 
 }   // namespace
