@@ -1,12 +1,9 @@
 // Makes a type's descriptor from its attribute list; included by the source file that defines the type only.
 //
-//    Vor::Type const & Status::staticType() {
-//       static constinit auto const type = Vor::describe<Status, &statusFactory>( "Hardware::Max24305::Status" );
-//       return type;
-//    }
+//    Vor::Type const & Status::staticType() { return Vor::entityType<Status, "Hardware::Max24305::Status">(); }
 #pragma once
 
-#include "framework/Attributes.h"
+#include "framework/Allocate.h"
 #include "framework/Exception.h"
 #include "framework/Value.h"
 
@@ -28,6 +25,8 @@ template<class R, class C, class... A> struct Signature<R ( C::* )( A... )> : Si
 template<class R, class C, class... A> struct Signature<R ( C::* )( A... ) const> : Signature<R ( * )( A... )> {};
 
 template<class F, std::size_t i> using ArgumentOf = std::tuple_element_t<i, typename Signature<F>::Arguments>;
+
+template<class... A> consteval std::size_t count( TypeList<A...> ) { return sizeof...( A ); }
 
 constexpr bool isNull( auto function ) { return std::is_same_v<decltype( function ), std::nullptr_t>; }
 
@@ -139,7 +138,7 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
    }
    if constexpr ( !Detail::isNull( factory ) ) {
       static_assert(
-         std::tuple_size_v<ConstructorParameters<T>> ==
+         Detail::count( ConstructorParameters<T>() ) ==
             std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments>,
          "the factory takes the constructor parameters of the list" );
       operations.make = []( std::span<Value const> arguments ) {
@@ -147,6 +146,17 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
       };
    }
    return Type( name, Detail::attributesOf<T>, operations );
+}
+
+/// The one descriptor of the entity type `T`; an abstract one has no factory.
+template<class T, Tag name> Type const & entityType() {
+   static constinit Type const type = [] {
+      if constexpr ( std::is_abstract_v<T> )
+         return describe<T>( name.text );
+      else
+         return describe<T, &factoryOf<T>>( name.text );
+   }();
+   return type;
 }
 
 }   // namespace Vor

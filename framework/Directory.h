@@ -47,7 +47,7 @@ void requireEqual( Member const & member, Requested const & requested ) {
 /// throws NameInUseException.
 template<class Member, class... Requested>
 void requireEqualParameters( Member const & member, Requested const &... requested ) {
-   [&]<class... Parameter>( std::tuple<Parameter...> ) {
+   [&]<class... Parameter>( Detail::TypeList<Parameter...> ) {
       ( Detail::requireEqual<Parameter>( member, requested ), ... );
    }( ConstructorParameters<Member>{} );
 }

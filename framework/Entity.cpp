@@ -1,6 +1,5 @@
 #include "framework/Entity.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Vor {
@@ -16,11 +15,6 @@ void Entity::vorTellObserversOf( Attribute const & attribute, Value const & key 
       [&]( NotifieeBase & member ) { static_cast<EntityObserver &>( member ).onAttribute( *this, attribute, key ); } );
 }
 
-Type const & Entity::staticType() {
-   static constinit auto const type = describe<Entity, &entityFactory>( "Vor::Entity" );
-   return type;
-}
-
-Ptr<Entity> entityFactory( Name name ) { return allocate<Entity>( std::move( name ) ); }
+Type const & Entity::staticType() { return entityType<Entity, "Vor::Entity">(); }
 
 }   // namespace Vor

@@ -1,6 +1,5 @@
 #include "platform/ClockStatus.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Hardware::Kiv {
@@ -13,11 +12,6 @@ Vor::EnumType const & enumType( ClockStatus::State ) {
    return type;
 }
 
-Vor::Type const & ClockStatus::staticType() {
-   static constinit auto const type = Vor::describe<ClockStatus, &clockStatusFactory>( "Hardware::Kiv::ClockStatus" );
-   return type;
-}
-
-Vor::Ptr<ClockStatus> clockStatusFactory( Vor::Name name ) { return Vor::allocate<ClockStatus>( std::move( name ) ); }
+Vor::Type const & ClockStatus::staticType() { return Vor::entityType<ClockStatus, "Hardware::Kiv::ClockStatus">(); }
 
 }   // namespace Hardware::Kiv

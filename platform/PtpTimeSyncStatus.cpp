@@ -1,6 +1,5 @@
 #include "platform/PtpTimeSyncStatus.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace PtpTimeSync {
@@ -17,11 +16,6 @@ Vor::EnumType const & enumType( OperationalState ) {
    return type;
 }
 
-Vor::Type const & Status::staticType() {
-   static constinit auto const type = Vor::describe<Status, &statusFactory>( "PtpTimeSync::Status" );
-   return type;
-}
-
-Vor::Ptr<Status> statusFactory( Vor::Name name ) { return Vor::allocate<Status>( std::move( name ) ); }
+Vor::Type const & Status::staticType() { return Vor::entityType<Status, "PtpTimeSync::Status">(); }
 
 }   // namespace PtpTimeSync

@@ -1,6 +1,5 @@
 #include "platform/RedundancyStatus.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Redundancy {
@@ -24,13 +23,7 @@ void RedundancyStatus::switchoverStageDel( Vor::String stage ) {
 }
 
 Vor::Type const & RedundancyStatus::staticType() {
-   static constinit auto const type =
-      Vor::describe<RedundancyStatus, &redundancyStatusFactory>( "Redundancy::RedundancyStatus" );
-   return type;
-}
-
-Vor::Ptr<RedundancyStatus> redundancyStatusFactory( Vor::Name name ) {
-   return Vor::allocate<RedundancyStatus>( std::move( name ) );
+   return Vor::entityType<RedundancyStatus, "Redundancy::RedundancyStatus">();
 }
 
 }   // namespace Redundancy
