@@ -181,6 +181,7 @@ TEST( Op, Reflection ) {
    EXPECT_THROW( reflected.set( "type", String( "erase" ) ), Vor::RangeException );
    EXPECT_THROW( reflected.set( "type", U64{ 4 } ), Vor::RangeException );
    EXPECT_EQ( op.type, sleep_ );
+   EXPECT_EQ( Op::staticType().attribute( "type" ).typeName, enumType( OpType{} ).name() );
    EXPECT_THROW( reflected.hash(), Vor::UnhashableTypeException );
    EXPECT_FALSE( reflected.isDefault() );
 }
