@@ -4,6 +4,14 @@
 
 namespace Vor {
 
+namespace {
+
+std::atomic<U32> entitiesMade{ 0 };
+
+}   // namespace
+
+Entity::Entity( Name name ) : name_( std::move( name ) ), ordinal_( ++entitiesMade ) {}
+
 String Entity::fullName() const { return ( parent_ ? parent_->fullName() : String() ) + "/" + name_.string(); }
 
 String Entity::parentAttrName() const {

@@ -40,11 +40,14 @@ namespace Vor {
 
 class Entity : public PtrInterface {
  public:
-   explicit Entity( Name name ) : name_( std::move( name ) ) {}
+   explicit Entity( Name name );
 
    Name name() const { return name_; }
    /// The path from the root: the parent's full name, "/", the name.
    String fullName() const;
+   /// Which entity of this process it is, counted from 1 as they are made: tells entities of one full name apart, and
+   /// is the same in each run that makes the same entities.
+   U32 ordinal() const { return ordinal_; }
 
    Entity * parent() const { return parent_; }
    void parentIs( Entity * parent ) { parent_ = parent; }
@@ -77,6 +80,7 @@ class Entity : public PtrInterface {
    Name const name_;
    Entity * parent_ = nullptr;
    U32 parentAttrId_ = 0;
+   U32 const ordinal_;
    mutable NotifieeList notifieeList_;
    mutable NotifieeList observerList_;
 };

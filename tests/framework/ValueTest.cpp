@@ -108,6 +108,19 @@ TEST( Value, AnEmptyReferenceIsOneOfEveryType ) {
    EXPECT_EQ( fromValue<Ptr<Lamp const>>( toValue( Ptr<LampDir>() ) ), nullptr );
 }
 
+TEST( Value, AReferenceStandsBesideAnotherOfItsFullNameWithItsOrdinal ) {
+   Ptr<Lamp> const hall = plainLamp( "hall" );
+   Ptr<Lamp> const twin = plainLamp( "hall" );
+   Ptr<Lamp> const attic = plainLamp( "attic" );
+   EXPECT_EQ( twin->ordinal(), hall->ordinal() + 1 );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), attic.ptr() ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), hall.ptr() ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), nullptr ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( nullptr, hall.ptr() ), "'none'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), twin.ptr() ), Vor::format( "'/hall' (entity %u)", hall->ordinal() ) );
+   EXPECT_EQ( Vor::referenceToStrep( twin.ptr(), hall.ptr() ), Vor::format( "'/hall' (entity %u)", twin->ordinal() ) );
+}
+
 TEST( Value, TextForPeople ) {
    EXPECT_EQ( valueText( Value() ), "none" );
    EXPECT_EQ( valueText( String( "it's" ) ), "it's" );

@@ -151,7 +151,10 @@ TEST_F( ConfigDirTest, TheHandleIsComparedByIdentity ) {
    ask( usual );
    Asked asked = usual;
    asked.ham = Fru::hamFactory( "kiv" );
-   EXPECT_EQ( messageOf( [&] { ask( asked ); } ), refusal( "ham", "'/kiv'", "'/kiv'" ) );
+   auto const text = [&]( Fru::Ham const & handle ) {
+      return Vor::format( "'/kiv' (entity %u)", handle.ordinal() ).stdString();
+   };
+   EXPECT_EQ( messageOf( [&] { ask( asked ); } ), refusal( "ham", text( *asked.ham ).c_str(), text( *ham ).c_str() ) );
 }
 
 TEST_F( ConfigDirTest, RemovalIsToldIfThereWasAnything ) {
