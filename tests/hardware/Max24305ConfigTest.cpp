@@ -17,7 +17,10 @@ using Vor::Value;
 struct ConfigWatch final : Config::NotifieeConst {
    void onOpsToDo( U32 index ) override { tell( "op " + std::to_string( index ) ); }
    void onOpsToDo() override { tell( "all ops" ); }
-   void onOpsToDoMetadata() override { tell( "metadata" ); }
+   void onOpsToDoMetadata() override {
+      OpsToDoMetadata const & metadata = notifier()->opsToDoMetadata();
+      tell( "metadata " + std::to_string( metadata.firstIndex ) + " " + std::to_string( metadata.nextIndex ) );
+   }
    void onOpsToDoValid() override { tell( notifier()->opsToDoValid() ? "valid" : "not valid" ); }
    void tell( std::string const & what ) {
       story.push_back( what );
@@ -177,7 +180,7 @@ TEST_F( ConfigTest, ReflectionWorksOnQueueMetadataAndFlag ) {
    reflected.set( "opsToDoValid", true );
    reflected.deleteAt( "opsToDo", U64{ 4 } );
    reflected.call( "doCleanup" );
-   EXPECT_THAT( watch->story, ElementsAre( "op 4", "metadata", "valid", "op 4", "not valid" ) );
+   EXPECT_THAT( watch->story, ElementsAre( "op 4", "metadata 1 2", "valid", "op 4", "not valid" ) );
    EXPECT_EQ( config->opsToDoMetadata(), OpsToDoMetadata( 1, 2 ) );
    EXPECT_THROW( reflected.set( "slotId", U64{ 1 } ), Vor::OperationNotSupportedException );
    EXPECT_THROW( reflected.setAt( "opsToDo", U64{ 4 }, String( "write" ) ), Vor::ParseException );
