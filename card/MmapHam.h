@@ -5,7 +5,8 @@
 // `hardwarePresent` follows. While nothing is mapped, reads give 0xFFFFFFFF, as those of a card that is gone do, and
 // writes are lost.
 //
-//    Vor::Ptr<Host::MmapHam> ham = new Host::MmapHam( "ham", "/sys/bus/pci/devices/0000:03:00.0/resource0", 0, 0x10000 );
+//    Vor::Ptr<Host::MmapHam> ham =
+//       new Host::MmapHam( "ham", "/sys/bus/pci/devices/0000:03:00.0/resource0", 0, 0x10000 );
 //    ham->poll();                                   // now, and from the agent's loop
 //    if ( !ham->hardwarePresent() ) std::cerr << ham->trouble() << '\n';
 #pragma once

@@ -124,8 +124,8 @@ double TimerWheel::nextTime() const {
          next = std::min( next, timerOf( *link ).timeMin_ );
    };
    take( due_ );
-   // The bucket of the present tick also has the times before it; from there on, a time found in its own tick is earlier
-   // than all in the buckets that follow.
+   // The bucket of the present tick also has the times before it; from there on, a time found in its own tick is
+   // earlier than all in the buckets that follow.
    U64 const end = tick_ + buckets_.size();
    for ( U64 t = occupiedTick( tick_, end ); t < end; t = occupiedTick( t + 1, end ) ) {
       if ( t > std::max( tick( next ), tick_ ) ) break;

@@ -25,7 +25,8 @@ struct RegisterKind {
    bool readHasEffect;   ///< a read takes an entry out of a FIFO
    /// "writeFifoCount 0, readFifoCount 1"
    std::string ( *fieldsText )( U32 value );
-   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not know.
+   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not
+   /// know.
    U32 ( *fieldIs )( U32 value, std::string const & field, std::string const & text );
 };
 
