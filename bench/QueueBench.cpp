@@ -1,5 +1,5 @@
-// The link queue beside an ordered map keyed by index (the plain way to keep its rules) and a deque (which keeps none of
-// them: no index, no order, no element to hold on to). The number of operations in the queue is the argument.
+// The link queue beside an ordered map keyed by index (the plain way to keep its rules) and a deque (which keeps none
+// of them: no index, no order, no element to hold on to). The number of operations in the queue is the argument.
 #include "framework/LinkQueue.h"
 
 #include <benchmark/benchmark.h>

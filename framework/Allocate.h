@@ -1,9 +1,12 @@
 // The tracked allocator: every entity, machine and SPI interface is made through it, so that a type's descriptor
 // tells how many of it live.
+//
+//    /// A new status that stands in no directory.
+//    inline constexpr auto & statusFactory = Vor::factoryOf<Status>;   // Ptr<Status> statusFactory( Name, ... )
 #pragma once
 
+#include "framework/Attributes.h"
 #include "framework/PtrInterface.h"
-#include "framework/Type.h"
 
 namespace Vor {
 
@@ -14,5 +17,17 @@ template<class T, class... Arguments> Ptr<T> allocate( Arguments &&... arguments
    object->fwkType().vorAllocatedInc();
    return object;
 }
+
+namespace Detail {
+
+template<class T, class Parameters = ConstructorParameters<T>> struct Factory;
+template<class T, class... Parameter> struct Factory<T, TypeList<Parameter...>> {
+   static Ptr<T> make( ValueOf<Parameter::get>... values ) { return allocate<T>( std::move( values )... ); }
+};
+
+}   // namespace Detail
+
+/// The function that makes a `T`; it takes the constructor parameters of the list, in order, by value.
+template<class T> inline constexpr auto & factoryOf = Detail::Factory<T>::make;
 
 }   // namespace Vor

@@ -1,12 +1,9 @@
 // Makes a type's descriptor from its attribute list; included by the source file that defines the type only.
 //
-//    Vor::Type const & Status::staticType() {
-//       static constinit auto const type = Vor::describe<Status, &statusFactory>( "Hardware::Max24305::Status" );
-//       return type;
-//    }
+//    Vor::Type const & Status::staticType() { return Vor::entityType<Status, "Hardware::Max24305::Status">(); }
 #pragma once
 
-#include "framework/Attributes.h"
+#include "framework/Allocate.h"
 #include "framework/Exception.h"
 #include "framework/Value.h"
 
@@ -27,7 +24,29 @@ template<class R, class... A> struct Signature<R ( * )( A... )> {
 template<class R, class C, class... A> struct Signature<R ( C::* )( A... )> : Signature<R ( * )( A... )> {};
 template<class R, class C, class... A> struct Signature<R ( C::* )( A... ) const> : Signature<R ( * )( A... )> {};
 
+/// The name of a type as the compiler writes it.
+template<class T> constexpr std::string_view writtenName() {
+   std::string_view name = __PRETTY_FUNCTION__;   // ... [with T = NAME; ...] or ... [T = NAME]
+   name.remove_prefix( name.find( "T = " ) + 4 );
+   return name.substr( 0, name.find_first_of( ";]" ) );
+}
+
+/// The name of a type as the sources write it, the same from every compiler.
+template<class T> inline constexpr std::string_view typeName = writtenName<T>();
+template<> inline constexpr std::string_view typeName<U8> = "U8";
+template<> inline constexpr std::string_view typeName<U16> = "U16";
+template<> inline constexpr std::string_view typeName<U32> = "U32";
+template<> inline constexpr std::string_view typeName<U64> = "U64";
+template<> inline constexpr std::string_view typeName<char const *> = typeName<String>;
+
+template<class F>
+inline constexpr auto argumentTypeNames = []<class... A>( std::tuple<A...> * ) {
+   return std::array<std::string_view, sizeof...( A )>{ typeName<A>... };
+}( static_cast<typename Signature<F>::Arguments *>( nullptr ) );
+
 template<class F, std::size_t i> using ArgumentOf = std::tuple_element_t<i, typename Signature<F>::Arguments>;
+
+template<class... A> consteval std::size_t count( TypeList<A...> ) { return sizeof...( A ); }
 
 constexpr bool isNull( auto function ) { return std::is_same_v<decltype( function ), std::nullptr_t>; }
 
@@ -56,10 +75,12 @@ template<class F, class Call> Value callWith( std::span<Value const> arguments, 
 
 template<class T, class A> constexpr Attribute describeAttribute() {
    Attribute attribute{ .name = A::name, .kind = A::kind };
-   if constexpr ( requires { A::get; } )
+   if constexpr ( requires { A::get; } ) {
+      attribute.typeName = typeName<std::remove_cvref_t<decltype( read<A::get>( std::declval<T const &>() ) )>>;
       attribute.get = []( void const * object ) {
          return toValue( read<A::get>( *static_cast<T const *>( object ) ) );
       };
+   }
    if constexpr ( requires { A::set; } ) {
       if constexpr ( !isNull( A::set ) )
          attribute.set = []( void * object, Value const & value ) {
@@ -72,6 +93,10 @@ template<class T, class A> constexpr Attribute describeAttribute() {
          stored = fromValue<std::remove_cvref_t<decltype( stored )>>( value );
       };
    if constexpr ( requires { A::collection; } ) {
+      using Collection = std::remove_cvref_t<decltype( std::invoke( A::collection, std::declval<T const &>() ) )>;
+      using Key = typename Collection::Key;
+      attribute.typeName = typeName<std::remove_cvref_t<decltype( std::declval<Collection>().value( Key() ) )>>;
+      attribute.keyTypeName = typeName<Key>;
       attribute.keys = []( void const * object ) {
          std::vector<Value> keys;
          for ( auto const & key : std::invoke( A::collection, *static_cast<T const *>( object ) ).keys() )
@@ -79,16 +104,19 @@ template<class T, class A> constexpr Attribute describeAttribute() {
          return keys;
       };
       attribute.getAt = []( void const * object, Value const & key ) {
-         decltype( auto ) collection = std::invoke( A::collection, *static_cast<T const *>( object ) );
-         using Key = typename std::remove_cvref_t<decltype( collection )>::Key;
-         return toValue( collection.value( fromValue<Key>( key ) ) );
+         return toValue(
+            std::invoke( A::collection, *static_cast<T const *>( object ) ).value( fromValue<Key>( key ) ) );
       };
    }
-   if constexpr ( requires { A::getAt; } )
+   if constexpr ( requires { A::getAt; } ) {
+      using F = decltype( A::getAt );
+      attribute.typeName = typeName<std::remove_cvref_t<typename Signature<F>::Result>>;
+      attribute.keyTypeName = typeName<ArgumentOf<F, 0>>;
       attribute.getAt = []( void const * object, Value const & key ) {
-         return toValue( std::invoke(
-            A::getAt, *static_cast<T const *>( object ), fromValue<ArgumentOf<decltype( A::getAt ), 0>>( key ) ) );
+         return toValue(
+            std::invoke( A::getAt, *static_cast<T const *>( object ), fromValue<ArgumentOf<F, 0>>( key ) ) );
       };
+   }
    if constexpr ( requires { A::setAt; } ) {
       if constexpr ( !isNull( A::setAt ) )
          attribute.setAt = []( void * object, Value const & key, Value const & value ) {
@@ -108,7 +136,9 @@ template<class T, class A> constexpr Attribute describeAttribute() {
    if constexpr ( requires { A::call; } ) {
       using F = decltype( A::call );
       static_assert( std::tuple_size_v<typename Signature<F>::Arguments> == A::arguments.size() );
+      attribute.typeName = typeName<std::remove_cvref_t<typename Signature<F>::Result>>;
       attribute.argumentNames = A::arguments;
+      attribute.argumentTypeNames = argumentTypeNames<F>;
       attribute.call = []( void * object, std::span<Value const> arguments ) {
          return callWith<F>( arguments, [object]( auto const &... values ) {
             return std::invoke( A::call, *static_cast<T *>( object ), values... );
@@ -140,7 +170,7 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
    if constexpr ( requires { T::access(); } ) operations.access = [] { return toValue( T::access() ); };
    if constexpr ( !Detail::isNull( factory ) ) {
       static_assert(
-         std::tuple_size_v<ConstructorParameters<T>> ==
+         Detail::count( ConstructorParameters<T>() ) ==
             std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments>,
          "the factory takes the constructor parameters of the list" );
       operations.make = []( std::span<Value const> arguments ) {
@@ -148,6 +178,17 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
       };
    }
    return Type( name, Detail::attributesOf<T>, operations );
+}
+
+/// The one descriptor of the entity type `T`; an abstract one has no factory.
+template<class T, Tag name> Type const & entityType() {
+   static constinit Type const type = [] {
+      if constexpr ( std::is_abstract_v<T> )
+         return describe<T>( name.text );
+      else
+         return describe<T, &factoryOf<T>>( name.text );
+   }();
+   return type;
 }
 
 }   // namespace Vor

@@ -22,23 +22,24 @@ namespace Vor {
 
 namespace Detail {
 
-template<class T> String parameterText( T const & value ) {
+template<class T> String parameterText( T const & value, T const & beside ) {
    if constexpr ( isPtr<T> )
-      return valueToStrep( valueText( toValue( value ) ) );
+      return referenceToStrep( value.ptr(), beside.ptr() );
    else
       return valueToStrep( value );
 }
 
 template<class Parameter, class Member, class Requested>
 void requireEqual( Member const & member, Requested const & requested ) {
-   decltype( auto ) current = std::invoke( Parameter::get, member );
-   using Value = std::remove_cvref_t<decltype( current )>;
-   Value const wanted( requested );   // NOLINT(performance-unnecessary-copy-initialization): may be a conversion
+   using Value = ValueOf<Parameter::get>;
+   Value const & current = ( member.*Parameter::get )();
+   Value const & wanted = requested;   // perhaps a conversion
    if ( current == wanted ) return;
    throwNameInUseException(
       "Reinstantiating the entity with fullName " + valueToStrep( member.fullName() ) +
       " where constructor parameter attribute '" + String( Parameter::name ) + "' has a different value of " +
-      parameterText( wanted ) + " than the current value of " + parameterText( Value( current ) ) + " not allowed" );
+      parameterText( wanted, current ) + " than the current value of " + parameterText( current, wanted ) +
+      " not allowed" );
 }
 
 }   // namespace Detail
@@ -47,7 +48,7 @@ void requireEqual( Member const & member, Requested const & requested ) {
 /// throws NameInUseException.
 template<class Member, class... Requested>
 void requireEqualParameters( Member const & member, Requested const &... requested ) {
-   [&]<class... Parameter>( std::tuple<Parameter...> ) {
+   [&]<class... Parameter>( Detail::TypeList<Parameter...> ) {
       ( Detail::requireEqual<Parameter>( member, requested ), ... );
    }( ConstructorParameters<Member>{} );
 }

@@ -1,9 +1,16 @@
 #include "framework/Entity.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Vor {
+
+namespace {
+
+std::atomic<U32> entitiesMade{ 0 };
+
+}   // namespace
+
+Entity::Entity( Name name ) : name_( std::move( name ) ), ordinal_( ++entitiesMade ) {}
 
 String Entity::fullName() const { return ( parent_ ? parent_->fullName() : String() ) + "/" + name_.string(); }
 
@@ -19,11 +26,6 @@ void Entity::vorTellObservers( std::size_t attributeIndex, Value const & key ) c
       [&]( NotifieeBase & member ) { static_cast<EntityObserver &>( member ).onAttribute( *this, attribute, key ); } );
 }
 
-Type const & Entity::staticType() {
-   static constinit auto const type = describe<Entity, &entityFactory>( "Vor::Entity" );
-   return type;
-}
-
-Ptr<Entity> entityFactory( Name name ) { return allocate<Entity>( std::move( name ) ); }
+Type const & Entity::staticType() { return entityType<Entity, "Vor::Entity">(); }
 
 }   // namespace Vor

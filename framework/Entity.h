@@ -2,29 +2,36 @@
 //
 //    class Status final : public Vor::EntityOf<Status> {
 //     public:
-//       explicit Status( Vor::Name name ) : EntityOf( name ) {}
+//       explicit Status( Vor::Name name, auto const &... parameters )
+//          : EntityOf( std::move( name ) ), stored_( parameters... ) {}
 //
 //       struct NotifieeConst : NotifieeConstBase {
 //          virtual void onState() {}
 //       };
 //       using Notifiee = NotifieeFor<NotifieeConst>;
 //
-//       State state() const { return state_; }
-//       void stateIs( State state ) { attributeIs<"state">( state_, state ); }
+//       Role role() const { return stored_.get<"role">(); }
+//       State state() const { return stored_.get<"state">(); }
+//       void stateIs( State state ) { attributeIs<"state">( stored_, state ); }
 //
 //       static Vor::Type const & staticType();
 //       using Attributes = Vor::Attributes<
-//          Vor::Fixed<"name", &Status::name>,
+//          Vor::Fixed<"name", &Status::name>, Vor::Fixed<"role", &Status::role>,
 //          Vor::Changeable<"state", &Status::state, &Status::stateIs, &NotifieeConst::onState>>;
+//
 //     private:
-//       State state_ = uninitialized_;
+//       Vor::Stored<Status, Attributes> stored_;
 //    };
+//    inline constexpr auto & statusFactory = Vor::factoryOf<Status>;   // Ptr<Status> statusFactory( Name, Role )
+//
+// A constructor parameter is two lines: getter and list entry. A changeable attribute is four: callback, getter, setter
+// and list entry. A type may also keep a value in a member of its own, and hands that to attributeIs instead.
 //
 // A setter compares, stores, tells the generic observers, then the observers of the type. An entity does not own its
 // parent; who holds the entity as a member sets the parent, and takes it away before it goes.
 #pragma once
 
-#include "framework/Attributes.h"
+#include "framework/Allocate.h"
 #include "framework/Notifiee.h"
 #include "framework/Text.h"
 #include "framework/Value.h"
@@ -33,11 +40,14 @@ namespace Vor {
 
 class Entity : public PtrInterface {
  public:
-   explicit Entity( Name name ) : name_( std::move( name ) ) {}
+   explicit Entity( Name name );
 
    Name name() const { return name_; }
    /// The path from the root: the parent's full name, "/", the name.
    String fullName() const;
+   /// Which entity of this process it is, counted from 1 as they are made: tells entities of one full name apart, and
+   /// is the same in each run that makes the same entities.
+   U32 ordinal() const { return ordinal_; }
 
    Entity * parent() const { return parent_; }
    void parentIs( Entity * parent ) { parent_ = parent; }
@@ -67,12 +77,13 @@ class Entity : public PtrInterface {
    Name const name_;
    Entity * parent_ = nullptr;
    U32 parentAttrId_ = 0;
+   U32 const ordinal_;
    mutable NotifieeList notifieeList_;
    mutable NotifieeList observerList_;
 };
 
 /// A new entity that only gives its members a place in the tree of names.
-Ptr<Entity> entityFactory( Name name );
+inline constexpr auto & entityFactory = factoryOf<Entity>;
 
 /// Gets every change of an entity, as it is stored and before the observers of the entity's type are told.
 class EntityObserver : public Entity::NotifieeConst {
@@ -102,6 +113,10 @@ template<class Self, class Base = Entity> class EntityOf : public Base {
       if ( stored == value ) return;
       stored = std::move( value );
       attributeNotify<tag>();
+   }
+
+   template<Tag tag, class List, class Value> void attributeIs( Stored<Self, List> & stored, Value value ) {
+      attributeIs<tag>( stored.template get<tag>(), std::move( value ) );
    }
 
    /// Tells of a change of the attribute or, where that is a collection, of one key of it.

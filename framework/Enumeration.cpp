@@ -10,13 +10,14 @@ U32 EnumType::instance( unsigned value ) const {
    return value;
 }
 
-U32 EnumType::instance( char const * text ) const {
+U32 EnumType::instance( std::string_view text ) const {
    for ( Enumerator const & enumerator : enumerators_ )
-      if ( enumerator.text == std::string_view( text ) ) return enumerator.value;
+      if ( enumerator.text == text ) return enumerator.value;
    String known;
    for ( Enumerator const & enumerator : enumerators_ )
       known += ( known.empty() ? "" : ", " ) + String( enumerator.text );
-   throw RangeException( format( "%s has no enumerator '%s'; it has %s", name(), text, known.charPtr() ) );
+   throw RangeException(
+      String( name() ) + " has no enumerator " + valueToStrep( String( text ) ) + "; it has " + known );
 }
 
 char const * EnumType::text( U32 value ) const {
@@ -43,7 +44,7 @@ U32 EnumType::sequenceToValue( String::IteratorConst & pos, String::IteratorCons
    } else {
       at = wordEnd;
    }
-   U32 const value = instance( text.charPtr() );
+   U32 const value = instance( std::string_view( text ) );
    pos = at;
    return value;
 }

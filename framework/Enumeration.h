@@ -8,6 +8,9 @@
 //    inline Role RoleInstance( unsigned value ) { return Vor::enumInstance<Role>( value ); }
 //    inline Role RoleInstance( Vor::String const & text ) { return Vor::enumInstance<Role>( text ); }
 //    using Vor::stringValue; using Vor::valueToStrep; using Vor::sequenceToValue; using Vor::operator<<;
+//
+// An enumeration is closed unless its descriptor says that it is open: reflection stores in a closed one only numbers
+// that have an enumerator, in an open one any, as a value of its own.
 #pragma once
 
 #include "framework/Strep.h"
@@ -26,15 +29,19 @@ struct Enumerator {
 /// The descriptor of one enumeration; registered like any other type.
 class EnumType : public Type {
  public:
-   constexpr EnumType( char const * name, std::span<Enumerator const> enumerators )
-      : Type( name ), enumerators_( enumerators ) {}
+   enum class Numbers : U8 { closed, open };
+
+   constexpr EnumType( char const * name, std::span<Enumerator const> enumerators, Numbers numbers = Numbers::closed )
+      : Type( name ), enumerators_( enumerators ), numbers_( numbers ) {}
 
    std::span<Enumerator const> enumerators() const { return enumerators_; }
+   /// Whether numbers without an enumerator may come.
+   bool open() const { return numbers_ == Numbers::open; }
 
    /// The value, when an enumerator has it. Throws RangeException.
    U32 instance( unsigned value ) const;
    /// The value of the enumerator of that text. Throws RangeException.
-   U32 instance( char const * text ) const;
+   U32 instance( std::string_view text ) const;
    /// The enumerator's text, null for a value that has none.
    char const * text( U32 value ) const;
    /// The enumerator's bare text; a value without one gives its number.
@@ -44,6 +51,7 @@ class EnumType : public Type {
 
  private:
    std::span<Enumerator const> enumerators_;
+   Numbers numbers_;
 };
 
 template<class E>
@@ -53,7 +61,7 @@ concept Enumeration = std::is_enum_v<E> && requires( E e ) {
 
 template<Enumeration E> E enumInstance( unsigned value ) { return static_cast<E>( enumType( E{} ).instance( value ) ); }
 template<Enumeration E> E enumInstance( String const & text ) {
-   return static_cast<E>( enumType( E{} ).instance( text.charPtr() ) );
+   return static_cast<E>( enumType( E{} ).instance( std::string_view( text ) ) );
 }
 
 /// The bare text: read.

@@ -12,8 +12,8 @@
 //
 // Limits keep a message that recurs from flooding the operator. With an interval of I seconds and a burst of B, a
 // message may be logged B times, and at least once, within I seconds of the first; the first one after that begins the
-// next interval. An interval of 0 sets no limit. A message that is once-only may be logged once in the life of its declaration. Time is
-// that of the activity manager's clock.
+// next interval. An interval of 0 sets no limit. A message that is once-only may be logged once in the life of its
+// declaration. Time is that of the activity manager's clock.
 //
 // Messages go to standard error, one line each, or to the sink that the host installs.
 #pragma once

@@ -21,6 +21,9 @@ String valueToStrep( String const & value ) {
       case '\n':
          text += "\\n";
          break;
+      case '\0':
+         text += "\\0";
+         break;
       case '\'':
       case '\\':
          text += '\\';
@@ -70,7 +73,7 @@ String quotedText( String::IteratorConst & pos, String::IteratorConst const & en
    for ( ; at != end && *at != '\''; ++at ) {
       bool const escaped = *at == '\\';
       if ( escaped && ++at == end ) break;
-      text += escaped && *at == 'n' ? '\n' : *at;
+      text += escaped && *at == 'n' ? '\n' : escaped && *at == '0' ? '\0' : *at;
    }
    if ( at == end ) throw ParseException( "expected a text closed by \"'\", found " + foundText( pos, end ) );
    pos = at + 1;

@@ -35,6 +35,10 @@ struct Attribute {
 
    std::string_view name;
    Kind kind = Kind::plain;
+   /// The type of the value, of the values of a collection, or of what an operation gives ("void" for nothing), named
+   /// as in the registry where it stands there.
+   std::string_view typeName = {};
+   std::string_view keyTypeName = {};   ///< of a collection
 
    Value ( *get )( void const * object ) = nullptr;
    void ( *set )( void * object, Value const & value ) = nullptr;
@@ -46,6 +50,7 @@ struct Attribute {
 
    Value ( *call )( void * object, std::span<Value const> arguments ) = nullptr;
    std::span<std::string_view const> argumentNames = {};
+   std::span<std::string_view const> argumentTypeNames = {};
 };
 
 class Type {

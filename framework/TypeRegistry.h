@@ -3,8 +3,9 @@
 // A library registers its modules from one place, in a fixed order, because the order of static initialisers across
 // source files is nobody's promise and an archive drops the files that nobody names:
 //
-//    static Vor::Module const kivHal( "KivHal", registerKivHal );             // in the module's own source file:
-//    static Vor::Module const max24305Hal( "Max24305Hal", registerMax24305Hal );   // void registerKivHal( Vor::Module & )
+//    // each function stands in its module's own source file: void registerKivHal( Vor::Module & module );
+//    static Vor::Module const kivHal( "KivHal", registerKivHal );
+//    static Vor::Module const max24305Hal( "Max24305Hal", registerMax24305Hal );
 //
 // A module's types leave the registry when the library is unloaded.
 #pragma once

@@ -22,6 +22,13 @@ template<class T> bool readWhole( String const & text, T & number ) {
 
 }   // namespace
 
+String referenceToStrep( PtrInterface const * object, PtrInterface const * beside ) {
+   String const text = objectText( object );
+   auto const * entity = dynamic_cast<Entity const *>( object );
+   bool const alike = entity && object != beside && text == objectText( beside );
+   return valueToStrep( text ) + ( alike ? format( " (entity %u)", entity->ordinal() ) : String() );
+}
+
 String valueText( Value const & value ) {
    struct {
       String operator()( std::monostate ) const { return "none"; }

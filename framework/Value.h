@@ -20,6 +20,9 @@ using Value = std::variant<std::monostate, bool, U64, double, String, Ptr<PtrInt
 
 /// The value for people: bare texts, decimal numbers, an object's full name where it has one, "none" when empty.
 String valueText( Value const & value );
+/// The text form of a reference as it stands beside another one: an entity is told apart from another of its full name
+/// by its ordinal.
+String referenceToStrep( PtrInterface const * object, PtrInterface const * beside );
 
 namespace Detail {
 
@@ -70,9 +73,9 @@ template<class T> T fromValue( Value const & value ) {
    else if constexpr ( std::unsigned_integral<T> )
       return static_cast<T>( Detail::unsignedFromValue( value, std::numeric_limits<T>::max() ) );
    else if constexpr ( Enumeration<T> ) {
-      if ( auto const * number = std::get_if<U64>( &value ) )
-         return static_cast<T>( Detail::unsignedFromValue( *number, std::numeric_limits<U32>::max() ) );
-      return enumInstance<T>( Detail::stringFromValue( value ) );
+      if ( !std::holds_alternative<U64>( value ) ) return enumInstance<T>( Detail::stringFromValue( value ) );
+      U32 const number = fromValue<U32>( value );
+      return enumType( T{} ).open() ? static_cast<T>( number ) : enumInstance<T>( number );
    } else if constexpr ( Detail::isPtr<T> ) {
       using Pointee = typename T::Pointee;
       if ( std::holds_alternative<std::monostate>( value ) ) return nullptr;

@@ -11,10 +11,9 @@ namespace Hardware::Max24305 {
 
 class Config final : public WithOpsToDo<Config> {
  public:
-   Config(
-      Vor::Name name, Fru::GenerationId genId, U32 configOffset, U32 statusOffset, Vor::Ptr<Fru::Ham const> ham,
-      Vor::Name resetGpoName, Role role, Input input, U32 outputFrequencyInHz, Fru::SlotId slotId,
-      bool spiResetSupported );
+   /// Takes the constructor parameters of the list, in order.
+   explicit Config( Vor::Name name, auto const &... parameters )
+      : WithOpsToDo( std::move( name ) ), stored_( parameters... ) {}
 
    struct NotifieeConst : NotifieeConstBase {
       virtual void onOpsToDo( U32 ) {}
@@ -24,27 +23,31 @@ class Config final : public WithOpsToDo<Config> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   Fru::GenerationId genId() const { return genId_; }
+   Fru::GenerationId genId() const { return stored_.get<"genId">(); }
    /// Byte offset, within the handle's space, of the SPI master that reaches the chip.
-   U32 configOffset() const { return configOffset_; }
+   U32 configOffset() const { return stored_.get<"configOffset">(); }
    /// Byte offset, within the handle's space, of the register that reports the measured output frequency.
-   U32 statusOffset() const { return statusOffset_; }
-   Vor::Ptr<Fru::Ham const> ham() const { return ham_; }
+   U32 statusOffset() const { return stored_.get<"statusOffset">(); }
+   Vor::Ptr<Fru::Ham const> ham() const { return stored_.get<"ham">(); }
    /// The output that holds the chip in reset.
-   Vor::Name resetGpoName() const { return resetGpoName_; }
-   Role role() const { return role_; }
-   Input input() const { return input_; }
+   Vor::Name resetGpoName() const { return stored_.get<"resetGpoName">(); }
+   Role role() const { return stored_.get<"role">(); }
+   Input input() const { return stored_.get<"input">(); }
    /// The requested output frequency, in hertz.
-   U32 outputFrequencyInHz() const { return outputFrequencyInHz_; }
-   Fru::SlotId slotId() const { return slotId_; }
+   U32 outputFrequencyInHz() const { return stored_.get<"outputFrequencyInHz">(); }
+   Fru::SlotId slotId() const { return stored_.get<"slotId">(); }
    /// Whether the SPI master offers a reset.
-   bool spiResetSupported() const { return spiResetSupported_; }
+   bool spiResetSupported() const { return stored_.get<"spiResetSupported">(); }
 
-   bool opsToDoValid() const { return opsToDoValid_; }
-   void opsToDoValidIs( bool valid ) { attributeIs<"opsToDoValid">( opsToDoValid_, valid ); }
+   bool opsToDoValid() const { return stored_.get<"opsToDoValid">(); }
+   void opsToDoValidIs( bool valid ) { attributeIs<"opsToDoValid">( stored_, valid ); }
 
    /// Empties the queue, then takes the hand-over back.
-   void doCleanup();
+   void doCleanup() {
+      Vor::Ptr<Vor::PtrInterface const> const held = vorHeld();
+      opsToDoDelAll();
+      opsToDoValidIs( false );
+   }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -59,23 +62,10 @@ class Config final : public WithOpsToDo<Config> {
       Vor::Operation<"doCleanup", &Config::doCleanup>>;
 
  private:
-   Fru::GenerationId const genId_;
-   U32 const configOffset_;
-   U32 const statusOffset_;
-   Vor::Ptr<Fru::Ham const> const ham_;
-   Vor::Name const resetGpoName_;
-   Role const role_;
-   Input const input_;
-   U32 const outputFrequencyInHz_;
-   Fru::SlotId const slotId_;
-   bool const spiResetSupported_;
-   bool opsToDoValid_ = false;
+   Vor::Stored<Config, Attributes> stored_;
 };
 
 /// A new configuration that stands in no directory.
-Vor::Ptr<Config> configFactory(
-   Vor::Name name, Fru::GenerationId genId, U32 configOffset, U32 statusOffset, Vor::Ptr<Fru::Ham const> ham,
-   Vor::Name resetGpoName, Role role, Input input, U32 outputFrequencyInHz, Fru::SlotId slotId,
-   bool spiResetSupported );
+inline constexpr auto & configFactory = Vor::factoryOf<Config>;
 
 }   // namespace Hardware::Max24305

@@ -18,18 +18,13 @@ class ConfigDir final : public Vor::DirectoryOf<ConfigDir, Config, "max24305"> {
    using Notifiee = NotifieeFor<NotifieeConst>;
 
    /// Whether the card carries chips of this kind at all; the configuring agent says so.
-   bool supported() const { return supported_; }
-   void supportedIs( bool supported ) { attributeIs<"supported">( supported_, supported ); }
+   bool supported() const { return stored_.get<"supported">(); }
+   void supportedIs( bool supported ) { attributeIs<"supported">( stored_, supported ); }
 
-   /// The configuration of that name, made if absent. Throws NameInUseException when one of other parameters stands
-   /// there (framework/Directory.h).
-   Vor::Ptr<Config> max24305Is(
-      Vor::Name const & name, Fru::GenerationId genId, U32 configOffset, U32 statusOffset,
-      Vor::Ptr<Fru::Ham const> const & ham, Vor::Name const & resetGpoName, Role role, Input input,
-      U32 outputFrequencyInHz, Fru::SlotId slotId, bool spiResetSupported ) {
-      return memberIs(
-         name, genId, configOffset, statusOffset, ham, resetGpoName, role, input, outputFrequencyInHz, slotId,
-         spiResetSupported );
+   /// The configuration of that name, made if absent; `parameters` are the further constructor parameters of its list,
+   /// in order. Throws NameInUseException when one of others stands there (framework/Directory.h).
+   Vor::Ptr<Config> max24305Is( Vor::Name const & name, auto const &... parameters ) {
+      return memberIs( name, parameters... );
    }
    void max24305Del( Vor::Name const & name ) { memberDel( name ); }
    void max24305DelAll() { memberDelAll(); }
@@ -47,9 +42,9 @@ class ConfigDir final : public Vor::DirectoryOf<ConfigDir, Config, "max24305"> {
          &NotifieeConst::onMax24305, &NotifieeConst::onMax24305>>;
 
  private:
-   bool supported_ = false;
+   Vor::Stored<ConfigDir, Attributes> stored_;
 };
 
-Vor::Ptr<ConfigDir> configDirFactory( Vor::Name name );
+inline constexpr auto & configDirFactory = Vor::factoryOf<ConfigDir>;
 
 }   // namespace Hardware::Max24305

@@ -9,18 +9,19 @@ namespace Hardware::Max24305 {
 
 class Status final : public Vor::EntityOf<Status> {
  public:
-   Status( Vor::Name name, Fru::GenerationId genId, Role role )
-      : EntityOf( std::move( name ) ), genId_( genId ), role_( role ) {}
+   /// Takes the constructor parameters of the list, in order.
+   explicit Status( Vor::Name name, auto const &... parameters )
+      : EntityOf( std::move( name ) ), stored_( parameters... ) {}
 
    struct NotifieeConst : NotifieeConstBase {
       virtual void onState() {}
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   Fru::GenerationId genId() const { return genId_; }
-   Role role() const { return role_; }
-   State state() const { return state_; }
-   void stateIs( State state ) { attributeIs<"state">( state_, state ); }
+   Fru::GenerationId genId() const { return stored_.get<"genId">(); }
+   Role role() const { return stored_.get<"role">(); }
+   State state() const { return stored_.get<"state">(); }
+   void stateIs( State state ) { attributeIs<"state">( stored_, state ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -28,12 +29,10 @@ class Status final : public Vor::EntityOf<Status> {
       Vor::Changeable<"state", &Status::state, &Status::stateIs, &NotifieeConst::onState>>;
 
  private:
-   Fru::GenerationId const genId_;
-   Role const role_;
-   State state_ = uninitialized_;
+   Vor::Stored<Status, Attributes> stored_;
 };
 
 /// A new status that stands in no directory.
-Vor::Ptr<Status> statusFactory( Vor::Name name, Fru::GenerationId genId, Role role );
+inline constexpr auto & statusFactory = Vor::factoryOf<Status>;
 
 }   // namespace Hardware::Max24305

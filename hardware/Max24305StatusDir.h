@@ -16,10 +16,10 @@ class StatusDir final : public Vor::DirectoryOf<StatusDir, Status, "max24305"> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   /// The status of that name, made if absent. Throws NameInUseException when one of other parameters stands there
-   /// (framework/Directory.h).
-   Vor::Ptr<Status> max24305Is( Vor::Name const & name, Fru::GenerationId genId, Role role ) {
-      return memberIs( name, genId, role );
+   /// The status of that name, made if absent; `parameters` are the further constructor parameters of its list,
+   /// in order. Throws NameInUseException when one of others stands there (framework/Directory.h).
+   Vor::Ptr<Status> max24305Is( Vor::Name const & name, auto const &... parameters ) {
+      return memberIs( name, parameters... );
    }
    void max24305Del( Vor::Name const & name ) { memberDel( name ); }
    void max24305DelAll() { memberDelAll(); }
@@ -36,6 +36,6 @@ class StatusDir final : public Vor::DirectoryOf<StatusDir, Status, "max24305"> {
          &NotifieeConst::onMax24305, &NotifieeConst::onMax24305>>;
 };
 
-Vor::Ptr<StatusDir> statusDirFactory( Vor::Name name );
+inline constexpr auto & statusDirFactory = Vor::factoryOf<StatusDir>;
 
 }   // namespace Hardware::Max24305

@@ -9,29 +9,22 @@ namespace Hardware::Tolvane {
 
 class Config final : public Vor::EntityOf<Config> {
  public:
-   Config(
-      Vor::Name name, Fru::GenerationId genId, U32 offset, Vor::Ptr<Fru::Ham> ham, Vor::Name resetGpoName, Role role,
-      Fru::SlotId slotId )
-      : EntityOf( std::move( name ) ),
-        genId_( genId ),
-        offset_( offset ),
-        ham_( std::move( ham ) ),
-        resetGpoName_( std::move( resetGpoName ) ),
-        role_( role ),
-        slotId_( slotId ) {}
+   /// Takes the constructor parameters of the list, in order.
+   explicit Config( Vor::Name name, auto const &... parameters )
+      : EntityOf( std::move( name ) ), stored_( parameters... ) {}
 
    /// Nothing of a configuration changes; its observers wait in vain.
    struct NotifieeConst : NotifieeConstBase {};
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   Fru::GenerationId genId() const { return genId_; }
+   Fru::GenerationId genId() const { return stored_.get<"genId">(); }
    /// Byte offset of the chip's enable register within the handle's space.
-   U32 offset() const { return offset_; }
-   Vor::Ptr<Fru::Ham> ham() const { return ham_; }
+   U32 offset() const { return stored_.get<"offset">(); }
+   Vor::Ptr<Fru::Ham> ham() const { return stored_.get<"ham">(); }
    /// The output that holds the chip in reset.
-   Vor::Name resetGpoName() const { return resetGpoName_; }
-   Role role() const { return role_; }
-   Fru::SlotId slotId() const { return slotId_; }
+   Vor::Name resetGpoName() const { return stored_.get<"resetGpoName">(); }
+   Role role() const { return stored_.get<"role">(); }
+   Fru::SlotId slotId() const { return stored_.get<"slotId">(); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -40,17 +33,10 @@ class Config final : public Vor::EntityOf<Config> {
       Vor::Fixed<"role", &Config::role>, Vor::Fixed<"slotId", &Config::slotId>>;
 
  private:
-   Fru::GenerationId const genId_;
-   U32 const offset_;
-   Vor::Ptr<Fru::Ham> const ham_;
-   Vor::Name const resetGpoName_;
-   Role const role_;
-   Fru::SlotId const slotId_;
+   Vor::Stored<Config, Attributes> stored_;
 };
 
 /// A new configuration that stands in no directory.
-Vor::Ptr<Config> configFactory(
-   Vor::Name name, Fru::GenerationId genId, U32 offset, Vor::Ptr<Fru::Ham> ham, Vor::Name resetGpoName, Role role,
-   Fru::SlotId slotId );
+inline constexpr auto & configFactory = Vor::factoryOf<Config>;
 
 }   // namespace Hardware::Tolvane

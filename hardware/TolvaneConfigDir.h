@@ -16,12 +16,10 @@ class ConfigDir final : public Vor::DirectoryOf<ConfigDir, Config, "tolvane"> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   /// The configuration of that name, made if absent. Throws NameInUseException when one of other parameters stands there
-   /// (framework/Directory.h).
-   Vor::Ptr<Config> tolvaneIs(
-      Vor::Name const & name, Fru::GenerationId genId, U32 offset, Vor::Ptr<Fru::Ham> const & ham,
-      Vor::Name const & resetGpoName, Role role, Fru::SlotId slotId ) {
-      return memberIs( name, genId, offset, ham, resetGpoName, role, slotId );
+   /// The configuration of that name, made if absent; `parameters` are the further constructor parameters of its list,
+   /// in order. Throws NameInUseException when one of others stands there (framework/Directory.h).
+   Vor::Ptr<Config> tolvaneIs( Vor::Name const & name, auto const &... parameters ) {
+      return memberIs( name, parameters... );
    }
    void tolvaneDel( Vor::Name const & name ) { memberDel( name ); }
    void tolvaneDelAll() { memberDelAll(); }
@@ -40,6 +38,6 @@ class ConfigDir final : public Vor::DirectoryOf<ConfigDir, Config, "tolvane"> {
          &NotifieeConst::onTolvane, &NotifieeConst::onTolvane>>;
 };
 
-Vor::Ptr<ConfigDir> configDirFactory( Vor::Name name );
+inline constexpr auto & configDirFactory = Vor::factoryOf<ConfigDir>;
 
 }   // namespace Hardware::Tolvane

@@ -9,18 +9,19 @@ namespace Hardware::Tolvane {
 
 class Status final : public Vor::EntityOf<Status> {
  public:
-   Status( Vor::Name name, Fru::GenerationId genId, Role role )
-      : EntityOf( std::move( name ) ), genId_( genId ), role_( role ) {}
+   /// Takes the constructor parameters of the list, in order.
+   explicit Status( Vor::Name name, auto const &... parameters )
+      : EntityOf( std::move( name ) ), stored_( parameters... ) {}
 
    struct NotifieeConst : NotifieeConstBase {
       virtual void onState() {}
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   Fru::GenerationId genId() const { return genId_; }
-   State state() const { return state_; }
-   void stateIs( State state ) { attributeIs<"state">( state_, state ); }
-   Role role() const { return role_; }
+   Fru::GenerationId genId() const { return stored_.get<"genId">(); }
+   State state() const { return stored_.get<"state">(); }
+   void stateIs( State state ) { attributeIs<"state">( stored_, state ); }
+   Role role() const { return stored_.get<"role">(); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -29,12 +30,10 @@ class Status final : public Vor::EntityOf<Status> {
       Vor::Fixed<"role", &Status::role>>;
 
  private:
-   Fru::GenerationId const genId_;
-   State state_ = uninitialized_;
-   Role const role_;
+   Vor::Stored<Status, Attributes> stored_;
 };
 
 /// A new status that stands in no directory.
-Vor::Ptr<Status> statusFactory( Vor::Name name, Fru::GenerationId genId, Role role );
+inline constexpr auto & statusFactory = Vor::factoryOf<Status>;
 
 }   // namespace Hardware::Tolvane

@@ -16,10 +16,10 @@ class StatusDir final : public Vor::DirectoryOf<StatusDir, Status, "tolvane"> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   /// The status of that name, made if absent. Throws NameInUseException when one of other parameters stands there
-   /// (framework/Directory.h).
-   Vor::Ptr<Status> tolvaneIs( Vor::Name const & name, Fru::GenerationId genId, Role role ) {
-      return memberIs( name, genId, role );
+   /// The status of that name, made if absent; `parameters` are the further constructor parameters of its list,
+   /// in order. Throws NameInUseException when one of others stands there (framework/Directory.h).
+   Vor::Ptr<Status> tolvaneIs( Vor::Name const & name, auto const &... parameters ) {
+      return memberIs( name, parameters... );
    }
    void tolvaneDel( Vor::Name const & name ) { memberDel( name ); }
    void tolvaneDelAll() { memberDelAll(); }
@@ -38,6 +38,6 @@ class StatusDir final : public Vor::DirectoryOf<StatusDir, Status, "tolvane"> {
          &NotifieeConst::onTolvane, &NotifieeConst::onTolvane>>;
 };
 
-Vor::Ptr<StatusDir> statusDirFactory( Vor::Name name );
+inline constexpr auto & statusDirFactory = Vor::factoryOf<StatusDir>;
 
 }   // namespace Hardware::Tolvane

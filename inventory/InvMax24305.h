@@ -34,29 +34,27 @@ class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
    using Notifiee = NotifieeFor<NotifieeConst>;
 
    /// The SPI master that reaches the chip.
-   Vor::Ptr<Max24305ConfigBlock> configBlock() const { return configBlock_; }
+   Vor::Ptr<Max24305ConfigBlock> configBlock() const { return stored_.get<"configBlock">(); }
    void configBlockIs( Vor::Ptr<Max24305ConfigBlock> block ) {
-      attributeIs<"configBlock">( configBlock_, std::move( block ) );
+      attributeIs<"configBlock">( stored_, std::move( block ) );
    }
    /// The register that reports the measured output frequency.
-   Vor::Ptr<Max24305StatusBlock> statusBlock() const { return statusBlock_; }
+   Vor::Ptr<Max24305StatusBlock> statusBlock() const { return stored_.get<"statusBlock">(); }
    void statusBlockIs( Vor::Ptr<Max24305StatusBlock> block ) {
-      attributeIs<"statusBlock">( statusBlock_, std::move( block ) );
+      attributeIs<"statusBlock">( stored_, std::move( block ) );
    }
    /// The output that holds the chip in reset.
-   Vor::Ptr<Gpo> reset() const { return reset_; }
-   void resetIs( Vor::Ptr<Gpo> reset ) { attributeIs<"reset">( reset_, std::move( reset ) ); }
-   Role role() const { return role_; }
-   void roleIs( Role role ) { attributeIs<"role">( role_, role ); }
-   Input input() const { return input_; }
-   void inputIs( Input input ) { attributeIs<"input">( input_, input ); }
-   ProgramSeq programSeq() const { return programSeq_; }
-   void programSeqIs( ProgramSeq programSeq ) { attributeIs<"programSeq">( programSeq_, programSeq ); }
+   Vor::Ptr<Gpo> reset() const { return stored_.get<"reset">(); }
+   void resetIs( Vor::Ptr<Gpo> reset ) { attributeIs<"reset">( stored_, std::move( reset ) ); }
+   Role role() const { return stored_.get<"role">(); }
+   void roleIs( Role role ) { attributeIs<"role">( stored_, role ); }
+   Input input() const { return stored_.get<"input">(); }
+   void inputIs( Input input ) { attributeIs<"input">( stored_, input ); }
+   ProgramSeq programSeq() const { return stored_.get<"programSeq">(); }
+   void programSeqIs( ProgramSeq programSeq ) { attributeIs<"programSeq">( stored_, programSeq ); }
    /// In hertz.
-   U32 outputFrequencyInHz() const { return outputFrequencyInHz_; }
-   void outputFrequencyInHzIs( U32 frequency ) {
-      attributeIs<"outputFrequencyInHz">( outputFrequencyInHz_, frequency );
-   }
+   U32 outputFrequencyInHz() const { return stored_.get<"outputFrequencyInHz">(); }
+   void outputFrequencyInHzIs( U32 frequency ) { attributeIs<"outputFrequencyInHz">( stored_, frequency ); }
 
    /// Empties the queue; everything else stays.
    void doCleanup() { opsToDoDelAll(); }
@@ -67,7 +65,9 @@ class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
       Vor::Changeable<"configBlock", &Max24305::configBlock, &Max24305::configBlockIs, &NotifieeConst::onConfigBlock>,
       Vor::Changeable<"statusBlock", &Max24305::statusBlock, &Max24305::statusBlockIs, &NotifieeConst::onStatusBlock>,
       Vor::Changeable<"reset", &Max24305::reset, &Max24305::resetIs, &NotifieeConst::onReset>,
-      Vor::Changeable<"role", &Max24305::role, &Max24305::roleIs, &NotifieeConst::onRole>,
+      // A record made without a role is a time-synchronisation chip: that is what the cards carry it for.
+      Vor::Changeable<
+         "role", &Max24305::role, &Max24305::roleIs, &NotifieeConst::onRole, Hardware::Max24305::timeSync_>,
       Vor::Changeable<"input", &Max24305::input, &Max24305::inputIs, &NotifieeConst::onInput>,
       Vor::Changeable<"programSeq", &Max24305::programSeq, &Max24305::programSeqIs, &NotifieeConst::onProgramSeq>,
       Vor::Changeable<
@@ -77,17 +77,10 @@ class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
       Vor::Operation<"doCleanup", &Max24305::doCleanup>>;
 
  private:
-   Vor::Ptr<Max24305ConfigBlock> configBlock_;
-   Vor::Ptr<Max24305StatusBlock> statusBlock_;
-   Vor::Ptr<Gpo> reset_;
-   // A record made without a role is a time-synchronisation chip: that is what the cards carry it for.
-   Role role_ = Hardware::Max24305::timeSync_;
-   Input input_ = Hardware::Max24305::noInput_;
-   ProgramSeq programSeq_ = Hardware::Max24305::ic1In10_oc1Out10_;
-   U32 outputFrequencyInHz_ = 0;
+   Vor::Stored<Max24305, Attributes> stored_;
 };
 
-Vor::Ptr<Max24305> max24305Factory( Vor::Name name );
+inline constexpr auto & max24305Factory = Vor::factoryOf<Max24305>;
 
 /// Registers this module's types.
 void registerInvMax24305( Vor::Module & module );

@@ -22,29 +22,27 @@ class Tolvane final : public Vor::EntityOf<Tolvane> {
    using Notifiee = NotifieeFor<NotifieeConst>;
 
    /// The register block through which the chip is enabled.
-   Vor::Ptr<TolvaneBlock> block() const { return block_; }
-   void blockIs( Vor::Ptr<TolvaneBlock> block ) { attributeIs<"block">( block_, std::move( block ) ); }
+   Vor::Ptr<TolvaneBlock> block() const { return stored_.get<"block">(); }
+   void blockIs( Vor::Ptr<TolvaneBlock> block ) { attributeIs<"block">( stored_, std::move( block ) ); }
    /// The output that holds the chip in reset.
-   Vor::Ptr<Gpo> reset() const { return reset_; }
-   void resetIs( Vor::Ptr<Gpo> reset ) { attributeIs<"reset">( reset_, std::move( reset ) ); }
-   Hardware::Tolvane::Role role() const { return role_; }
-   void roleIs( Hardware::Tolvane::Role role ) { attributeIs<"role">( role_, role ); }
+   Vor::Ptr<Gpo> reset() const { return stored_.get<"reset">(); }
+   void resetIs( Vor::Ptr<Gpo> reset ) { attributeIs<"reset">( stored_, std::move( reset ) ); }
+   Hardware::Tolvane::Role role() const { return stored_.get<"role">(); }
+   void roleIs( Hardware::Tolvane::Role role ) { attributeIs<"role">( stored_, role ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
       Vor::Fixed<"name", &Tolvane::name>,
       Vor::Changeable<"block", &Tolvane::block, &Tolvane::blockIs, &NotifieeConst::onBlock>,
       Vor::Changeable<"reset", &Tolvane::reset, &Tolvane::resetIs, &NotifieeConst::onReset>,
-      Vor::Changeable<"role", &Tolvane::role, &Tolvane::roleIs, &NotifieeConst::onRole>>;
+      // A record made without a role is a time-synchronisation chip: that is what the cards carry it for.
+      Vor::Changeable<"role", &Tolvane::role, &Tolvane::roleIs, &NotifieeConst::onRole, Hardware::Tolvane::timeSync_>>;
 
  private:
-   Vor::Ptr<TolvaneBlock> block_;
-   Vor::Ptr<Gpo> reset_;
-   // A record made without a role is a time-synchronisation chip: that is what the cards carry it for.
-   Hardware::Tolvane::Role role_ = Hardware::Tolvane::timeSync_;
+   Vor::Stored<Tolvane, Attributes> stored_;
 };
 
-Vor::Ptr<Tolvane> tolvaneFactory( Vor::Name name );
+inline constexpr auto & tolvaneFactory = Vor::factoryOf<Tolvane>;
 
 /// Registers this module's types.
 void registerInvTolvane( Vor::Module & module );

@@ -16,8 +16,8 @@ class ClockStatus final : public Vor::EntityOf<ClockStatus> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   State state() const { return state_; }
-   void stateIs( State state ) { attributeIs<"state">( state_, state ); }
+   State state() const { return stored_.get<"state">(); }
+   void stateIs( State state ) { attributeIs<"state">( stored_, state ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -25,7 +25,7 @@ class ClockStatus final : public Vor::EntityOf<ClockStatus> {
       Vor::Changeable<"state", &ClockStatus::state, &ClockStatus::stateIs, &NotifieeConst::onState>>;
 
  private:
-   State state_ = notReady_;
+   Vor::Stored<ClockStatus, Attributes> stored_;
 };
 
 Vor::EnumType const & enumType( ClockStatus::State );
@@ -33,6 +33,6 @@ using Vor::stringValue;
 using Vor::valueToStrep;
 using Vor::operator<<;
 
-Vor::Ptr<ClockStatus> clockStatusFactory( Vor::Name name );
+inline constexpr auto & clockStatusFactory = Vor::factoryOf<ClockStatus>;
 
 }   // namespace Hardware::Kiv

@@ -1,20 +1,11 @@
 #include "platform/Ham.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Fru {
 
-Vor::Type const & HamImpl::staticType() {
-   static constinit auto const type = Vor::describe<HamImpl>( "Fru::HamImpl" );
-   return type;
-}
+Vor::Type const & HamImpl::staticType() { return Vor::entityType<HamImpl, "Fru::HamImpl">(); }
 
-Vor::Type const & Ham::staticType() {
-   static constinit auto const type = Vor::describe<Ham, &hamFactory>( "Fru::Ham" );
-   return type;
-}
-
-Vor::Ptr<Ham> hamFactory( Vor::Name name ) { return Vor::allocate<Ham>( std::move( name ) ); }
+Vor::Type const & Ham::staticType() { return Vor::entityType<Ham, "Fru::Ham">(); }
 
 }   // namespace Fru

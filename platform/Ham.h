@@ -31,28 +31,26 @@ class HamImpl : public Vor::EntityOf<HamImpl> {
    virtual void write32( U32 address, U32 value ) = 0;
 
    /// Length of the space, in bytes.
-   U32 size() const { return size_; }
-   void sizeIs( U32 size ) { attributeIs<"size">( size_, size ); }
+   U32 size() const { return stored_.get<"size">(); }
+   void sizeIs( U32 size ) { attributeIs<"size">( stored_, size ); }
    /// Where the space starts within `filename`, in bytes.
-   U64 offset() const { return offset_; }
-   void offsetIs( U64 offset ) { attributeIs<"offset">( offset_, offset ); }
+   U64 offset() const { return stored_.get<"offset">(); }
+   void offsetIs( U64 offset ) { attributeIs<"offset">( stored_, offset ); }
    /// Whether the card answers.
-   bool hardwarePresent() const { return hardwarePresent_; }
-   void hardwarePresentIs( bool present ) { attributeIs<"hardwarePresent">( hardwarePresent_, present ); }
-   U32 hardwareInstanceId() const { return hardwareInstanceId_; }
-   void hardwareInstanceIdIs( U32 id ) { attributeIs<"hardwareInstanceId">( hardwareInstanceId_, id ); }
-   U32 readDriverParameterResult() const { return readDriverParameterResult_; }
-   void readDriverParameterResultIs( U32 result ) {
-      attributeIs<"readDriverParameterResult">( readDriverParameterResult_, result );
-   }
-   Vor::String filename() const { return filename_; }
-   void filenameIs( Vor::String filename ) { attributeIs<"filename">( filename_, std::move( filename ) ); }
-   Vor::String kind() const { return kind_; }
-   void kindIs( Vor::String kind ) { attributeIs<"kind">( kind_, std::move( kind ) ); }
-   bool testReadAllFs() const { return testReadAllFs_; }
-   void testReadAllFsIs( bool allFs ) { attributeIs<"testReadAllFs">( testReadAllFs_, allFs ); }
-   U32 testReadAllFsCounter() const { return testReadAllFsCounter_; }
-   void testReadAllFsCounterIs( U32 count ) { attributeIs<"testReadAllFsCounter">( testReadAllFsCounter_, count ); }
+   bool hardwarePresent() const { return stored_.get<"hardwarePresent">(); }
+   void hardwarePresentIs( bool present ) { attributeIs<"hardwarePresent">( stored_, present ); }
+   U32 hardwareInstanceId() const { return stored_.get<"hardwareInstanceId">(); }
+   void hardwareInstanceIdIs( U32 id ) { attributeIs<"hardwareInstanceId">( stored_, id ); }
+   U32 readDriverParameterResult() const { return stored_.get<"readDriverParameterResult">(); }
+   void readDriverParameterResultIs( U32 result ) { attributeIs<"readDriverParameterResult">( stored_, result ); }
+   Vor::String filename() const { return stored_.get<"filename">(); }
+   void filenameIs( Vor::String filename ) { attributeIs<"filename">( stored_, std::move( filename ) ); }
+   Vor::String kind() const { return stored_.get<"kind">(); }
+   void kindIs( Vor::String kind ) { attributeIs<"kind">( stored_, std::move( kind ) ); }
+   bool testReadAllFs() const { return stored_.get<"testReadAllFs">(); }
+   void testReadAllFsIs( bool allFs ) { attributeIs<"testReadAllFs">( stored_, allFs ); }
+   U32 testReadAllFsCounter() const { return stored_.get<"testReadAllFsCounter">(); }
+   void testReadAllFsCounterIs( U32 count ) { attributeIs<"testReadAllFsCounter">( stored_, count ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -76,15 +74,7 @@ class HamImpl : public Vor::EntityOf<HamImpl> {
          &NotifieeConst::onTestReadAllFsCounter>>;
 
  private:
-   U64 offset_ = 0;
-   U32 size_ = 0;
-   U32 hardwareInstanceId_ = 0;
-   U32 readDriverParameterResult_ = 0;
-   U32 testReadAllFsCounter_ = 0;
-   bool hardwarePresent_ = false;
-   bool testReadAllFs_ = false;
-   Vor::String filename_;
-   Vor::String kind_;
+   Vor::Stored<HamImpl, Attributes> stored_;
 };
 
 class Ham final : public Vor::EntityOf<Ham> {
@@ -97,8 +87,8 @@ class Ham final : public Vor::EntityOf<Ham> {
    using Notifiee = NotifieeFor<NotifieeConst>;
 
    /// The implementation, empty while there is none.
-   Vor::Ptr<HamImpl> hamImpl() const { return hamImpl_; }
-   void hamImplIs( Vor::Ptr<HamImpl> hamImpl ) { attributeIs<"hamImpl">( hamImpl_, std::move( hamImpl ) ); }
+   Vor::Ptr<HamImpl> hamImpl() const { return stored_.get<"hamImpl">(); }
+   void hamImplIs( Vor::Ptr<HamImpl> hamImpl ) { attributeIs<"hamImpl">( stored_, std::move( hamImpl ) ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -106,9 +96,9 @@ class Ham final : public Vor::EntityOf<Ham> {
       Vor::Changeable<"hamImpl", &Ham::hamImpl, &Ham::hamImplIs, &NotifieeConst::onHamImpl>>;
 
  private:
-   Vor::Ptr<HamImpl> hamImpl_;
+   Vor::Stored<Ham, Attributes> stored_;
 };
 
-Vor::Ptr<Ham> hamFactory( Vor::Name name );
+inline constexpr auto & hamFactory = Vor::factoryOf<Ham>;
 
 }   // namespace Fru

@@ -23,8 +23,12 @@ template<class Kind> class NumberId {
 
 /// The generation of a hardware unit: what is configured for one generation is not what stands in the slot after the
 /// unit was replaced.
-using GenerationId = NumberId<struct GenerationIdKind>;
+struct GenerationId : NumberId<GenerationId> {
+   using NumberId::NumberId;
+};
 /// A slot of the chassis.
-using SlotId = NumberId<struct SlotIdKind>;
+struct SlotId : NumberId<SlotId> {
+   using NumberId::NumberId;
+};
 
 }   // namespace Fru

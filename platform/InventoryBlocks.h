@@ -7,7 +7,7 @@
 namespace Inventory {
 
 /// A block of registers that starts at a byte offset within a handle's space; fixed once it is made.
-template<class Kind> class RegisterBlock final : public Vor::PtrInterface {
+class RegisterBlock : public Vor::PtrInterface {
  public:
    RegisterBlock( Vor::Ptr<Fru::Ham> ham, U32 offset ) : ham_( std::move( ham ) ), offset_( offset ) {}
    Vor::Ptr<Fru::Ham> ham() const { return ham_; }
@@ -18,21 +18,21 @@ template<class Kind> class RegisterBlock final : public Vor::PtrInterface {
    U32 const offset_;
 };
 
-using Max24305StatusBlock = RegisterBlock<struct Max24305StatusBlockKind>;
-using TolvaneBlock = RegisterBlock<struct TolvaneBlockKind>;
+class Max24305StatusBlock final : public RegisterBlock {
+   using RegisterBlock::RegisterBlock;
+};
+class TolvaneBlock final : public RegisterBlock {
+   using RegisterBlock::RegisterBlock;
+};
 
 /// The FPGA's SPI master that reaches a MAX24305.
-class Max24305ConfigBlock final : public Vor::PtrInterface {
+class Max24305ConfigBlock final : public RegisterBlock {
  public:
    Max24305ConfigBlock( Vor::Ptr<Fru::Ham> ham, U32 offset, bool spiResetSupported )
-      : ham_( std::move( ham ) ), offset_( offset ), spiResetSupported_( spiResetSupported ) {}
-   Vor::Ptr<Fru::Ham> ham() const { return ham_; }
-   U32 offset() const { return offset_; }
+      : RegisterBlock( std::move( ham ), offset ), spiResetSupported_( spiResetSupported ) {}
    bool spiResetSupported() const { return spiResetSupported_; }
 
  private:
-   Vor::Ptr<Fru::Ham> const ham_;
-   U32 const offset_;
    bool const spiResetSupported_;
 };
 

@@ -26,8 +26,8 @@ class Status final : public Vor::EntityOf<Status> {
    using Notifiee = NotifieeFor<NotifieeConst>;
 
    /// Numbers above the enumerators may come, and count as states of their own.
-   OperationalState state() const { return state_; }
-   void stateIs( OperationalState state ) { attributeIs<"state">( state_, state ); }
+   OperationalState state() const { return stored_.get<"state">(); }
+   void stateIs( OperationalState state ) { attributeIs<"state">( stored_, state ); }
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<
@@ -35,9 +35,9 @@ class Status final : public Vor::EntityOf<Status> {
       Vor::Changeable<"state", &Status::state, &Status::stateIs, &NotifieeConst::onState>>;
 
  private:
-   OperationalState state_ = disabled_;
+   Vor::Stored<Status, Attributes> stored_;
 };
 
-Vor::Ptr<Status> statusFactory( Vor::Name name );
+inline constexpr auto & statusFactory = Vor::factoryOf<Status>;
 
 }   // namespace PtpTimeSync

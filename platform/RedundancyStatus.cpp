@@ -1,6 +1,5 @@
 #include "platform/RedundancyStatus.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 
 namespace Redundancy {
@@ -9,7 +8,7 @@ Vor::EnumType const & enumType( RedundancyMode ) {
    static constexpr Vor::Enumerator enumerators[] = { { unknown_, "unknown" },         { simplex_, "simplex" },
                                                       { coldStandby_, "coldStandby" }, { standby_, "standby" },
                                                       { switchover_, "switchover" },   { active_, "active" } };
-   static constinit Vor::EnumType const type( "Redundancy::RedundancyMode", enumerators );
+   static constinit Vor::EnumType const type( "Redundancy::RedundancyMode", enumerators, Vor::EnumType::Numbers::open );
    return type;
 }
 
@@ -24,13 +23,7 @@ void RedundancyStatus::switchoverStageDel( Vor::String stage ) {
 }
 
 Vor::Type const & RedundancyStatus::staticType() {
-   static constinit auto const type =
-      Vor::describe<RedundancyStatus, &redundancyStatusFactory>( "Redundancy::RedundancyStatus" );
-   return type;
-}
-
-Vor::Ptr<RedundancyStatus> redundancyStatusFactory( Vor::Name name ) {
-   return Vor::allocate<RedundancyStatus>( std::move( name ) );
+   return Vor::entityType<RedundancyStatus, "Redundancy::RedundancyStatus">();
 }
 
 }   // namespace Redundancy

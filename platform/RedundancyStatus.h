@@ -28,8 +28,8 @@ class RedundancyStatus final : public Vor::EntityOf<RedundancyStatus> {
    };
    using Notifiee = NotifieeFor<NotifieeConst>;
 
-   RedundancyMode mode() const { return mode_; }
-   void modeIs( RedundancyMode mode ) { attributeIs<"mode">( mode_, mode ); }
+   RedundancyMode mode() const { return stored_.get<"mode">(); }
+   void modeIs( RedundancyMode mode ) { attributeIs<"mode">( stored_, mode ); }
 
    /// Which stages were named so far, and whether each is reached.
    SwitchoverStages const & switchoverStage() const { return switchoverStage_; }
@@ -47,10 +47,10 @@ class RedundancyStatus final : public Vor::EntityOf<RedundancyStatus> {
          &NotifieeConst::onSwitchoverStage>>;
 
  private:
-   RedundancyMode mode_ = unknown_;
+   Vor::Stored<RedundancyStatus, Attributes> stored_;
    SwitchoverStages switchoverStage_;
 };
 
-Vor::Ptr<RedundancyStatus> redundancyStatusFactory( Vor::Name name );
+inline constexpr auto & redundancyStatusFactory = Vor::factoryOf<RedundancyStatus>;
 
 }   // namespace Redundancy

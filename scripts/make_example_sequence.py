@@ -79,12 +79,15 @@ def main() -> None:
 
     sequence.block("global control", 0x0010, [0x04, 0x00, 0x11, 0x3C, 0x00, 0x02, 0x00, 0x10])
     for index in range(3):
-        sequence.block(f"input clock {index + 1}", 0x0100 + 0x20 * index, [0x80 if index == 0 else 0x00, 0x0A, *bytes_of(10_000_000, 4), 0x28, 0x14])
+        enable = 0x80 if index == 0 else 0x00
+        values = [enable, 0x0A, *bytes_of(10_000_000, 4), 0x28, 0x14]
+        sequence.block(f"input clock {index + 1}", 0x0100 + 0x20 * index, values)
     sequence.block("DPLL", 0x0180, [0x21, 0x07, *bytes_of(0x0003_D090, 4), *coefficients(24305, 18)])
     sequence.block("APLL 1", 0x0200, apll_block(375_000_000, 1))
     sequence.block("APLL 2", 0x0240, apll_block(312_500_000, 2))
     for index in range(10):
-        sequence.block(f"output clock {index + 1}", 0x0300 + 0x10 * index, output_block(375 if index == 0 else 0, index == 0))
+        values = output_block(375 if index == 0 else 0, index == 0)
+        sequence.block(f"output clock {index + 1}", 0x0300 + 0x10 * index, values)
 
     sequence.comment("start: enable both APLLs, then the output stage")
     for address, value in ((0x0011, 0x03), (0x0012, 0x13), (0x0013, 0x3D)):

@@ -1,7 +1,7 @@
 // Faults of the simulated hardware: their kinds, and which of them trouble one chip at present.
 //
-// A fault begins when it is handed to the card, and lasts for a span (`forNs`), for a number of occurrences (`count`), or
-// to the end. What an occurrence is depends on the kind:
+// A fault begins when it is handed to the card, and lasts for a span (`forNs`), for a number of occurrences (`count`),
+// or to the end. What an occurrence is depends on the kind:
 //
 //    kind           what it does                                              one occurrence is
 //    spiDead        captured responses are lost                               a response lost

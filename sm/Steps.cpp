@@ -10,7 +10,7 @@ constinit Vor::Ptr<StepSink> installedSink;
 class TellOnce final : public Vor::EntityObserver {
  public:
    TellOnce( Vor::Entity const & record, std::function<void()> tell ) : tell_( std::move( tell ) ) {
-      vorAttach( Vor::Ptr<Vor::PtrInterface const>( &record ) );
+      vorAttach( Vor::Ptr<Vor::Entity const>( &record ) );
    }
    void onAttribute( Vor::Entity const &, Vor::Attribute const &, Vor::Value const & ) override {
       if ( auto const tell = std::exchange( tell_, nullptr ) ) tell();

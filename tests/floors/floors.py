@@ -3,7 +3,8 @@
 
 A folder includes only itself and folders on floors below its own; floors 1 to 6 otherwise use the standard library
 and the operating system's headers alone. Headers are guarded, a source opens with its own header, and every source,
-also of a test, is listed by its folder's CMakeLists.txt. Each breach is one line that names the fix; the exit code is 1 when there is any.
+also of a test, is listed by its folder's CMakeLists.txt. No line of a source, also of a test or a Python script, is
+longer than 120 columns. Each breach is one line that names the fix; the exit code is 1 when there is any.
 """
 import pathlib
 import re
@@ -43,16 +44,17 @@ LIBRARIES = {
 }
 
 CPP = frozenset(
-    """algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits
-    clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint
-    cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem format forward_list fstream
-    functional future initializer_list iomanip ios iosfwd iostream istream iterator latch limits list locale map memory
-    memory_resource mutex new numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore
-    set shared_mutex source_location span sstream stack stdexcept stop_token streambuf string string_view strstream
-    syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map unordered_set utility valarray
-    variant vector version""".split())
+    """algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes
+    climits clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg
+    cstddef cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem format
+    forward_list fstream functional future initializer_list iomanip ios iosfwd iostream istream iterator latch
+    limits list locale map memory memory_resource mutex new numbers numeric optional ostream queue random ranges
+    ratio regex scoped_allocator semaphore set shared_mutex source_location span sstream stack stdexcept stop_token
+    streambuf string string_view strstream syncstream system_error thread tuple type_traits typeindex typeinfo
+    unordered_map unordered_set utility valarray variant vector version""".split())
 SYSTEM = frozenset(
-    "cxxabi dirent dlfcn errno fcntl limits poll pthread sched signal stddef stdint stdio stdlib string time unistd".split())
+    """cxxabi dirent dlfcn errno fcntl limits poll pthread sched signal stddef stdint stdio stdlib string time
+    unistd""".split())
 SYSTEM_FOLDERS = ("sys/", "linux/")
 
 
@@ -63,6 +65,18 @@ def is_system(name):
 def without_comments(text):
     """The text with block comments blanked out, lines kept."""
     return re.sub(r"/\*.*?\*/", lambda comment: "\n" * comment.group().count("\n"), text, flags=re.DOTALL)
+
+
+def without_raw_strings(text):
+    """The text without what its raw strings hold, lines kept: what a program reads or writes stands as it is."""
+    return re.sub(r'R"(\w*)\(.*?\)\1"', lambda string: "\n" * string.group().count("\n"), text, flags=re.DOTALL)
+
+
+def too_long(root, file):
+    """A breach for each line of more than 120 columns."""
+    lines = without_raw_strings(file.read_text()).split("\n")
+    return [f"{file.relative_to(root)}:{number}: has {len(line)} columns: break the line, at most 120 are read at once"
+            for number, line in enumerate(lines, 1) if len(line) > 120]
 
 
 def may_include(folder):
@@ -122,6 +136,10 @@ def breaches(root):
             found.append(unlisted(root, file))
     for folder in ("tests", "bench"):
         found += [unlisted(root, file) for file in sorted((root / folder).rglob("*.cpp"))]
+    for folder in (*BELOW, "tests", "bench", "scripts"):
+        for file in sorted((root / folder).rglob("*")):
+            if file.suffix in (".h", ".cpp", ".py"):
+                found += too_long(root, file)
     return [breach for breach in found if breach]
 
 

@@ -22,7 +22,8 @@ HOUSE = {
     "sm/Sm.h": '#pragma once\n#include "inventory/Inv.h"\n#include "util/Utils.h"\n',
     "sim/Card.h": '#pragma once\n#include "sm/Sm.h"\n',
     "input/Json.h": '#pragma once\n#include "sim/Card.h"\n#include <nlohmann/json.hpp>\n',
-    "command/Agent.h": '#pragma once\n#include "input/Json.h"\n#include <CLI/CLI.hpp>\n#include <fmt/core.h>\n#include <sys/mman.h>\n',
+    "command/Agent.h":
+        '#pragma once\n#include "input/Json.h"\n#include <CLI/CLI.hpp>\n#include <fmt/core.h>\n#include <sys/mman.h>\n',
 }
 
 
@@ -75,8 +76,8 @@ class Floors(unittest.TestCase):
                 self.assertEqual(len(self.including("sim/Card.h", line)), 1)
 
     def test_every_way_of_writing_an_include_is_seen(self):
-        for line in ('#include "sm/Sm.h"', '  #  include   "sm/Sm.h"  // why', '#include"sm/Sm.h"', "#include <sm/Sm.h>",
-                     '#include "../sm/Sm.h"', '#include "hal/../sm/Sm.h"', "#include HEADER"):
+        for line in ('#include "sm/Sm.h"', '  #  include   "sm/Sm.h"  // why', '#include"sm/Sm.h"',
+                     "#include <sm/Sm.h>", '#include "../sm/Sm.h"', '#include "hal/../sm/Sm.h"', "#include HEADER"):
             with self.subTest(line=line):
                 found = breaches(self.house({"hal/KivHal.h": f"#pragma once\n\n{line}\n"}))
                 self.assertEqual(len(found), 1)
@@ -114,7 +115,26 @@ class Floors(unittest.TestCase):
         tests = {"tests/hal/CMakeLists.txt": "clockpath_test( hal SOURCES RegTest.cpp )", "tests/hal/RegTest.cpp": ""}
         self.assertEqual(breaches(self.house(tests)), [])
         found = breaches(self.house({**tests, "tests/hal/forbidden/Overlap.cpp": ""}))
-        self.assertEqual(found, ["tests/hal/forbidden/Overlap.cpp:1: is not listed in tests/hal/CMakeLists.txt: add it"])
+        self.assertEqual(
+            found, ["tests/hal/forbidden/Overlap.cpp:1: is not listed in tests/hal/CMakeLists.txt: add it"])
+
+    def test_a_line_is_at_most_120_columns_long(self):
+        lists = {"tests/hal/CMakeLists.txt": "clockpath_test( hal SOURCES RegTest.cpp )"}
+        for file in ("hal/KivHal.h", "tests/hal/RegTest.cpp", "scripts/make.py"):
+            with self.subTest(file=file):
+                start = "#pragma once\n// "
+                house = {**lists, "tests/hal/RegTest.cpp": ""}
+                self.assertEqual(breaches(self.house({**house, file: start + "é" * 117})), [])
+                found = breaches(self.house({**house, file: start + "é" * 118 + "\n"}))
+                self.assertEqual(len(found), 1)
+                self.assertTrue(found[0].startswith(f"{file}:2: has 121 columns: "), found)
+
+    def test_what_a_raw_string_holds_stands_as_it_is(self):
+        lists = {"tests/hal/CMakeLists.txt": "clockpath_test( hal SOURCES RegTest.cpp )"}
+        text = 'auto a = R"x(\n' + "y" * 130 + ')"\n)x";\n'
+        self.assertEqual(breaches(self.house({**lists, "tests/hal/RegTest.cpp": text})), [])
+        found = breaches(self.house({**lists, "tests/hal/RegTest.cpp": text + "// " + "y" * 118}))
+        self.assertTrue(found[0].startswith("tests/hal/RegTest.cpp:4: "), found)
 
     def test_the_command_fails_on_a_breach_and_only_then(self):
         command = [sys.executable, pathlib.Path(__file__).with_name("floors.py")]

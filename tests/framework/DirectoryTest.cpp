@@ -98,7 +98,9 @@ TEST_F( DirectoryTest, ReferencesAreComparedByIdentity ) {
    Ptr<Vor::Entity> const twin = Vor::entityFactory( "socket" );
    EXPECT_THAT(
       messageOf( [&] { dir->lampIs( "hall", 40, red_, twin ); } ),
-      testing::HasSubstr( "value of '/socket' than the current value of '/socket' not allowed" ) );
+      testing::HasSubstr( Vor::format(
+         "value of '/socket' (entity %u) than the current value of '/socket' (entity %u) not allowed", twin->ordinal(),
+         socket->ordinal() ) ) );
 }
 
 TEST_F( DirectoryTest, ARefusedReinstantiationChangesNothing ) {

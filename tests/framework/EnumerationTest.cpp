@@ -44,6 +44,20 @@ TEST( Enumeration, AnUnknownTextIsARangeErrorThatTellsWhatIsKnown ) {
    }
 }
 
+TEST( Enumeration, ATextThatGoesOnBehindANulIsUnknown ) {
+   String const text( "red\0dish", 8 );
+   EXPECT_THROW( enumInstance<Colour>( text ), RangeException );
+   String const quoted = "'" + text + "'";
+   auto pos = quoted.begin();
+   try {
+      sequenceToValue( pos, quoted.end(), static_cast<Colour *>( nullptr ) );
+      ADD_FAILURE() << "nothing was thrown";
+   } catch ( RangeException const & error ) {
+      EXPECT_STREQ( error.what(), R"(Test::Colour has no enumerator 'red\0dish'; it has white, red, deepBlue)" );
+   }
+   EXPECT_EQ( pos, quoted.begin() );
+}
+
 TEST( Enumeration, TextForms ) {
    EXPECT_EQ( stringValue( deepBlue_ ), "deepBlue" );
    EXPECT_EQ( valueToStrep( deepBlue_ ), "'deepBlue'" );
@@ -90,6 +104,8 @@ TEST( Enumeration, TheDescriptorListsTheTable ) {
    ASSERT_EQ( type.enumerators().size(), 3u );
    EXPECT_STREQ( type.enumerators()[2].text, "deepBlue" );
    EXPECT_EQ( type.enumerators()[2].value, 7u );
+   EXPECT_FALSE( type.open() );
+   EXPECT_TRUE( enumType( Mood{} ).open() );
 }
 
 }   // namespace

@@ -10,6 +10,12 @@ Vor::EnumType const & enumType( Colour ) {
    return type;
 }
 
+Vor::EnumType const & enumType( Mood ) {
+   static constexpr Vor::Enumerator enumerators[] = { { calm_, "calm" }, { merry_, "merry" } };
+   static constinit Vor::EnumType const type( "Test::Mood", enumerators, Vor::EnumType::Numbers::open );
+   return type;
+}
+
 Vor::Type const & Lamp::staticType() {
    static constinit auto const type = Vor::describe<Lamp, &lampFactory>( "Test::Lamp" );
    return type;

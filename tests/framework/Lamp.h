@@ -12,6 +12,9 @@ namespace Test {
 
 enum Colour : U32 { white_, red_, deepBlue_ = 7 };
 Vor::EnumType const & enumType( Colour );
+/// Open: other numbers may come.
+enum Mood : U32 { calm_, merry_ };
+Vor::EnumType const & enumType( Mood );
 using Vor::sequenceToValue;
 using Vor::stringValue;
 using Vor::valueToStrep;

@@ -44,6 +44,7 @@ TEST( Strep, TextsStandInQuotesWithEscapes ) {
    EXPECT_EQ( valueToStrep( String( "plain" ) ), "'plain'" );
    EXPECT_EQ( valueToStrep( String() ), "''" );
    EXPECT_EQ( valueToStrep( String( "it's a \\ and\na line" ) ), R"('it\'s a \\ and\na line')" );
+   EXPECT_EQ( valueToStrep( String( "cut\0short", 9 ) ), R"('cut\0short')" );   // a message would end at a NUL
    EXPECT_EQ( valueToStrep( Name( "ptp0" ) ), "'ptp0'" );
 }
 
@@ -51,7 +52,7 @@ TEST( Strep, WhatIsPrintedIsReadBack ) {
    auto const seed = std::random_device{}();
    SCOPED_TRACE( "seed " + std::to_string( seed ) );
    std::mt19937 random( seed );
-   constexpr std::string_view alphabet = "an'\\\n \"x";
+   constexpr std::string_view alphabet( "an'\\\n \"x0\0", 10 );
    for ( int round = 0; round < 500; ++round ) {
       std::string original( random() % 12, ' ' );
       for ( char & c : original ) c = alphabet[random() % alphabet.size()];

@@ -6,9 +6,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+
 namespace Test {
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
 using Vor::Attribute;
 using Vor::NamedValue;
 using Vor::NameNotFoundException;
@@ -38,6 +44,28 @@ TEST( Type, AttributesSayOfWhichKindTheyAre ) {
    EXPECT_EQ( type.attribute( "lit" ).kind, Attribute::Kind::changeable );
    EXPECT_EQ( type.attribute( "notes" ).kind, Attribute::Kind::collection );
    EXPECT_EQ( type.attribute( "blink" ).kind, Attribute::Kind::operation );
+}
+
+TEST( Type, AttributesSayOfWhichTypeTheyAre ) {
+   std::map<std::string_view, std::string_view> types;
+   for ( Attribute const & attribute : Lamp::staticType().attributes() ) types[attribute.name] = attribute.typeName;
+   EXPECT_THAT(
+      types, UnorderedElementsAre(
+                Pair( "name", "Vor::Name" ), Pair( "watts", "U32" ), Pair( "colour", "Test::Colour" ),
+                Pair( "socket", "Vor::Ptr<const Vor::Entity>" ), Pair( "brightness", "U32" ), Pair( "lit", "bool" ),
+                Pair( "notes", "Vor::String" ), Pair( "blink", "U32" ) ) );
+   EXPECT_EQ( Lamp::staticType().attribute( "notes" ).keyTypeName, "U32" );
+   EXPECT_EQ( Lamp::staticType().attribute( "lit" ).keyTypeName, "" );
+   Attribute const & lamps = LampDir::staticType().attribute( "lamp" );
+   EXPECT_EQ( lamps.typeName, "Vor::Ptr<Test::Lamp>" );
+   EXPECT_EQ( lamps.keyTypeName, "Vor::Name" );
+}
+
+TEST( Type, OperationsSayOfWhichTypesTheirArgumentsAre ) {
+   Attribute const & blink = Lamp::staticType().attribute( "blink" );
+   EXPECT_THAT( blink.argumentNames, ElementsAre( "times", "seconds" ) );
+   EXPECT_THAT( blink.argumentTypeNames, ElementsAre( "U32", "U32" ) );
+   EXPECT_THAT( Lamp::staticType().attribute( "lit" ).argumentTypeNames, IsEmpty() );
 }
 
 TEST( Type, AnUnknownAttributeIsAnErrorThatTellsWhatThereIs ) {
@@ -75,6 +103,12 @@ TEST( Type, AnArgumentOfTheWrongKindIsARangeError ) {
    NamedValue const wrong[] = {
       { "name", String( "hall" ) }, { "watts", String( "bright" ) }, { "colour", String( "red" ) }, { "socket", {} } };
    EXPECT_THROW( Lamp::staticType().make( wrong ), Vor::RangeException );
+}
+
+TEST( Type, AClosedEnumerationTakesNoOtherNumberFromAMaker ) {
+   NamedValue const wrong[] = {
+      { "name", String( "hall" ) }, { "watts", U64{ 60 } }, { "colour", U64{ 5 } }, { "socket", {} } };
+   EXPECT_EQ( messageOf( [&] { Lamp::staticType().make( wrong ); } ), "Test::Colour has no enumerator of value 5" );
 }
 
 TEST( Type, ATypeWithoutAFactoryMakesNothing ) {

@@ -47,9 +47,20 @@ TEST( Value, AnEnumeratorTravelsAsItsText ) {
    EXPECT_EQ( toValue( deepBlue_ ), Value( String( "deepBlue" ) ) );
    EXPECT_EQ( toValue( static_cast<Colour>( 5 ) ), Value( U64{ 5 } ) );
    EXPECT_EQ( fromValue<Colour>( toValue( deepBlue_ ) ), deepBlue_ );
-   EXPECT_EQ( fromValue<Colour>( toValue( static_cast<Colour>( 5 ) ) ), static_cast<Colour>( 5 ) );
+   EXPECT_EQ( fromValue<Colour>( U64{ 7 } ), deepBlue_ );
    EXPECT_THROW( fromValue<Colour>( String( "pink" ) ), RangeException );
-   EXPECT_THROW( fromValue<Colour>( U64{ 1 } << 32 ), RangeException );
+   EXPECT_THROW( fromValue<Colour>( true ), RangeException );
+}
+
+TEST( Value, ANumberWithoutAnEnumeratorIsTakenByAnOpenEnumerationOnly ) {
+   for ( U64 const number : { U64{ 2 }, U64{ 4294967295 } } ) {
+      EXPECT_THROW( fromValue<Colour>( number ), RangeException ) << number;
+      EXPECT_EQ( fromValue<Mood>( number ), number );
+      EXPECT_EQ( toValue( fromValue<Mood>( number ) ), Value( number ) );
+   }
+   EXPECT_THROW( fromValue<Colour>( ( U64{ 1 } << 32 ) + 1 ), RangeException );
+   EXPECT_THROW( fromValue<Mood>( ( U64{ 1 } << 32 ) + 1 ), RangeException );
+   EXPECT_THROW( fromValue<Mood>( String( "2" ) ), RangeException );
 }
 
 TEST( Value, NumbersAreTakenWithinTheirWidthOnly ) {
@@ -95,6 +106,19 @@ TEST( Value, ReferencesKeepTheirTypeAndTheirAccess ) {
 TEST( Value, AnEmptyReferenceIsOneOfEveryType ) {
    EXPECT_EQ( fromValue<Ptr<Lamp>>( Value() ), nullptr );
    EXPECT_EQ( fromValue<Ptr<Lamp const>>( toValue( Ptr<LampDir>() ) ), nullptr );
+}
+
+TEST( Value, AReferenceStandsBesideAnotherOfItsFullNameWithItsOrdinal ) {
+   Ptr<Lamp> const hall = plainLamp( "hall" );
+   Ptr<Lamp> const twin = plainLamp( "hall" );
+   Ptr<Lamp> const attic = plainLamp( "attic" );
+   EXPECT_EQ( twin->ordinal(), hall->ordinal() + 1 );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), attic.ptr() ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), hall.ptr() ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), nullptr ), "'/hall'" );
+   EXPECT_EQ( Vor::referenceToStrep( nullptr, hall.ptr() ), "'none'" );
+   EXPECT_EQ( Vor::referenceToStrep( hall.ptr(), twin.ptr() ), Vor::format( "'/hall' (entity %u)", hall->ordinal() ) );
+   EXPECT_EQ( Vor::referenceToStrep( twin.ptr(), hall.ptr() ), Vor::format( "'/hall' (entity %u)", twin->ordinal() ) );
 }
 
 TEST( Value, TextForPeople ) {

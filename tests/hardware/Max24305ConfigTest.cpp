@@ -17,7 +17,10 @@ using Vor::Value;
 struct ConfigWatch final : Config::NotifieeConst {
    void onOpsToDo( U32 index ) override { tell( "op " + std::to_string( index ) ); }
    void onOpsToDo() override { tell( "all ops" ); }
-   void onOpsToDoMetadata() override { tell( "metadata" ); }
+   void onOpsToDoMetadata() override {
+      OpsToDoMetadata const & metadata = notifier()->opsToDoMetadata();
+      tell( "metadata " + std::to_string( metadata.firstIndex ) + " " + std::to_string( metadata.nextIndex ) );
+   }
    void onOpsToDoValid() override { tell( notifier()->opsToDoValid() ? "valid" : "not valid" ); }
    void tell( std::string const & what ) {
       story.push_back( what );
@@ -66,6 +69,34 @@ TEST_F( ConfigTest, HandingOverIsToldOnChangeOnly ) {
    config->opsToDoValidIs( false );
    EXPECT_THAT( watch->story, ElementsAre( "valid", "not valid" ) );
 }
+
+TEST_F( ConfigTest, MetadataAreToldAsTheyStandAlsoWhenEqual ) {
+   config->opsToDoMetadataIs( { 1, 2 } );
+   config->opsToDoMetadataIs( { 1, 2 } );
+   config->opsToDoMetadataIs( { 3, 4 } );
+   EXPECT_THAT( watch->story, ElementsAre( "metadata 1 2", "metadata 1 2", "metadata 3 4" ) );
+}
+
+TEST_F( ConfigTest, AttributesSayOfWhichTypeTheyAre ) {
+   std::vector<std::string> types;
+   for ( Vor::Attribute const & attribute : Config::staticType().attributes() )
+      types.push_back(
+         std::string( attribute.name ) + ": " + std::string( attribute.typeName ) +
+         ( attribute.keyTypeName.empty() ? "" : " by " + std::string( attribute.keyTypeName ) ) );
+   EXPECT_THAT(
+      types, ElementsAre(
+                "name: Vor::Name", "genId: Fru::GenerationId", "configOffset: U32", "statusOffset: U32",
+                "ham: Vor::Ptr<const Fru::Ham>", "resetGpoName: Vor::Name", "role: Hardware::Max24305::Role",
+                "input: Hardware::Max24305::Input", "outputFrequencyInHz: U32", "slotId: Fru::SlotId",
+                "spiResetSupported: bool", "opsToDo: Hardware::Max24305::Op by U32",
+                "opsToDoMetadata: Hardware::Max24305::OpsToDoMetadata", "opsToDoValid: bool", "doCleanup: void" ) );
+}
+
+// Callers hand the parameters over one by one, whoever derives the function.
+static_assert( std::is_same_v<
+               decltype( &configFactory ), Ptr<Config> ( * )(
+                                              Vor::Name, Fru::GenerationId, U32, U32, Ptr<Fru::Ham const>, Vor::Name,
+                                              Role, Input, U32, Fru::SlotId, bool )> );
 
 TEST_F( ConfigTest, CleanupEmptiesTheQueueThenTakesTheHandOverBack ) {
    for ( U32 key = 0; key < 3; ++key ) config->opsToDoEnq( Op( key, write_, 0, 0 ) );
@@ -149,7 +180,7 @@ TEST_F( ConfigTest, ReflectionWorksOnQueueMetadataAndFlag ) {
    reflected.set( "opsToDoValid", true );
    reflected.deleteAt( "opsToDo", U64{ 4 } );
    reflected.call( "doCleanup" );
-   EXPECT_THAT( watch->story, ElementsAre( "op 4", "metadata", "valid", "op 4", "not valid" ) );
+   EXPECT_THAT( watch->story, ElementsAre( "op 4", "metadata 1 2", "valid", "op 4", "not valid" ) );
    EXPECT_EQ( config->opsToDoMetadata(), OpsToDoMetadata( 1, 2 ) );
    EXPECT_THROW( reflected.set( "slotId", U64{ 1 } ), Vor::OperationNotSupportedException );
    EXPECT_THROW( reflected.setAt( "opsToDo", U64{ 4 }, String( "write" ) ), Vor::ParseException );

@@ -151,7 +151,10 @@ TEST_F( ConfigDirTest, TheHandleIsComparedByIdentity ) {
    ask( usual );
    Asked asked = usual;
    asked.ham = Fru::hamFactory( "kiv" );
-   EXPECT_EQ( messageOf( [&] { ask( asked ); } ), refusal( "ham", "'/kiv'", "'/kiv'" ) );
+   auto const text = [&]( Fru::Ham const & handle ) {
+      return Vor::format( "'/kiv' (entity %u)", handle.ordinal() ).stdString();
+   };
+   EXPECT_EQ( messageOf( [&] { ask( asked ); } ), refusal( "ham", text( *asked.ham ).c_str(), text( *ham ).c_str() ) );
 }
 
 TEST_F( ConfigDirTest, RemovalIsToldIfThereWasAnything ) {
@@ -246,6 +249,10 @@ TEST_F( StatusDirTest, Reflection ) {
    EXPECT_EQ( made->role(), timeSync_ );
    Vor::Reflected( made ).set( "state", String( "failed" ) );
    EXPECT_EQ( made->state(), failed_ );
+   EXPECT_THROW( Vor::Reflected( made ).set( "state", U64{ 4 } ), Vor::RangeException );
+   EXPECT_EQ( made->state(), failed_ );
+   Vor::NamedValue const wrong[] = { { "role", U64{ 2 } }, { "genId", String( "1" ) }, { "name", String( "made" ) } };
+   EXPECT_THROW( Status::staticType().make( wrong ), Vor::RangeException );
 }
 
 TEST( Max24305Status, TheStateIsToldOnChangeOnly ) {

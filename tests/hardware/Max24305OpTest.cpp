@@ -179,6 +179,9 @@ TEST( Op, Reflection ) {
    EXPECT_EQ( op, Op( 0, sleep_, 0, maximum ) );
    EXPECT_EQ( reflected.get( "type" ), Value( String( "sleep" ) ) );
    EXPECT_THROW( reflected.set( "type", String( "erase" ) ), Vor::RangeException );
+   EXPECT_THROW( reflected.set( "type", U64{ 4 } ), Vor::RangeException );
+   EXPECT_EQ( op.type, sleep_ );
+   EXPECT_EQ( Op::staticType().attribute( "type" ).typeName, enumType( OpType{} ).name() );
    EXPECT_THROW( reflected.hash(), Vor::UnhashableTypeException );
    EXPECT_FALSE( reflected.isDefault() );
 }

@@ -41,6 +41,14 @@ TEST( SequenceFile, AnUnknownOperationNamesLineColumnAndTheKnownOnes ) {
       "write, sleep" );
 }
 
+TEST( SequenceFile, AnOperationThatGoesOnBehindANulIsUnknown ) {
+   std::string text = good;
+   text.replace( text.find( "read" ), 4, std::string( "write\0garbage", 13 ) );
+   EXPECT_EQ(
+      error( text ), R"(f.ops:1:55: attribute 'type': Hardware::Max24305::OpType has no enumerator 'write\0garbage'; )"
+                     "it has unknownOp, read, write, sleep" );
+}
+
 TEST( SequenceFile, AMissingLiteralNamesWhatWasExpectedAndWhatStoodThere ) {
    EXPECT_EQ(
       error( "Value('Hardware::Max24305::Op', ** {'key': 1, 'type': 'read', 'addr': 2, 'value': 3})" ),

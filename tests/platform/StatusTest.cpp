@@ -60,6 +60,18 @@ TEST( PtpTimeSyncStatus, StartsDisabledAndTellsOfChanges ) {
    EXPECT_EQ( Vor::Reflected( status ).get( "state" ), Value( U64{ 9 } ) );   // a number without a text
 }
 
+TEST( OpenEnumerations, TakeANumberWithoutAnEnumerator ) {
+   Ptr<ClockStatus> const clock = Hardware::Kiv::clockStatusFactory( "clock" );
+   Ptr<PtpTimeSync::Status> const timeSync = PtpTimeSync::statusFactory( "ptp" );
+   Ptr<Redundancy::RedundancyStatus> const redundancy = Redundancy::redundancyStatusFactory( "redundancy" );
+   Vor::Reflected( clock ).set( "state", U64{ 3 } );
+   Vor::Reflected( timeSync ).set( "state", U64{ 9 } );
+   Vor::Reflected( redundancy ).set( "mode", U64{ 6 } );
+   EXPECT_EQ( U32{ clock->state() }, 3u );
+   EXPECT_EQ( U32{ timeSync->state() }, 9u );
+   EXPECT_EQ( U32{ redundancy->mode() }, 6u );
+}
+
 using Redundancy::RedundancyStatus;
 
 static_assert( Redundancy::switchover_ == 4 && Redundancy::active_ == 5 );

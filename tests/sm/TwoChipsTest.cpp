@@ -1,6 +1,6 @@
 // The machines of several chips together, on simulated cards. The Tolvane's published state is the only link between
-// its machine and that of the MAX24305 it feeds; each is told of the card's own changes by itself, in the order in which
-// they were made.
+// its machine and that of the MAX24305 it feeds; each is told of the card's own changes by itself, in the order in
+// which they were made.
 #include "hardware/HwMax24305.h"
 #include "hardware/TolvaneConfig.h"
 #include "hardware/TolvaneStatus.h"

@@ -1,4 +1,5 @@
-// Walks the type registry: linking the library is enough to find its types there, module by module in their fixed order.
+// Walks the type registry: linking the library is enough to find its types there, module by module in their fixed
+// order.
 #include <clockpath/framework/TypeRegistry.h>
 
 #include <iostream>
