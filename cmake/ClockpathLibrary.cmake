@@ -4,7 +4,7 @@
 #    clockpath_exports( TARGET )                   offers, where it is shared, the names that cmake/TARGET.map lists
 #
 # Users find the headers as <clockpath/FOLDER/NAME.h>, and include/ of the build tree holds them as they are installed.
-# docs/decisions/0006-one-prefix-for-headers.md says why.
+# docs/decisions/0008-one-prefix-for-headers.md says why.
 function( clockpath_library target name )
    clockpath_target( ${target} )
    add_library( clockpath::${name} ALIAS ${target} )
