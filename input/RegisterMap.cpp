@@ -7,7 +7,7 @@ namespace Input {
 
 void RegisterMap::blockClaim( U32 base, Hal::Registers block, std::string const & owner, JsonValue const & place ) {
    for ( Hal::RegisterDeclaration const & reg : block ) {
-      auto const * const first = claim( base, reg.address, Claims::wholeRegister, owner, place );
+      auto const * const first = claim( base, reg.address, Sim::wholeRegister, owner, place );
       if ( first )
          place.failWith(
             "the register at " + hexText( U64{ base } + reg.address ) + " of " + owner + " belongs to " +

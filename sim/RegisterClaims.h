@@ -2,7 +2,7 @@
 //
 //    Sim::RegisterClaims<std::string> claims;
 //    claims.claim( 0x2000, 1u << 0, "the output osc0Reset" );
-//    if ( auto const * first = claims.claim( 0x2000, claims.wholeRegister, "the chip osc0" ) ) fail( first->owner );
+//    if ( auto const * first = claims.claim( 0x2000, Sim::wholeRegister, "the chip osc0" ) ) fail( first->owner );
 #pragma once
 
 #include "framework/Types.h"
@@ -12,10 +12,10 @@
 
 namespace Sim {
 
+inline constexpr U32 wholeRegister = 0xFFFF'FFFF;
+
 template<class Owner> class RegisterClaims {
  public:
-   static constexpr U32 wholeRegister = 0xFFFF'FFFF;
-
    struct Claim {
       U32 bits;
       Owner owner;

@@ -160,14 +160,14 @@ void SimulatedCard::chipAdd( std::unique_ptr<Chip> chip, std::string const & res
 
 void SimulatedCard::blockAdd( std::string const & owner, U32 offset, RegisterBlock & block ) {
    for ( Hal::RegisterDeclaration const & declaration : block.registers() )
-      claim( owner, offset + declaration.address, claims_.wholeRegister );
+      claim( owner, offset + declaration.address, wholeRegister );
    place( offset, block );
 }
 
 void SimulatedCard::claim( std::string const & owner, U32 address, U32 bits ) {
    auto const * const first = claims_.claim( address, bits, owner );
    if ( !first ) return;
-   std::string const what = first->bits == bits && bits != claims_.wholeRegister
+   std::string const what = first->bits == bits && bits != wholeRegister
                                ? "bit " + std::to_string( std::countr_zero( bits ) ) + " of the register at "
                                : std::string( "the register at " );
    throw std::invalid_argument( what + std::to_string( address ) + " belongs to " + first->owner + " and to " + owner );
