@@ -14,9 +14,9 @@ namespace {
 
 constexpr char vmidName[] = "SIMULATION_VMID";
 
-Vor::Ptr<Fru::HamImpl> presentHam( Sim::SimulatedCard & card, Sim::CardEvents & events, bool present ) {
+Vor::Ptr<Fru::HamImpl> presentHam( Sim::SimulatedCard & card, Sim::CardEvents & events ) {
    Vor::Ptr<Fru::HamImpl> const ham = new Sim::SimulatedHam( "hamImpl", card, events );
-   ham->hardwarePresentIs( present );
+   ham->hardwarePresentIs( true );
    return ham;
 }
 
@@ -65,23 +65,17 @@ SimulatedWorld::SimulatedWorld( Input::CardDescription description, Sim::Scenari
      virtualTime_( clock_ ),
      simulatedCard_( clock_, simulatedParameters( description ) ),
      events_( clock_ ),
-     card_(
-        std::move( description ), presentHam( simulatedCard_, events_, scenario_.start.hardwarePresent ),
-        [this]( Vor::Name name ) {
-           return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
-        } ) {
+     card_( std::move( description ), presentHam( simulatedCard_, events_ ), [this]( Vor::Name name ) {
+        return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
+     } ) {
    Vor::activityManager().config().clockIs( clock_ );
    events_.cardAdd( simulatedCard_ );
-   Sim::StartState const & start = scenario_.start;
-   card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( start.timeSync ) );
-   card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( start.redundancyMode ) );
-   for ( auto const & [stage, reached] : start.switchoverStage )
-      card_.redundancy()->switchoverStageIs( stage, reached );
+   card_.timeSync()->stateIs( PtpTimeSync::enabling_ );
+   card_.redundancy()->modeIs( Redundancy::standby_ );
    configure( card_, inventoryOf( card_.description(), card_.ham() ) );
-   for ( Sim::ScenarioChip const & chip : card_.description().scenarioChips() )
-      if ( !start.gpoHamOf( chip.name ) ) card_.resetGpoOf( chip.name )->hamIs( nullptr );
-   for ( Input::Max24305Description const & chip : card_.description().max24305s )
-      if ( start.opsToDoValidOf( chip.name ) ) card_.handOver( chip.name );
+   for ( Input::Max24305Description const & chip : card_.description().max24305s ) card_.handOver( chip.name );
+   Sim::ScenarioTargets const all = targets();
+   for ( Sim::Action const & action : scenario_.start.actions ) Sim::actionApply( action, all );
    for ( auto const & [name, status] : card_.tolvaneStatusDir()->tolvane() )
       events_.statusAdd<Hardware::Tolvane::Status>( status );
    for ( auto const & [name, status] : card_.max24305StatusDir()->max24305() )

@@ -95,7 +95,7 @@ template<class V> class LinkQueue {
       }
 
       LinkQueue const * queue_;
-      U64 edits_;   // of the queue, when the place was found
+      U64 edits_ = 0;   // of the queue, when the place was found
       Place place_;
       Ptr<Element const> element_;
    };

@@ -68,8 +68,8 @@ TimerWheel::NotifieeConst * TimerWheel::earliest( Link & trees ) {
 }
 
 double TimerWheel::nextTime() const {
-   NotifieeConst const * const first = earliest( armed_ );
-   double next = first ? first->timeMin_ : never;
+   double next = never;
+   if ( NotifieeConst const * const first = earliest( armed_ ) ) next = first->timeMin_;
    for ( Link const * link = due_.next; link != &due_; link = link->next )
       next = std::min( next, static_cast<NotifieeConst const *>( link )->timeMin_ );
    return next;

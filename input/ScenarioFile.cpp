@@ -44,81 +44,77 @@ class ScenarioReader {
    StartState start( JsonValue const & value ) const {
       JsonObject object = value.object();
       StartState start;
-      if ( object.has( "timeSync" ) ) start.timeSync = object["timeSync"].u32();
-      if ( object.has( "redundancyMode" ) ) start.redundancyMode = object["redundancyMode"].u32();
-      if ( object.has( "switchoverStage" ) )
-         for ( auto const & [stage, reached] : object["switchoverStage"].object().members() )
-            start.switchoverStage.emplace_back( stage, reached.boolean() );
-      if ( object.has( "hardwarePresent" ) ) start.hardwarePresent = object["hardwarePresent"].boolean();
+      for ( ActionType const & type : actionTypes() )
+         if ( type.takes != ActionTakes::fault_ && object.has( type.key ) )
+            actionsAppend( type, object[type.key], true, start.actions );
       if ( object.has( "simulationVmid" ) ) start.simulationVmid = object["simulationVmid"].boolean();
-      if ( object.has( "gpoHam" ) ) start.gpoHam = byChip( object["gpoHam"], false );
-      if ( object.has( "opsToDoValid" ) ) start.opsToDoValid = byChip( object["opsToDoValid"], true );
       object.finish();
       return start;
-   }
-
-   std::map<std::string, bool> byChip( JsonValue const & value, bool max24305Only ) const {
-      std::map<std::string, bool> flags;
-      for ( auto const & [name, flag] : value.object().members() ) {
-         chipNamed( flag, name, max24305Only );
-         flags[name] = flag.boolean();
-      }
-      return flags;
    }
 
    Event event( JsonValue const & value ) const {
       JsonObject object = value.object();
       Event event;
       event.atNs = object["atNs"].u64();
-      for ( char const * key :
-            { "timeSync", "redundancyMode", "switchoverStage", "hardwarePresent", "opsToDoValid", "gpoHam", "fault" } )
-         object[key];
+      std::vector<std::string_view> keys;
+      for ( ActionType const & type : actionTypes() ) {
+         object[type.key];
+         keys.push_back( type.key );
+      }
       object.finish();
-      for ( auto const & [key, what] : object.members() ) actionsAppend( key, what, event.actions );
+      for ( auto const & [key, what] : object.members() )
+         if ( key != "atNs" ) actionsAppend( typeOf( { .key = key } ), what, false, event.actions );
       if ( event.actions.empty() )
-         value.failWith( "nothing happens here; expected one of \"timeSync\", \"redundancyMode\", \"switchoverStage\", "
-                         "\"hardwarePresent\", \"opsToDoValid\", \"gpoHam\" and \"fault\" beside \"atNs\"" );
+         value.failWith( "nothing happens here; expected one of " + choicesText( keys ) + " beside \"atNs\"" );
       return event;
    }
 
-   void actionsAppend( std::string const & key, JsonValue const & what, std::vector<Action> & actions ) const {
-      if ( key == "timeSync" ) {
-         actions.push_back( TimeSyncIs{ what.u32() } );
-      } else if ( key == "redundancyMode" ) {
-         actions.push_back( RedundancyModeIs{ what.u32() } );
-      } else if ( key == "switchoverStage" ) {
-         for ( auto const & [stage, reached] : what.object().members() )
-            actions.push_back( SwitchoverStageIs{ stage, reached.boolean() } );
-      } else if ( key == "hardwarePresent" ) {
-         actions.push_back( HardwarePresentIs{ what.boolean() } );
-      } else if ( key == "opsToDoValid" ) {
-         auto [chip, flag] = chipFlag( what, true );
-         actions.push_back( OpsToDoValidIs{ std::move( chip ), flag } );
-      } else if ( key == "gpoHam" ) {
-         auto [chip, flag] = chipFlag( what, false );
-         actions.push_back( GpoHamIs{ std::move( chip ), flag } );
-      } else if ( key == "fault" ) {
+   // What a line of the file says of one sort of action. The flags of chips stand by name at the start, where all may be
+   // told, and one a line in the events.
+   void
+   actionsAppend( ActionType const & type, JsonValue const & what, bool atStart, std::vector<Action> & actions ) const {
+      auto const append = [&]( std::string const & name, U32 number ) {
+         actions.push_back( { .key = std::string( type.key ), .name = name, .value = number } );
+      };
+      auto const appendOfChip = [&]( JsonValue const & where, std::string const & chip, JsonValue const & flag ) {
+         chipNamed( where, chip, type.takes == ActionTakes::flagOfMax24305_ );
+         append( chip, flag.boolean() );
+      };
+      switch ( type.takes ) {
+      case ActionTakes::number_:
+         append( "", what.u32() );
+         break;
+      case ActionTakes::flag_:
+         append( "", what.boolean() );
+         break;
+      case ActionTakes::flagOfStage_:
+         for ( auto const & [stage, flag] : what.object().members() ) append( stage, flag.boolean() );
+         break;
+      case ActionTakes::flagOfChip_:
+      case ActionTakes::flagOfMax24305_: {
+         JsonObject object = what.object();
+         if ( atStart ) {
+            for ( auto const & [chip, flag] : object.members() ) appendOfChip( flag, chip, flag );
+         } else {
+            JsonValue const chip = object["chip"];
+            appendOfChip( chip, chip.name(), object["value"] );
+         }
+         object.finish();
+         break;
+      }
+      case ActionTakes::fault_:
          actions.push_back( fault( what ) );
       }
    }
 
-   std::pair<std::string, bool> chipFlag( JsonValue const & value, bool max24305Only ) const {
+   Action fault( JsonValue const & value ) const {
       JsonObject object = value.object();
-      std::string chip = object["chip"].name();
-      chipNamed( object["chip"], chip, max24305Only );
-      bool const flag = object["value"].boolean();
-      object.finish();
-      return { std::move( chip ), flag };
-   }
-
-   FaultIs fault( JsonValue const & value ) const {
-      JsonObject object = value.object();
-      FaultIs result;
+      Action result{ .key = "fault" };
       std::vector<std::string_view> kinds;
       for ( FaultKind const kind : faultKinds() ) kinds.push_back( faultKindText( kind ) );
       Fault & fault = result.fault;
       fault.kind = faultKinds()[object["kind"].oneOf( kinds )];
-      result.chip = faultChip( object["chip"], fault.kind );
+      result.name = faultChip( object["chip"], fault.kind );
       if ( fault.kind == FaultKind::bitFlip_ ) {
          fault.address = static_cast<U16>( object["address"].u32( 0xFFFF ) );
          fault.mask = static_cast<U8>( object["mask"].u64( 1, 0xFF ) );

@@ -1,13 +1,18 @@
 #include "sim/Scenario.h"
 
+#include "sim/ScenarioTargets.h"
+
+#include <algorithm>
+#include <stdexcept>
+
 namespace Sim {
 
 namespace {
 
-std::string faultText( FaultIs const & action ) {
+std::string faultText( Action const & action ) {
    Fault const & fault = action.fault;
    std::string text = "fault " + std::string( faultKindText( fault.kind ) );
-   if ( !action.chip.empty() ) text += " at " + action.chip;
+   if ( !action.name.empty() ) text += " at " + action.name;
    if ( fault.kind == FaultKind::bitFlip_ )
       text += ", register " + std::to_string( fault.address ) + " mask " + std::to_string( fault.mask );
    if ( fault.kind == FaultKind::slowLock_ ) text += ", " + std::to_string( fault.extraNs ) + " ns longer";
@@ -16,40 +21,76 @@ std::string faultText( FaultIs const & action ) {
    return text;
 }
 
-template<class... F> struct Overloaded : F... { using F::operator()...; };
-template<class... F> Overloaded( F... ) -> Overloaded<F...>;
-
-bool flagOf( std::map<std::string, bool> const & flags, std::string const & chip ) {
-   auto const found = flags.find( chip );
-   return found == flags.end() || found->second;
+ScenarioTargets::Chip chipOf( Action const & action, ScenarioTargets const & targets ) {
+   auto const found = targets.chips.find( action.name );
+   return found == targets.chips.end() ? ScenarioTargets::Chip{} : found->second;
 }
+
+bool reached( Action const & action, SimulatedCard const & card ) {
+   return action.name.empty() || card.hasChip( action.name );
+}
+
+using A = Action const &;
+using Targets = ScenarioTargets const &;
+
+constexpr ActionType types[] = {
+   { "timeSync", ActionTakes::number_,   //
+     []( A a ) { return "time-sync state " + std::to_string( a.value ); },
+     []( A, Targets on ) { return bool( on.timeSync ); },
+     []( A a, Targets on ) { on.timeSync->stateIs( static_cast<PtpTimeSync::OperationalState>( a.value ) ); } },
+   { "redundancyMode", ActionTakes::number_,   //
+     []( A a ) { return "redundancy mode " + std::to_string( a.value ); },
+     []( A, Targets on ) { return bool( on.redundancy ); },
+     []( A a, Targets on ) { on.redundancy->modeIs( static_cast<Redundancy::RedundancyMode>( a.value ) ); } },
+   { "switchoverStage", ActionTakes::flagOfStage_,   //
+     []( A a ) { return "switchover stage " + a.name + ( a.value ? " reached" : " not reached" ); },
+     []( A, Targets on ) { return bool( on.redundancy ); },
+     []( A a, Targets on ) { on.redundancy->switchoverStageIs( a.name, a.value ); } },
+   { "hardwarePresent", ActionTakes::flag_,   //
+     []( A a ) { return std::string( a.value ? "hardware present" : "hardware not present" ); },
+     []( A, Targets on ) { return !on.hamImpls.empty(); },
+     []( A a, Targets on ) {
+        for ( auto const & hamImpl : on.hamImpls ) hamImpl->hardwarePresentIs( a.value );
+     } },
+   { "opsToDoValid", ActionTakes::flagOfMax24305_,   //
+     []( A a ) { return "sequence of " + a.name + ( a.value ? " handed over" : " taken back" ); },
+     []( A a, Targets on ) { return bool( chipOf( a, on ).config ); },
+     []( A a, Targets on ) { chipOf( a, on ).config->opsToDoValidIs( a.value ); } },
+   { "gpoHam", ActionTakes::flagOfChip_,   //
+     []( A a ) { return "reset output of " + a.name + ( a.value ? " has its handle" : " has no handle" ); },
+     []( A a, Targets on ) { return bool( chipOf( a, on ).resetGpo ); },
+     []( A a, Targets on ) { chipOf( a, on ).resetGpo->hamIs( a.value ? chipOf( a, on ).gpoHam : nullptr ); } },
+   { "fault", ActionTakes::fault_,   //
+     faultText,
+     []( A a, Targets on ) {
+        return std::ranges::any_of( on.cards, [&]( auto * card ) { return reached( a, *card ); } );
+     },
+     []( A a, Targets on ) {
+        for ( SimulatedCard * card : on.cards )
+           if ( reached( a, *card ) ) card->faultBegin( a.name, a.fault );
+     } },
+};
 
 }   // namespace
 
-bool StartState::gpoHamOf( std::string const & chip ) const { return flagOf( gpoHam, chip ); }
+std::span<ActionType const> actionTypes() { return types; }
 
-bool StartState::opsToDoValidOf( std::string const & chip ) const { return flagOf( opsToDoValid, chip ); }
+ActionType const & typeOf( Action const & action ) {
+   auto const * const type = std::ranges::find( types, action.key, &ActionType::key );
+   if ( type == std::end( types ) ) throw std::invalid_argument( "no action has the key \"" + action.key + "\"" );
+   return *type;
+}
 
-std::string actionText( Action const & action ) {
-   return std::visit(
-      Overloaded{
-         []( TimeSyncIs const & a ) { return "time-sync state " + std::to_string( a.state ); },
-         []( RedundancyModeIs const & a ) { return "redundancy mode " + std::to_string( a.mode ); },
-         []( SwitchoverStageIs const & a ) {
-            return "switchover stage " + a.stage + ( a.reached ? " reached" : " not reached" );
-         },
-         []( HardwarePresentIs const & a ) {
-            return std::string( a.present ? "hardware present" : "hardware not present" );
-         },
-         []( OpsToDoValidIs const & a ) {
-            return "sequence of " + a.chip + ( a.valid ? " handed over" : " taken back" );
-         },
-         []( GpoHamIs const & a ) {
-            return "reset output of " + a.chip + ( a.present ? " has its handle" : " has no handle" );
-         },
-         []( FaultIs const & a ) { return faultText( a ); },
-      },
-      action );
+std::string actionText( Action const & action ) { return typeOf( action ).text( action ); }
+
+void actionCheck( Action const & action, ScenarioTargets const & targets ) {
+   if ( !typeOf( action ).possible( action, targets ) )
+      throw std::invalid_argument( "the scenario's " + actionText( action ) + " finds nothing to act upon" );
+}
+
+void actionApply( Action const & action, ScenarioTargets const & targets ) {
+   actionCheck( action, targets );
+   typeOf( action ).apply( action, targets );
 }
 
 }   // namespace Sim

@@ -5,59 +5,55 @@
 #include "framework/Types.h"
 #include "sim/Fault.h"
 
-#include <map>
 #include <optional>
 #include <span>
 #include <string>
-#include <utility>
-#include <variant>
+#include <string_view>
 #include <vector>
 
 namespace Sim {
 
-/// The services outside the card as the machines find them at time 0.
+struct ScenarioTargets;
+
+/// Something that happens: a row of actionTypes(), and what that row takes.
+///
+///    Action{ .key = "gpoHam", .name = "ptp0", .value = false }
+struct Action {
+   std::string key{};    ///< of the row
+   std::string name{};   ///< of the chip or the stage; empty where there is none, and for a fault of the whole card
+   U32 value = 0;        ///< the number, or 1 or 0 for a flag
+   Fault fault{};
+};
+
+enum class ActionTakes { number_, flag_, flagOfStage_, flagOfChip_, flagOfMax24305_, fault_ };
+
+/// A sort of action. A new one is a row in the source, and one in docs/scenario.md; only one that takes what none has
+/// taken yet also needs a reader, in input/ScenarioFile.cpp.
+struct ActionType {
+   std::string_view key;   ///< in scenarios
+   ActionTakes takes;
+   std::string ( *text )( Action const & action );
+   /// Whether the targets have what the action is about.
+   bool ( *possible )( Action const & action, ScenarioTargets const & targets );
+   void ( *apply )( Action const & action, ScenarioTargets const & targets );
+};
+std::span<ActionType const> actionTypes();
+
+/// The action's row. Throws std::invalid_argument where there is none.
+ActionType const & typeOf( Action const & action );
+/// The action for people: "time-sync state 2", "fault bitFlip at ptp0, 3 times".
+std::string actionText( Action const & action );
+/// Throws std::invalid_argument where the targets lack what the action is about.
+void actionCheck( Action const & action, ScenarioTargets const & targets );
+/// The same, and makes it happen.
+void actionApply( Action const & action, ScenarioTargets const & targets );
+
+/// What the machines find at time 0.
 struct StartState {
-   U32 timeSync = 1;         ///< PtpTimeSync::Status state; 0 is disabled
-   U32 redundancyMode = 3;   ///< Redundancy::RedundancyStatus mode; 5 is active, 4 a switchover under way
-   std::vector<std::pair<std::string, bool>> switchoverStage;   ///< in the order written; a stage not named is absent
-   bool hardwarePresent = true;
-   bool simulationVmid = false;                ///< the library's own simulated mode, for the whole run
-   std::map<std::string, bool> gpoHam;         ///< by chip; one not named is true
-   std::map<std::string, bool> opsToDoValid;   ///< by MAX24305; one not named is true
-
-   bool gpoHamOf( std::string const & chip ) const;
-   bool opsToDoValidOf( std::string const & chip ) const;
+   bool simulationVmid = false;   ///< the library's own simulated mode, for the whole run
+   std::vector<Action>
+      actions{};   ///< what differs from a card at rest: present, wired, handed over, time sync enabling
 };
-
-struct TimeSyncIs {
-   U32 state;
-};
-struct RedundancyModeIs {
-   U32 mode;
-};
-struct SwitchoverStageIs {
-   std::string stage;
-   bool reached;
-};
-struct HardwarePresentIs {
-   bool present;
-};
-struct OpsToDoValidIs {
-   std::string chip;
-   bool valid;
-};
-/// Whether the chip's reset output has its access handle.
-struct GpoHamIs {
-   std::string chip;
-   bool present;
-};
-struct FaultIs {
-   std::string chip;   ///< empty for a fault of the whole card
-   Fault fault;
-};
-
-using Action =
-   std::variant<TimeSyncIs, RedundancyModeIs, SwitchoverStageIs, HardwarePresentIs, OpsToDoValidIs, GpoHamIs, FaultIs>;
 
 /// What one line of the file does, in the order written there.
 struct Event {
@@ -76,8 +72,5 @@ struct ScenarioChip {
    std::string name;
    FaultTarget target = FaultTarget::max24305_;
 };
-
-/// The action for people: "time-sync state 2", "fault bitFlip at ptp0, 3 times".
-std::string actionText( Action const & action );
 
 }   // namespace Sim

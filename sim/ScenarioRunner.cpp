@@ -17,66 +17,6 @@ constexpr U32 turnsAtOneTimeMax = 100'000;
 
 }   // namespace
 
-// Whether the targets have what an action is about.
-class ScenarioRunner::Check {
- public:
-   explicit Check( ScenarioTargets const & targets ) : targets_( targets ) {}
-
-   bool operator()( TimeSyncIs const & ) const { return bool( targets_.timeSync ); }
-   bool operator()( RedundancyModeIs const & ) const { return bool( targets_.redundancy ); }
-   bool operator()( SwitchoverStageIs const & ) const { return bool( targets_.redundancy ); }
-   bool operator()( HardwarePresentIs const & ) const { return !targets_.hamImpls.empty(); }
-   bool operator()( OpsToDoValidIs const & action ) const {
-      auto const chip = targets_.chips.find( action.chip );
-      return chip != targets_.chips.end() && chip->second.config;
-   }
-   bool operator()( GpoHamIs const & action ) const {
-      auto const chip = targets_.chips.find( action.chip );
-      return chip != targets_.chips.end() && chip->second.resetGpo;
-   }
-   bool operator()( FaultIs const & action ) const {
-      return std::any_of( targets_.cards.begin(), targets_.cards.end(), [&]( SimulatedCard const * card ) {
-         return action.chip.empty() || card->hasChip( action.chip );
-      } );
-   }
-
- private:
-   ScenarioTargets const & targets_;
-};
-
-class ScenarioRunner::Apply {
- public:
-   explicit Apply( ScenarioTargets const & targets ) : targets_( targets ) {}
-
-   void operator()( TimeSyncIs const & action ) const {
-      targets_.timeSync->stateIs( static_cast<PtpTimeSync::OperationalState>( action.state ) );
-   }
-   void operator()( RedundancyModeIs const & action ) const {
-      targets_.redundancy->modeIs( static_cast<Redundancy::RedundancyMode>( action.mode ) );
-   }
-   void operator()( SwitchoverStageIs const & action ) const {
-      targets_.redundancy->switchoverStageIs( action.stage, action.reached );
-   }
-   void operator()( HardwarePresentIs const & action ) const {
-      for ( Vor::Ptr<Fru::HamImpl> const & hamImpl : targets_.hamImpls ) hamImpl->hardwarePresentIs( action.present );
-   }
-   void operator()( OpsToDoValidIs const & action ) const {
-      targets_.chips.at( action.chip ).config->opsToDoValidIs( action.valid );
-   }
-   void operator()( GpoHamIs const & action ) const {
-      ScenarioTargets::Chip const & chip = targets_.chips.at( action.chip );
-      chip.resetGpo->hamIs( action.present ? chip.gpoHam : nullptr );
-   }
-   void operator()( FaultIs const & action ) const {
-      for ( SimulatedCard * card : targets_.cards ) {
-         if ( action.chip.empty() || card->hasChip( action.chip ) ) card->faultBegin( action.chip, action.fault );
-      }
-   }
-
- private:
-   ScenarioTargets const & targets_;
-};
-
 class ScenarioRunner::FaultAction final : public TimedEvent {
  public:
    FaultAction( ScenarioRunner & runner, U64 atNs, Action action )
@@ -99,8 +39,8 @@ ScenarioRunner::ScenarioRunner(
      untilNs_( scenario.untilNs.value_or( never ) ) {
    for ( Event const & event : scenario.events ) {
       for ( Action const & action : event.actions ) {
-         check( action );
-         if ( std::holds_alternative<FaultIs>( action ) )
+         actionCheck( action, targets_ );
+         if ( typeOf( action ).takes == ActionTakes::fault_ )
             faults_.push_back( std::make_unique<FaultAction>( *this, event.atNs, action ) );
          else
             entityActions_.push_back( { event.atNs, action } );
@@ -137,14 +77,9 @@ void ScenarioRunner::run() {
    }
 }
 
-void ScenarioRunner::check( Action const & action ) const {
-   if ( !std::visit( Check( targets_ ), action ) )
-      throw std::invalid_argument( "the scenario's " + actionText( action ) + " finds nothing to act upon" );
-}
-
 void ScenarioRunner::apply( Action const & action ) {
    events_.tellScenario( actionText( action ) );
-   std::visit( Apply( targets_ ), action );
+   actionApply( action, targets_ );
 }
 
 void ScenarioRunner::applyDue() {

@@ -11,37 +11,15 @@
 //    runner.run();
 #pragma once
 
-#include "hardware/Max24305Config.h"
-#include "platform/Ham.h"
-#include "platform/PtpTimeSyncStatus.h"
-#include "platform/RedundancyStatus.h"
-#include "platform/SetClearGpo.h"
 #include "sim/CardEvents.h"
 #include "sim/Scenario.h"
-#include "sim/SimulatedCard.h"
+#include "sim/ScenarioTargets.h"
 #include "sim/VirtualClock.h"
 
-#include <map>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace Sim {
-
-/// What a scenario acts upon. A pointer that no event of the scenario needs may be empty.
-struct ScenarioTargets {
-   struct Chip {
-      Vor::Ptr<Hardware::SetClearGpo> resetGpo{};
-      Vor::Ptr<Fru::Ham const> gpoHam{};   ///< the handle that the reset output has while its `gpoHam` is true
-      Vor::Ptr<Hardware::Max24305::Config> config{};   ///< of a MAX24305
-   };
-
-   std::vector<SimulatedCard *> cards{};             ///< a fault of the card is one of all of them
-   std::vector<Vor::Ptr<Fru::HamImpl>> hamImpls{};   ///< whose `hardwarePresent` the scenario changes, in order
-   Vor::Ptr<PtpTimeSync::Status> timeSync{};
-   Vor::Ptr<Redundancy::RedundancyStatus> redundancy{};
-   std::map<std::string, Chip> chips{};
-};
 
 class ScenarioRunner {
  public:
@@ -59,15 +37,11 @@ class ScenarioRunner {
 
  private:
    class FaultAction;
-   class Check;
-   class Apply;
    struct EntityAction {
       U64 atNs;
       Action action;
    };
 
-   // Throws std::invalid_argument where the targets lack what the action is about.
-   void check( Action const & action ) const;
    void apply( Action const & action );
    void applyDue();
    bool over() const { return clock_->nowNs() > untilNs_; }

@@ -46,9 +46,9 @@ int main( int, char ** argv ) {
 
    // The synthesiser cannot lock for twelve minutes; then time sync changes, and its machine tries again.
    Sim::Scenario scenario;
-   scenario.events.push_back(
-      { 0, { Sim::FaultIs{ "ptp1", { .kind = Sim::FaultKind::neverLock_, .forNs = 720 * second } } } } );
-   scenario.events.push_back( { 720 * second, { Sim::TimeSyncIs{ 2 } } } );
+   Sim::Fault const noLock{ .kind = Sim::FaultKind::neverLock_, .forNs = 720 * second };
+   scenario.events.push_back( { 0, { { .key = "fault", .name = "ptp1", .fault = noLock } } } );
+   scenario.events.push_back( { 720 * second, { { .key = "timeSync", .value = 2 } } } );
    Vor::Ptr<Alarm> const troubled = alarmAfter( card, scenario );
 
    std::cout << "healthy: raised at " << healthy->raisedAt() << "\ntroubled: raised at " << troubled->raisedAt()

@@ -202,8 +202,8 @@ struct States final : Sim::CardListener {
 
 Sim::Scenario gpoHamLost() {
    Sim::Scenario scenario;
-   scenario.events.push_back( { 20'000'000'000, { Sim::GpoHamIs{ "osc0", false } } } );
-   scenario.events.push_back( { 30'000'000'000, { Sim::GpoHamIs{ "osc0", true } } } );
+   scenario.events.push_back( { 20'000'000'000, { { .key = "gpoHam", .name = "osc0", .value = false } } } );
+   scenario.events.push_back( { 30'000'000'000, { { .key = "gpoHam", .name = "osc0", .value = true } } } );
    return scenario;
 }
 
@@ -226,12 +226,13 @@ TEST( SimulatedWorld, LosingTheTolvaneDropsItsChipAloneAndItsReturnBringsItUp ) 
 
 TEST( SimulatedWorld, StartsInTheScenariosState ) {
    Sim::Scenario scenario;
-   scenario.start.timeSync = 0;
-   scenario.start.redundancyMode = 4;
-   scenario.start.switchoverStage = { { "DovraWritable", true } };
-   scenario.start.hardwarePresent = false;
-   scenario.start.gpoHam = { { "ptp1", false } };
-   scenario.start.opsToDoValid = { { "ptp0", false } };
+   scenario.start.actions = {
+      { .key = "timeSync", .value = 0 },
+      { .key = "redundancyMode", .value = 4 },
+      { .key = "switchoverStage", .name = "DovraWritable", .value = true },
+      { .key = "hardwarePresent", .value = false },
+      { .key = "gpoHam", .name = "ptp1", .value = false },
+      { .key = "opsToDoValid", .name = "ptp0", .value = false } };
    SimulatedWorld const world( cardOf( wholeCard ), scenario );
    Card const & card = world.card();
    EXPECT_EQ( card.timeSync()->state(), PtpTimeSync::disabled_ );
@@ -242,6 +243,19 @@ TEST( SimulatedWorld, StartsInTheScenariosState ) {
    EXPECT_TRUE( card.resetGpoOf( "ptp0" )->ham() );
    EXPECT_FALSE( card.max24305ConfigDir()->max24305( "ptp0" )->opsToDoValid() );
    EXPECT_TRUE( card.max24305ConfigDir()->max24305( "ptp1" )->opsToDoValid() );
+}
+
+TEST( SimulatedWorld, StartsWithACardAtRestUnlessToldOtherwise ) {
+   SimulatedWorld const world( cardOf( wholeCard ), {} );
+   Card const & card = world.card();
+   EXPECT_EQ( card.timeSync()->state(), PtpTimeSync::enabling_ );
+   EXPECT_EQ( card.redundancy()->mode(), Redundancy::standby_ );
+   EXPECT_EQ( card.redundancy()->switchoverStage().count(), 0u );
+   EXPECT_TRUE( card.hamImpl()->hardwarePresent() );
+   for ( char const * chip : { "ptp0", "ptp1" } ) {
+      EXPECT_TRUE( card.resetGpoOf( chip )->ham() );
+      EXPECT_TRUE( card.max24305ConfigDir()->max24305( chip )->opsToDoValid() );
+   }
 }
 
 TEST( SimulatedWorld, MakesThePresenceOfTheVariableItsOwnAndPutsItBack ) {

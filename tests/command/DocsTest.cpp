@@ -42,4 +42,11 @@ TEST( Docs, EveryFaultIsDescribed ) {
          << Sim::faultKindText( kind );
 }
 
+TEST( Docs, EveryActionIsDescribed ) {
+   std::string const text = Input::readFile( CLOCKPATH_DOCS "scenario.md" );
+   std::string const events = text.substr( text.find( "## `events`" ) );
+   for ( Sim::ActionType const & type : Sim::actionTypes() )
+      EXPECT_NE( events.find( "`" + std::string( type.key ) + "`" ), std::string::npos ) << type.key;
+}
+
 }   // namespace

@@ -65,7 +65,7 @@ ptp0     0.800000000  0.500000000   0.000012000  3.000016000  4.300028000
 
 Sim::Scenario faultAtStart( Sim::Fault const & fault ) {
    Sim::Scenario scenario;
-   scenario.events.push_back( { 0, { Sim::FaultIs{ "ptp0", fault } } } );
+   scenario.events.push_back( { 0, { { .key = "fault", .name = "ptp0", .fault = fault } } } );
    return scenario;
 }
 
@@ -107,9 +107,9 @@ TEST( Report, TellsALockThatNeverComes ) {
 
 TEST( Report, TellsTheGatesAsTheyCloseAndOpen ) {
    Sim::Scenario scenario;
-   scenario.start.timeSync = 0;
-   scenario.start.gpoHam = { { "ptp0", false } };
-   scenario.events.push_back( { 1, { Sim::TimeSyncIs{ 1 }, Sim::GpoHamIs{ "ptp0", true } } } );
+   scenario.start.actions = { { .key = "timeSync", .value = 0 }, { .key = "gpoHam", .name = "ptp0", .value = false } };
+   scenario.events.push_back(
+      { 1, { { .key = "timeSync", .value = 1 }, { .key = "gpoHam", .name = "ptp0", .value = true } } } );
    std::string const text = reported( singleCard, scenario );
    EXPECT_TRUE( has(
       text, "gate closed     hardware present, sequence handed over, reset output without handle, time sync disabled\n"
@@ -189,14 +189,14 @@ TEST( Report, TellsTwoChipsThatShareAResetOutputApart ) {
 // Time synchronisation goes off long after the lock, and comes back only for so long that the next lock is cut short.
 TEST( Report, CountsStepsUpToTheirOwnEndAlone ) {
    Sim::Scenario scenario;
-   scenario.events.push_back( { 50'000'000'000, { Sim::TimeSyncIs{ 0 } } } );
+   scenario.events.push_back( { 50'000'000'000, { { .key = "timeSync", .value = 0 } } } );
    scenario.untilNs = 60'000'000'000;
    std::string const lost = reported( singleCard, scenario );
    EXPECT_TRUE( has( lost, "ptp0  MAX24305  uninitialized  notReady" ) ) << lost;
    EXPECT_TRUE( has( lost, "ptp0     0.800000000  0.500000000   0.000012000  3.000016000  4.300028000\n" ) ) << lost;
 
-   scenario.events.push_back( { 52'000'000'000, { Sim::TimeSyncIs{ 1 } } } );
-   scenario.events.push_back( { 54'500'000'000, { Sim::TimeSyncIs{ 0 } } } );
+   scenario.events.push_back( { 52'000'000'000, { { .key = "timeSync", .value = 1 } } } );
+   scenario.events.push_back( { 54'500'000'000, { { .key = "timeSync", .value = 0 } } } );
    std::string const cut = reported( singleCard, scenario );
    EXPECT_TRUE( has( cut, "  54.500000000  ptp0      uninitialized\n" ) ) << cut;
    EXPECT_TRUE( has( cut, "ptp0     0.800000000  0.500000000   0.000012000  -     -\n" ) ) << cut;

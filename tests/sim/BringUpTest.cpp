@@ -72,7 +72,7 @@ class BringUpTest : public testing::Test {
       config->opsToDoValidIs( true );
    }
    void faultAt( U64 ns, Fault const & fault, std::string const & chip = "ptp0" ) {
-      scenario.events.push_back( { ns, { FaultIs{ chip, fault } } } );
+      scenario.events.push_back( { ns, { { .key = "fault", .name = chip, .fault = fault } } } );
    }
    void run() {
       ScenarioTargets targets;
