@@ -118,7 +118,7 @@ class Reg32 {
 Vor::String valueToStrep( Reg32 const & reg );
 std::ostream & operator<<( std::ostream & out, Reg32 const & reg );
 
-/// One field: its name, its bits, the type that its getter gives, and its access where it allows less than its register.
+/// One field: its name, bits, the type that its getter gives, and its access where it allows less than its register.
 template<Vor::Tag fieldName, U16 from, U16 to, class T, Access mode = readWrite_> struct Field {
    static_assert( from <= to && to < 32, "a field lies within the word" );
    static constexpr auto name = fieldName;

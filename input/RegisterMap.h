@@ -1,5 +1,5 @@
-// The registers of a card's space that a description claims, to find two owners of one, and registers that are misaligned
-// or outside the space.
+// The registers of a card's space that a description claims, to find two owners of one, and registers misaligned or
+// outside the space.
 //
 //    RegisterMap map( spaceSize );
 //    map.blockClaim( offset.u32(), Hardware::spiMasterBlock, "the SPI master of \"ptp0\"", offset );

@@ -69,8 +69,8 @@ class ScenarioReader {
       return event;
    }
 
-   // What a line of the file says of one sort of action. The flags of chips stand by name at the start, where all may be
-   // told, and one a line in the events.
+   // What a line of the file says of one sort of action. The flags of chips stand by name at the start, where all may
+   // be told, and one a line in the events.
    void
    actionsAppend( ActionType const & type, JsonValue const & what, bool atStart, std::vector<Action> & actions ) const {
       auto const append = [&]( std::string const & name, U32 number ) {

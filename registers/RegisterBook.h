@@ -31,7 +31,7 @@ struct RegisterPlace {
 
    /// What the value says, for people: "writeFifoCount 0, readFifoCount 1"; empty where nothing is known about it.
    std::string fieldsText( U32 value ) const;
-   /// The value with one field replaced. Throws Input::InputError for a field or a text that the register does not take.
+   /// The value with one field replaced. Throws Input::InputError for a field or text that the register does not take.
    U32 withField( U32 value, std::string const & field, std::string const & text ) const;
 };
 

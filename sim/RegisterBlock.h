@@ -1,6 +1,6 @@
 // Some 32-bit registers of the card's FPGA that belong together, such as those of one SPI master.
 //
-// The card places a block at a byte offset of its space and hands it the accesses that its declaration allows: elsewhere
+// The card places a block at a byte offset of its space and hands it the accesses that its declaration allows: else
 // reads give 0 and writes are ignored.
 #pragma once
 

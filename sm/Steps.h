@@ -9,8 +9,8 @@
 //    };
 //    Hardware::stepSinkIs( new Progress );
 //
-// There is one sink in a process. It is told on the machine's thread, after the states that a step speaks of are stored,
-// and before the next sleep: also before those who watch such a state, who may bring up the next chip. A machine that
+// A process has one sink. It is told on the machine's thread, after the states that a step speaks of are stored, and
+// before the next sleep: also before those who watch such a state, who may bring up the next chip. A machine that
 // has lost its configuration tells nothing. While there is no sink a step costs one relaxed load and a branch.
 #pragma once
 

@@ -13,7 +13,7 @@ namespace {
 
 std::string accessText( Vor::Type const & type ) { return Vor::valueText( type.operations().access() ).stdString(); }
 
-// One register a line: type, address, access, fields as NAME FROM-TO, with ? for a flag and ! for one not to be written.
+// One register a line: type, address, access, fields as NAME FROM-TO, with ? for a flag and ! for one never written.
 std::string text( Hal::Registers block ) {
    std::string lines;
    for ( Hal::RegisterDeclaration const & reg : block ) {

@@ -40,8 +40,8 @@ ptp0  MAX24305  SPI 0x100, frequency 0x200  reset at 0x2000 bit 0, activeHigh  s
        seconds  chip      what happens
 )";
 
-// A pulse takes 0.8 s, the clean-up 0.5 s, an operation and a lock poll 4 us: 3.2 us on the bus, seen at the next poll of
-// 1 us.
+// A pulse takes 0.8 s, the clean-up 0.5 s, an operation and a lock poll 4 us: 3.2 us on the bus, seen at the next poll
+// of 1 us.
 TEST( Report, TellsABringUpFromTheGateToTheOutput ) {
    EXPECT_EQ(
       reported( singleCard, {} ),

@@ -14,7 +14,8 @@ class Setup(Sandbox):
 
     def installed(self, *missing):
         """Of the packages asked for, all but these are there."""
-        self.standIn("bin/dpkg-query", f'for word; do [[ " {" ".join(missing)} " == *" $word "* ]] || echo "installed $word"; done')
+        absent = f'[[ " {" ".join(missing)} " == *" $word "* ]]'
+        self.standIn("bin/dpkg-query", f'for word; do {absent} || echo "installed $word"; done')
 
     def test_with_everything_there_it_does_nothing(self):
         self.installed()

@@ -11,7 +11,8 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 HEADER = "#pragma once\n\nint level();\n"
-SOURCE = '#include "house/Level.h"\n\nnamespace {\nint const level_ = 1;\n}   // namespace\n\nint level() { return level_; }\n'
+SOURCE = ('#include "house/Level.h"\n\nnamespace {\nint const level_ = 1;\n}   // namespace\n\n'
+          'int level() { return level_; }\n')
 OTHER = '#include "house/Level.h"\n\nint twice();\n\nint twice() { return 2 * level(); }\n'
 
 
