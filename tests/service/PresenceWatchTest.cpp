@@ -102,12 +102,13 @@ TEST_F( PresenceWatchTest, OtherFilesDoNoHarm ) {
 }
 
 TEST_F( PresenceWatchTest, LooksOftenWhereNothingCanBeWatched ) {
+   std::string const card = at( "card" );
    rlimit before{};
    ASSERT_EQ( ::getrlimit( RLIMIT_NOFILE, &before ), 0 );
    rlimit const noMore{ 0, before.rlim_max };
    ASSERT_EQ( ::setrlimit( RLIMIT_NOFILE, &noMore ), 0 );
    PollSet set;
-   PresenceWatch watch( at( "card" ), set );
+   PresenceWatch watch( card, set );
    EXPECT_EQ( ::setrlimit( RLIMIT_NOFILE, &before ), 0 );
    watch.arm();
    EXPECT_LT( watch.longestWait(), 1 );
