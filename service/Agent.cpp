@@ -31,7 +31,7 @@ std::vector<ResetOutput> resetOutputsOf( Input::CardDescription const & descript
    std::vector<ResetOutput> outputs;
    auto const add = [&]( std::string const & name ) {
       Input::GpoDescription const & gpo = *description.gpo( name );
-      outputs.push_back( { gpo.offset, gpo } );
+      outputs.push_back( { gpo.offset, static_cast<Fru::OutputBit const &>( gpo ) } );
    };
    for ( Input::TolvaneDescription const & chip : description.tolvanes ) add( chip.resetGpoName );
    for ( Input::Max24305Description const & chip : description.max24305s ) add( chip.resetGpoName );

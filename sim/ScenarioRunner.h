@@ -38,7 +38,7 @@ class ScenarioRunner {
  private:
    class FaultAction;
    struct EntityAction {
-      U64 atNs;
+      U64 atNs = 0;
       Action action;
    };
 

@@ -156,11 +156,11 @@ void Max24305Sm::doProgramMax24305() {
       kivSpiIntf()->doReset();
       tellStep( *this, Steps::CleanedUp{} );
 
-      bool failed = false;
       Vor::Ptr<Max24305::Config const> const programmed = config();   // held, whatever a nested change does
       Steps::OperationDone done;
       done.of = static_cast<U32>( programmed->opsToDo().count() );
-      for ( auto place = programmed->opsToDo().begin(); !failed && place != programmed->opsToDo().end(); ++place ) {
+      for ( auto place = programmed->opsToDo().begin();
+            done.outcome == Steps::Outcome::done_ && place != programmed->opsToDo().end(); ++place ) {
          Max24305::Op const op = place->value();
          ++done.place;
          done.operation = op;
@@ -171,15 +171,16 @@ void Max24305Sm::doProgramMax24305() {
             U8 const byte = kivSpiIntf()->doRead( address );
             VOR_TRACE( traceHandle, 1, "Verify Read " << Vor::format( "0x%x at 0x%x.", op.value, op.address ) );
             done.byteRead = byte;
-            failed = byte != op.value;   // the whole number: one above 255 never matches
-            if ( failed ) done.outcome = Steps::Outcome::readMismatch_;
-            if ( failed ) VOR_TRACE( traceHandle, 1, "Value read incorrect " << Vor::format( "0x%x", byte ) );
+            if ( byte != op.value ) {   // the whole number: one above 255 never matches
+               done.outcome = Steps::Outcome::readMismatch_;
+               VOR_TRACE( traceHandle, 1, "Value read incorrect " << Vor::format( "0x%x", byte ) );
+            }
             break;
          }
          case Max24305::write_:
             VOR_TRACE( traceHandle, 1, "Write " << Vor::format( "0x%x to 0x%x.", op.value, op.address ) );
-            failed = !kivSpiIntf()->doWrite( address, static_cast<U8>( op.value ) );
-            if ( failed ) done.outcome = Steps::Outcome::writeNotSent_;
+            if ( !kivSpiIntf()->doWrite( address, static_cast<U8>( op.value ) ) )
+               done.outcome = Steps::Outcome::writeNotSent_;
             break;
          case Max24305::sleep_:
             nsleep( op.value );
@@ -189,7 +190,7 @@ void Max24305Sm::doProgramMax24305() {
          }
          tellStep( *this, done );
       }
-      if ( !failed ) {
+      if ( done.outcome == Steps::Outcome::done_ ) {
          publishAndTell( *this, status(), Max24305::locking_, Steps::ProgrammingEnded{ attempt, true } );
          lockPollCountIs( 0 );
          lockStatusClock()->timeMinIs( now() );
