@@ -1,16 +1,24 @@
-// An output of a simulated card: the card's listeners are told before it is driven.
+// An output of a simulated card: the card's listeners are told before it is driven, also when the level stays and when
+// it has no handle that could carry it out.
 #pragma once
 
-#include "platform/WatchedGpo.h"
+#include "platform/SetClearGpo.h"
 #include "sim/CardEvents.h"
 
 namespace Sim {
 
-class SimulatedGpo final : public Hardware::WatchedGpo {
+class SimulatedGpo final : public Hardware::SetClearGpo {
  public:
    /// The events outlive the output.
-   SimulatedGpo( Vor::Name const & name, CardEvents & events )
-      : WatchedGpo( name, [name, &events]( bool active ) { events.tellGpo( name.string(), active ); } ) {}
+   SimulatedGpo( Vor::Name name, CardEvents & events ) : SetClearGpo( std::move( name ) ), events_( events ) {}
+
+ private:
+   void drive( bool active ) const override {
+      events_.tellGpo( name().string(), active );
+      SetClearGpo::drive( active );
+   }
+
+   CardEvents & events_;
 };
 
 }   // namespace Sim

@@ -1,7 +1,6 @@
 #include "platform/SetClearGpo.h"
 
 #include "framework/Reflection.h"
-#include "platform/WatchedGpo.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -188,9 +187,17 @@ TEST( OutputBit, ItsLevelAndTheWordThatGivesIt ) {
    EXPECT_EQ( low.driven( 0x00000001, false ), 0x80000001u );
 }
 
-TEST_F( SetClearGpoTest, AWatchedOneTellsBeforeItIsDriven ) {
+TEST_F( SetClearGpoTest, ADerivedOneMayTellBeforeItIsDriven ) {
+   struct Watched final : SetClearGpo {
+      explicit Watched( std::string & told ) : SetClearGpo( "ptp0Reset" ), story( told ) {}
+      void drive( bool active ) const override {
+         story += active ? "+" : "-";
+         SetClearGpo::drive( active );
+      }
+      std::string & story;
+   };
    std::string story;
-   Ptr<SetClearGpo> const watched = new WatchedGpo( "ptp0Reset", [&]( bool active ) { story += active ? "+" : "-"; } );
+   Ptr<SetClearGpo> const watched = new Watched( story );
    watched->impl()->doEnable();   // it has no handle yet
    EXPECT_EQ( story, "+" );
    watched->hamIs( ham );
