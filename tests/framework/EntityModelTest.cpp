@@ -1,6 +1,5 @@
 // Random joining, leaving, destroying, switching and nested changes, by observers of an entity while it tells them,
 // checked at each call against plain lists: those of the members, and for each visit those it began with.
-#include "framework/Describe.h"
 #include "tests/framework/Lamp.h"
 
 #include <gtest/gtest.h>
@@ -13,30 +12,6 @@ namespace Test {
 namespace {
 
 using Vor::Ptr;
-
-/// Has observers of its own, on top of those of its base.
-class DimmedLamp final : public Vor::EntityOf<DimmedLamp, Lamp> {
- public:
-   DimmedLamp() : EntityOf( "dimmed", 40u, white_, nullptr ) {}
-   struct NotifieeConst : NotifieeConstBase {
-      virtual void onDimmer() {}
-   };
-   U32 dimmer() const { return dimmer_; }
-   void dimmerIs( U32 dimmer ) { attributeIs<"dimmer">( dimmer_, dimmer ); }
-
-   static Vor::Type const & staticType();
-   using Attributes = Vor::AttributesThen<
-      Lamp::Attributes,
-      Vor::Changeable<"dimmer", &DimmedLamp::dimmer, &DimmedLamp::dimmerIs, &NotifieeConst::onDimmer>>;
-
- private:
-   U32 dimmer_ = 0;
-};
-
-Vor::Type const & DimmedLamp::staticType() {
-   static constinit auto const type = Vor::describe<DimmedLamp>( "Test::ModelledLamp" );
-   return type;
-}
 
 class EntityModelTest : public testing::Test {
  protected:
@@ -170,7 +145,7 @@ class EntityModelTest : public testing::Test {
    }
 
    std::mt19937_64 random;
-   Ptr<DimmedLamp> const lamp = new DimmedLamp;
+   Ptr<DimmedLamp> const lamp = new DimmedLamp( "dimmed" );
    std::vector<Ptr<Vor::NotifieeBase>> members{ memberCount };
    Ids generic;
    Ids ofTypes;

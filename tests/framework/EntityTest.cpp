@@ -1,7 +1,6 @@
 #include "framework/Entity.h"
 
 #include "framework/Allocate.h"
-#include "framework/Describe.h"
 #include "tests/framework/Lamp.h"
 
 #include <gmock/gmock.h>
@@ -259,30 +258,6 @@ TEST_F( EntityTest, AWritingObserverWritesItsNotifier ) {
    dimmer->notifierIs( lamp );
    lamp->litIs( true );
    EXPECT_EQ( lamp->brightness(), 100u );
-}
-
-/// A type on top of another entity type.
-class DimmedLamp final : public Vor::EntityOf<DimmedLamp, Lamp> {
- public:
-   explicit DimmedLamp( Vor::Name name ) : EntityOf( name, 40u, white_, nullptr ) {}
-   struct NotifieeConst : NotifieeConstBase {
-      virtual void onDimmer() {}
-   };
-   U32 dimmer() const { return dimmer_; }
-   void dimmerIs( U32 dimmer ) { attributeIs<"dimmer">( dimmer_, dimmer ); }
-
-   static Vor::Type const & staticType();
-   using Attributes = Vor::AttributesThen<
-      Lamp::Attributes,
-      Vor::Changeable<"dimmer", &DimmedLamp::dimmer, &DimmedLamp::dimmerIs, &NotifieeConst::onDimmer>>;
-
- private:
-   U32 dimmer_ = 0;
-};
-
-Vor::Type const & DimmedLamp::staticType() {
-   static constinit auto const type = Vor::describe<DimmedLamp>( "Test::DimmedLamp" );
-   return type;
 }
 
 TEST_F( EntityTest, ADerivedTypeTellsTheObserversOfItsBaseToo ) {

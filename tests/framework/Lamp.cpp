@@ -25,6 +25,11 @@ Vor::Ptr<Lamp> lampFactory( Vor::Name name, U32 watts, Colour colour, Vor::Ptr<V
    return Vor::allocate<Lamp>( name, watts, colour, socket );
 }
 
+Vor::Type const & DimmedLamp::staticType() {
+   static constinit auto const type = Vor::describe<DimmedLamp>( "Test::DimmedLamp" );
+   return type;
+}
+
 Vor::Type const & LampDir::staticType() {
    static constinit auto const type = Vor::describe<LampDir, &lampDirFactory>( "Test::LampDir" );
    return type;

@@ -141,6 +141,25 @@ class LampWatch : public Lamp::NotifieeConst {
    std::string const name_;
 };
 
+/// A type on top of another entity type, with observers of its own on top of those of its base.
+class DimmedLamp final : public Vor::EntityOf<DimmedLamp, Lamp> {
+ public:
+   explicit DimmedLamp( Vor::Name name ) : EntityOf( name, 40u, white_, nullptr ) {}
+   struct NotifieeConst : NotifieeConstBase {
+      virtual void onDimmer() {}
+   };
+   U32 dimmer() const { return dimmer_; }
+   void dimmerIs( U32 dimmer ) { attributeIs<"dimmer">( dimmer_, dimmer ); }
+
+   static Vor::Type const & staticType();
+   using Attributes = Vor::AttributesThen<
+      Lamp::Attributes,
+      Vor::Changeable<"dimmer", &DimmedLamp::dimmer, &DimmedLamp::dimmerIs, &NotifieeConst::onDimmer>>;
+
+ private:
+   U32 dimmer_ = 0;
+};
+
 /// Writes down every change of any entity.
 class EntityWatch : public Vor::EntityObserver {
  public:
