@@ -2,7 +2,8 @@
 #
 #    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
 #
-# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken.
+# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken. The sources are
+# compiled as one: a source whose helpers have the names of another's puts them into a namespace of its own.
 find_package( GTest REQUIRED )
 include( GoogleTest )
 
@@ -24,6 +25,7 @@ function( clockpath_test name )
    target_link_libraries( ${target} PRIVATE ${arg_LIBS} GTest::gmock_main GTest::gmock GTest::gtest )
    target_include_directories( ${target} PRIVATE ${PROJECT_SOURCE_DIR} )
    target_precompile_headers( ${target} REUSE_FROM clockpath_test_pch )
+   set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0 )
    gtest_discover_tests(
       ${target}
       TEST_PREFIX "${name}."
@@ -37,7 +39,7 @@ endfunction()
 #    clockpath_forbidden( forbidden/MisspeltAttribute.cpp "no attribute of that name is listed" )
 function( clockpath_forbidden file why )
    get_filename_component( name ${file} NAME_WE )
-   set( compile ${CMAKE_CXX_COMPILER} -std=c++20 -I${PROJECT_SOURCE_DIR} -c -o /dev/null ${CMAKE_CURRENT_SOURCE_DIR}/${file} )
+   set( compile ${CMAKE_CXX_COMPILER} -std=c++20 -I${PROJECT_SOURCE_DIR} -fsyntax-only ${CMAKE_CURRENT_SOURCE_DIR}/${file} )
    add_test( NAME forbidden.${name}.control COMMAND ${compile} )
    add_test( NAME forbidden.${name} COMMAND ${compile} -DFORBIDDEN )
    set_tests_properties( forbidden.${name} PROPERTIES PASS_REGULAR_EXPRESSION "${why}" )

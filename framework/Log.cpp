@@ -16,13 +16,13 @@ constexpr char const * severities[] = { "emergency", "alert",  "critical",      
                                         "warning",   "notice", "informational", "debug" };
 
 // There before any dynamic initialiser and after every destructor of the libraries and programs that use them.
-constinit std::vector<LogHandle const *> handles;
-constinit Ptr<LogSink> installedSink;
+constinit std::vector<LogHandle const *> messages;
+constinit Ptr<LogSink> installedLogSink;
 
 LogHandle const * find( String const & id ) {
    auto const at =
-      std::find_if( handles.begin(), handles.end(), [&]( LogHandle const * handle ) { return handle->id() == id; } );
-   return at == handles.end() ? nullptr : *at;
+      std::find_if( messages.begin(), messages.end(), [&]( LogHandle const * handle ) { return handle->id() == id; } );
+   return at == messages.end() ? nullptr : *at;
 }
 
 LogHandle const & declared( String const & id ) {
@@ -61,10 +61,10 @@ LogHandle::LogHandle(
      once_( once != 0 ) {
    severityText( severity );
    if ( find( id_ ) ) throwNameInUseException( "log message '" + id_ + "' is declared already" );
-   handles.push_back( this );
+   messages.push_back( this );
 }
 
-LogHandle::~LogHandle() { std::erase( handles, this ); }
+LogHandle::~LogHandle() { std::erase( messages, this ); }
 
 bool okToLog( String const & id ) {
    LogHandle const & handle = declared( id );
@@ -83,17 +83,17 @@ void log( String const & id, String const * arguments, std::size_t count ) {
    ++handle.logged_;
    LogRecord const record{ handle.id_,    handle.severity_,          handle.cause_,
                            handle.event_, handle.recommendedAction_, { arguments, count } };
-   if ( Ptr<LogSink> const sink = installedSink )
+   if ( Ptr<LogSink> const sink = installedLogSink )
       sink->log( record );
    else
       toStandardError( record );
 }
 
-std::vector<LogHandle const *> logHandles() { return handles; }
+std::vector<LogHandle const *> logHandles() { return messages; }
 
 Ptr<LogSink> logSinkIs( Ptr<LogSink> const & sink ) {
-   Ptr<LogSink> previous = installedSink;
-   installedSink = sink;
+   Ptr<LogSink> previous = installedLogSink;
+   installedLogSink = sink;
    return previous;
 }
 

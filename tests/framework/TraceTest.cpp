@@ -31,7 +31,7 @@ using Vor::operator<<;
 
 }   // namespace Colours
 
-namespace Vor {
+namespace Vor::TraceTests {
 namespace {
 
 using testing::ElementsAre;
@@ -318,4 +318,4 @@ TEST_F( TraceTest, WithoutASinkATraceIsOneLineOfStandardError ) {
 }
 
 }   // namespace
-}   // namespace Vor
+}   // namespace Vor::TraceTests

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace Test {
+namespace Test::ValueTests {
 namespace {
 
 using Vor::fromValue;
@@ -133,4 +133,4 @@ TEST( Value, TextForPeople ) {
 }
 
 }   // namespace
-}   // namespace Test
+}   // namespace Test::ValueTests

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+namespace CardDescriptionTests {
 namespace {
 
 using namespace Input;
@@ -274,3 +275,4 @@ TEST( CardDescription, PathsStartAtTheFileThatNamesThem ) {
 }
 
 }   // namespace
+}   // namespace CardDescriptionTests

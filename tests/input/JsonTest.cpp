@@ -6,6 +6,7 @@
 #include <fstream>
 #include <functional>
 
+namespace JsonTests {
 namespace {
 
 using namespace Input;
@@ -150,3 +151,4 @@ TEST( Json, NearestChoiceTakesTypingErrorsOnly ) {
 }
 
 }   // namespace
+}   // namespace JsonTests

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+namespace ScenarioFileTests {
 namespace {
 
 using namespace Input;
@@ -196,3 +197,4 @@ TEST( Scenario, AnEventHasATimeAndSomethingThatHappens ) {
 }
 
 }   // namespace
+}   // namespace ScenarioFileTests

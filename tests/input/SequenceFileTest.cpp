@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+namespace SequenceFileTests {
 namespace {
 
 using namespace Input;
@@ -107,3 +108,4 @@ TEST( SequenceFile, TheExampleIsOfRealSizeAndShape ) {
 }
 
 }   // namespace
+}   // namespace SequenceFileTests

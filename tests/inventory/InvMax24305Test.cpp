@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace Inventory {
+namespace Inventory::Max24305Tests {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -125,4 +125,4 @@ TEST_F( InvMax24305Test, Reflection ) {
 }
 
 }   // namespace
-}   // namespace Inventory
+}   // namespace Inventory::Max24305Tests

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace Inventory {
+namespace Inventory::TolvaneTests {
 namespace {
 
 using testing::ElementsAre;
@@ -63,4 +63,4 @@ TEST_F( InvTolvaneTest, Reflection ) {
 }
 
 }   // namespace
-}   // namespace Inventory
+}   // namespace Inventory::TolvaneTests

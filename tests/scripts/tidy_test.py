@@ -49,7 +49,7 @@ class Tidy(unittest.TestCase):
 
     def test_a_clean_house_passes(self):
         self.house()
-        self.assertEqual(self.tidy(), ("3 files, 1 groups of sources: clean\n", 0))
+        self.assertEqual(self.tidy(), ("3 files, 1 units: clean\n", 0))
 
     def test_what_changed_is_looked_at_again(self):
         self.house()
@@ -76,12 +76,16 @@ class Tidy(unittest.TestCase):
         self.house(**{"Twice.cpp": OTHER + "\nint none();\nint none() {\n   int * p = nullptr;\n   return *p;\n}\n"})
         self.assertFound("[clang-analyzer-core.NullDereference", "Twice.cpp:10")
 
-    def test_sources_whose_names_clash_are_both_looked_at(self):
-        clashing = OTHER.replace("int twice();", "namespace {\nint const level_ = 2;\n}   // namespace\n\nint twice();")
-        self.house(**{"Twice.cpp": clashing})
-        self.assertEqual(self.tidy()[1], 0)
-        self.files(**{"Twice.cpp": clashing + "typedef int Height;\n"})
-        self.assertFound("[modernize-use-using", "Twice.cpp:10")
+    def test_sources_whose_names_clash_are_told(self):
+        self.house(**{"Twice.cpp": "namespace {\nint const level_ = 2;\n}   // namespace\n"})
+        self.assertFound("redefinition of 'level_'", "Twice.cpp:2")
+
+    def test_sources_that_the_build_compiles_as_one_are_found(self):
+        self.house(**{"Twice.cpp": OTHER + "typedef int Height;\n"})
+        unity = self.root / "build" / "Unity" / "unity_0_cxx.cxx"
+        unity.parent.mkdir()
+        unity.write_text("".join(f'#include "{self.root}/house/{name}"\n' for name in ("Level.cpp", "Twice.cpp")))
+        self.assertFound("[modernize-use-using", "Twice.cpp:6", unity)
 
     def test_what_does_not_compile_is_not_clean(self):
         self.house(**{"Level.cpp": SOURCE + "nonsense\n"})

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace Sim {
+namespace Sim::ScenarioRunnerTests {
 namespace {
 
 // What happened, one text each: "TIME what".
@@ -271,4 +271,4 @@ TEST_F( ScenarioRunnerTest, TimeThatCannotPassIsAnError ) {
 }
 
 }   // namespace
-}   // namespace Sim
+}   // namespace Sim::ScenarioRunnerTests

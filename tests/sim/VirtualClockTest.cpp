@@ -13,7 +13,7 @@
 #include <time.h>
 #include <vector>
 
-namespace Sim {
+namespace Sim::VirtualClockTests {
 namespace {
 
 constexpr U64 lastNs = std::numeric_limits<U64>::max();
@@ -234,4 +234,4 @@ TEST_F( VirtualClockTest, VirtualTimeHoldsForItsThreadAndItsScope ) {
 }
 
 }   // namespace
-}   // namespace Sim
+}   // namespace Sim::VirtualClockTests

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace SmTest {
+namespace SmTest::Interface {
 namespace {
 
 using Hardware::KivSpiInterface;
@@ -373,4 +373,4 @@ TEST_F( KivSpiInterfaceTest, HoldsItsHandleForItsWholeLife ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Interface

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-namespace SmTest {
+namespace SmTest::LockWait {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -202,4 +202,4 @@ TEST_F( Max24305LockWaitTest, NowIsTheActivityManagersTimeWhateverClockTheWheelH
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::LockWait

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace SmTest {
+namespace SmTest::Programming {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -338,4 +338,4 @@ TEST_F( Max24305ProgrammingTest, WithoutTracesTheSameIsDone ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Programming

@@ -2,11 +2,7 @@
 
 namespace SmTest {
 
-using namespace Hardware::Max24305;
-
 namespace {
-
-std::string hex( U32 value ) { return Vor::format( "0x%x", value ).stdString(); }
 
 constexpr U32 response = 0x10;
 constexpr U32 ctrl = 0x20;
@@ -83,6 +79,7 @@ void ScriptedChip::transaction() {
 }
 
 Max24305World::Max24305World() {
+   using namespace Hardware::Max24305;
    rig.diary.shortSleepNsIs( 1'000 );
    ham->hamImplIs( chip );
    config = configFactory(
@@ -104,7 +101,7 @@ Max24305World::Max24305World() {
 void Max24305World::opsAre( OpList const & ops ) {
    for ( auto const & [type, address, value] : ops )
       config->opsToDoEnq(
-         Op( static_cast<U32>( config->opsToDo().count() ) + 1, static_cast<OpType>( type ), address, value ) );
+         Op( static_cast<U32>( config->opsToDo().count() ) + 1, static_cast<Hardware::Max24305::OpType>( type ), address, value ) );
 }
 
 Vor::Ptr<Max24305WithStuffedClockInputSm> Max24305World::stuffedClockMachine() {

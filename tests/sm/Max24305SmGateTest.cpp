@@ -1,7 +1,7 @@
 // The gate: when the chip may be programmed, and what the machine says and publishes while it may not.
 #include "tests/sm/Max24305Rig.h"
 
-namespace SmTest {
+namespace SmTest::Gate {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -315,4 +315,4 @@ TEST_F( Max24305SmGateTest, AClosedGateAsksNothingOfAnActiveSupervisor ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Gate

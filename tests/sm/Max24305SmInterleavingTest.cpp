@@ -5,7 +5,7 @@
 
 #include <limits>
 
-namespace SmTest {
+namespace SmTest::Interleaving {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -352,4 +352,4 @@ TEST_F( Max24305SmInterleavingTest, SimulatedRegistersSurviveTheChipsReset ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Interleaving

@@ -8,7 +8,7 @@
 
 #include <limits>
 
-namespace SmTest {
+namespace SmTest::Base {
 namespace {
 
 constexpr double never = std::numeric_limits<double>::infinity();
@@ -377,4 +377,4 @@ TEST_F( Max24305SmTest, MadeThroughReflection ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Base

@@ -1,7 +1,7 @@
 // The supervisor's switchover: its stages, and the guard that they lift.
 #include "tests/sm/Max24305Rig.h"
 
-namespace SmTest {
+namespace SmTest::Switchover {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -92,4 +92,4 @@ TEST_F( Max24305SwitchoverTest, AChipThatKeptRunningIsLeftAlone ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Switchover

@@ -15,8 +15,6 @@ namespace {
 
 constexpr char const * facilities[] = { "Hardware::Max24305Sm", "Hardware::TolvaneSm" };
 
-std::string hex( U32 value ) { return Vor::format( "0x%x", value ).stdString(); }
-
 Diary const * diaryOfFailure = nullptr;
 
 void writeDiary( Vor::AssertionFailure const & ) {
@@ -51,6 +49,7 @@ class NotingLogSink final : public Vor::LogSink {
 
 }   // namespace
 
+std::string hex( U32 value ) { return Vor::format( "0x%x", value ).stdString(); }
 std::string read32( U32 address, U32 value ) { return "read32 " + hex( address ) + " gives " + hex( value ); }
 std::string write32( U32 address, U32 value ) { return "write32 " + hex( address ) + " " + hex( value ); }
 std::string sleep( U64 ns ) { return "sleep " + std::to_string( ns ); }

@@ -28,6 +28,7 @@ namespace SmTest {
 using Lines = std::vector<std::string>;
 
 // The lines of a diary.
+std::string hex( U32 value );
 std::string read32( U32 address, U32 value );
 std::string write32( U32 address, U32 value );
 std::string sleep( U64 ns );

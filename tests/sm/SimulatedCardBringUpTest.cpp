@@ -3,7 +3,7 @@
 #include "sim/SimulatedCard.h"
 #include "tests/sm/Max24305Rig.h"
 
-namespace SmTest {
+namespace SmTest::BringUp {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -223,4 +223,4 @@ TEST_F( SimulatedCardBringUpTest, ALongSequenceArrivesWholeAndInOrder ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::BringUp

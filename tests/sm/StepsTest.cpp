@@ -9,7 +9,7 @@
 
 #include "StepsExample.h"   // made from docs/steps.md
 
-namespace SmTest {
+namespace SmTest::Told {
 namespace {
 
 using namespace Hardware::Steps;
@@ -354,4 +354,4 @@ TEST_F( Max24305World, TheExampleOfTheDocumentShowsProgress ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Told

@@ -3,7 +3,7 @@
 #include "framework/TypeRegistry.h"
 #include "tests/sm/Max24305Rig.h"
 
-namespace SmTest {
+namespace SmTest::StuffedClock {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -91,4 +91,4 @@ TEST_F( StuffedClockTest, ItIsARegisteredTypeWithTheBasesAttributesAndACreator )
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::StuffedClock

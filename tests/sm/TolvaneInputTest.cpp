@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-namespace SmTest {
+namespace SmTest::TolvaneInput {
 namespace {
 
 using namespace Hardware::Max24305;
@@ -477,4 +477,4 @@ TEST_F( TolvaneInputTest, AnObserverOfItsStateMayDropTheMachineThatTheTolvaneWok
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::TolvaneInput

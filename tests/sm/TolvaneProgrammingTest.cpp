@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace SmTest {
+namespace SmTest::TolvaneProgramming {
 namespace {
 
 using namespace Hardware::Tolvane;
@@ -276,4 +276,4 @@ TEST_F( TolvaneProgrammingTest, AMachineMayBeDroppedWithinARunWithinARun ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::TolvaneProgramming

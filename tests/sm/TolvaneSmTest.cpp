@@ -6,7 +6,7 @@
 
 #include <csignal>
 
-namespace SmTest {
+namespace SmTest::Tolvane {
 namespace {
 
 using namespace Hardware::Tolvane;
@@ -434,4 +434,4 @@ TEST_F( TolvaneSmDeathTest, ADecisionWithoutItsReactorsStopsIt ) {
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::Tolvane

@@ -18,7 +18,7 @@
 
 #include <array>
 
-namespace SmTest {
+namespace SmTest::TwoChips {
 namespace {
 
 using namespace Hardware;
@@ -481,4 +481,4 @@ TEST_F( SimulatedModeTest, AHandleThatReadsZeroFailsTheTolvaneAndKeepsItsMax2430
 }
 
 }   // namespace
-}   // namespace SmTest
+}   // namespace SmTest::TwoChips
