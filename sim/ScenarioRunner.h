@@ -13,7 +13,6 @@
 
 #include "sim/CardEvents.h"
 #include "sim/Scenario.h"
-#include "sim/ScenarioTargets.h"
 #include "sim/VirtualClock.h"
 
 #include <list>
