@@ -5,7 +5,6 @@
 #include "input/SequenceFile.h"
 
 #include <cinttypes>
-#include <cstdio>
 #include <map>
 
 namespace Input {
@@ -22,11 +21,7 @@ template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
 }
 
 // "0x2000", as addresses stand in messages.
-std::string hexText( U64 value ) {
-   char text[24];
-   std::snprintf( text, sizeof text, "0x%" PRIx64, value );
-   return text;
-}
+std::string hexText( U64 value ) { return Vor::format( "0x%" PRIx64, value ).stdString(); }
 
 class CardReader {
  public:

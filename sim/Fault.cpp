@@ -48,16 +48,14 @@ void FaultBoard::faultBegin( Fault const & fault ) {
    std::erase_if( faults_, []( Active const & active ) { return active.usedUp(); } );
    auto const begun = faults_.emplace( faults_.end() );
    begun->fault = fault;
-   if ( fault.forNs )
-      begun->spanEnd
-         .emplace(
-            clock_,
-            [this, begun] {
-               FaultKind const kind = begun->fault.kind;
-               faults_.erase( begun );
-               tell( kind, spanEnds_ );
-            } )
-         .inNsIs( *fault.forNs );
+   if ( fault.forNs ) {
+      begun->spanEnd.emplace( clock_, [this, begun] {
+         FaultKind const kind = begun->fault.kind;
+         faults_.erase( begun );
+         tell( kind, spanEnds_ );
+      } );
+      begun->spanEnd->inNsIs( *fault.forNs );
+   }
    tell( fault.kind, begins_ );
 }
 

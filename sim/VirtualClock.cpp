@@ -47,11 +47,6 @@ void VirtualClock::sleep( U64 forNs ) {
    nowNsIs( saturatingSum( nowNs_, forNs ) );
 }
 
-std::optional<U64> VirtualClock::nextEventNs() const {
-   if ( agenda_.empty() ) return std::nullopt;
-   return agenda_.begin()->first;
-}
-
 U64 VirtualClock::nsOf( double seconds ) {
    if ( !( seconds > 0 ) ) return 0;
    double const rounded = std::round( seconds * 1e9 );

@@ -52,9 +52,6 @@ class VirtualClock final : public Vor::Clock {
    /// One observer, null for none.
    void sleepObserverIs( SleepObserver observer ) { sleepObserver_ = std::move( observer ); }
 
-   /// When the next thing is on the agenda.
-   std::optional<U64> nextEventNs() const;
-
    static double secondsOf( U64 ns ) { return static_cast<double>( ns ) / 1e9; }
 
    /// The nearest nanosecond. Negative times give 0; times beyond the clock's range, and infinity, its last nanosecond.
