@@ -7,23 +7,23 @@ namespace Sim {
 namespace {
 
 struct KindRow {
-   FaultKind kind;
    std::string_view text;
+   FaultKind kind;
    bool fits[3];   // by target: MAX24305, Tolvane, card
 };
 
 constexpr KindRow kindRows[] = {
-   { FaultKind::spiDead_, "spiDead", { true, false, false } },
-   { FaultKind::spiStuckWrite_, "spiStuckWrite", { true, false, false } },
-   { FaultKind::spiInvalid_, "spiInvalid", { true, false, false } },
-   { FaultKind::spiExtra_, "spiExtra", { true, false, false } },
-   { FaultKind::bitFlip_, "bitFlip", { true, false, false } },
-   { FaultKind::neverLock_, "neverLock", { true, false, false } },
-   { FaultKind::loseLock_, "loseLock", { true, false, false } },
-   { FaultKind::slowLock_, "slowLock", { true, false, false } },
-   { FaultKind::resetStuck_, "resetStuck", { true, true, false } },
-   { FaultKind::noPower_, "noPower", { false, true, false } },
-   { FaultKind::hardwareGone_, "hardwareGone", { false, false, true } },
+   { "spiDead", FaultKind::spiDead_, { true, false, false } },
+   { "spiStuckWrite", FaultKind::spiStuckWrite_, { true, false, false } },
+   { "spiInvalid", FaultKind::spiInvalid_, { true, false, false } },
+   { "spiExtra", FaultKind::spiExtra_, { true, false, false } },
+   { "bitFlip", FaultKind::bitFlip_, { true, false, false } },
+   { "neverLock", FaultKind::neverLock_, { true, false, false } },
+   { "loseLock", FaultKind::loseLock_, { true, false, false } },
+   { "slowLock", FaultKind::slowLock_, { true, false, false } },
+   { "resetStuck", FaultKind::resetStuck_, { true, true, false } },
+   { "noPower", FaultKind::noPower_, { false, true, false } },
+   { "hardwareGone", FaultKind::hardwareGone_, { false, false, true } },
 };
 
 KindRow const & rowOf( FaultKind kind ) { return *std::ranges::find( kindRows, kind, &KindRow::kind ); }
