@@ -19,10 +19,6 @@
 #include <optional>
 #include <string>
 
-namespace Sim {
-struct ScenarioTargets;
-}
-
 namespace Host {
 
 /// What the simulated hardware is made from. The description's access must be simulated.

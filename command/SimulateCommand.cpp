@@ -26,14 +26,8 @@ constexpr char toStandardOutput[] = "-";
 Input::CardDescription cardOf( Input::JsonValue const & scenario ) {
    Input::JsonValue const card = scenario.object()["card"];
    if ( card.isText() ) {
-      std::string const path = Input::besideFile( card.document().name(), card.name() );
-      std::string content;
-      try {
-         content = Input::readFile( path );
-      } catch ( Input::InputError const & error ) {
-         card.failWith( std::string( "the card description " ) + error.what() );
-      }
-      Input::JsonDocument const document( path, content );
+      Input::NamedFile const file = card.file( "the card description" );
+      Input::JsonDocument const document( file.path, file.content );
       return Input::cardDescription( document.root() );
    }
    if ( !card.isObject() ) card.fail( "the path of a card description, or a card description in place" );

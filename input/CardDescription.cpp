@@ -2,18 +2,14 @@
 
 #include "hal/KivHal.h"
 #include "input/Json.h"
-#include "input/RegisterMap.h"
 #include "input/SequenceFile.h"
 
-#include <algorithm>
-#include <filesystem>
+#include <cinttypes>
+#include <map>
 
 namespace Input {
 
 namespace {
-
-using Input::JsonObject;
-using Input::JsonValue;
 
 std::string inQuotes( std::string const & name ) { return "\"" + name + "\""; }
 
@@ -24,12 +20,8 @@ template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
    return static_cast<E>( enumerators[value.oneOf( texts )].value );
 }
 
-template<class Named> std::vector<std::string_view> namesOf( NamedList<Named> const & all ) {
-   std::vector<std::string_view> names;
-   names.reserve( all.size() );
-   for ( Named const & one : all ) names.push_back( one.name );
-   return names;
-}
+// "0x2000", as addresses stand in messages.
+std::string hexText( U64 value ) { return Vor::format( "0x%" PRIx64, value ).stdString(); }
 
 class CardReader {
  public:
@@ -39,7 +31,7 @@ class CardReader {
       JsonObject object = root_.object();
       card_.file = root_.document().name();
       card_.access = access( object["access"] );
-      if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) registers_ = RegisterMap( mmap->size );
+      if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
       if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
       if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
       for ( JsonValue const & value : object["gpos"].list() ) gpo( value );
@@ -81,7 +73,11 @@ class CardReader {
       gpo.bit = object["bit"].u32( 31 );
       if ( object.has( "activeType" ) ) gpo.activeType = enumeratorOf<Fru::ActiveType>( object["activeType"] );
       object.finish();
-      registers_.bitClaim( gpo.offset, gpo.bit, "the output " + inQuotes( gpo.name ), object["offset"], object["bit"] );
+      std::string const owner = "the output " + inQuotes( gpo.name );
+      if ( auto const * first = claim( gpo.offset, 0, gpo.mask(), owner, object["offset"] ) )
+         object["bit"].failWith(
+            "bit " + std::to_string( gpo.bit ) + " at " + hexText( gpo.offset ) + " is " + first->owner +
+            " already; expected a bit of its own" );
       card_.gpos.push_back( std::move( gpo ) );
    }
 
@@ -106,8 +102,7 @@ class CardReader {
       chip.resetGpoName = resetGpoName( object["resetGpoName"] );
       if ( object.has( "role" ) ) chip.role = enumeratorOf<Hardware::Tolvane::Role>( object["role"] );
       object.finish();
-      registers_.blockClaim(
-         chip.offset, Hardware::tolvaneBlock, "the enable register of " + inQuotes( chip.name ), object["offset"] );
+      blockClaim( Hardware::tolvaneBlock, "the enable register of " + inQuotes( chip.name ), object["offset"] );
       card_.tolvanes.push_back( std::move( chip ) );
    }
 
@@ -131,12 +126,9 @@ class CardReader {
       chip.sequence = sequence( object["sequence"] );
       simulated( object, chip );
       object.finish();
-      registers_.blockClaim(
-         chip.configOffset, Hardware::spiMasterBlock, "the SPI master of " + inQuotes( chip.name ),
-         object["configOffset"] );
-      registers_.blockClaim(
-         chip.statusOffset, Hardware::frequencyBlock, "the frequency register of " + inQuotes( chip.name ),
-         object["statusOffset"] );
+      blockClaim( Hardware::spiMasterBlock, "the SPI master of " + inQuotes( chip.name ), object["configOffset"] );
+      blockClaim(
+         Hardware::frequencyBlock, "the frequency register of " + inQuotes( chip.name ), object["statusOffset"] );
       card_.max24305s.push_back( std::move( chip ) );
    }
 
@@ -153,16 +145,10 @@ class CardReader {
       simulated.finish();
    }
 
-   std::vector<Hardware::Max24305::Op> sequence( JsonValue const & value ) const {
+   static std::vector<Hardware::Max24305::Op> sequence( JsonValue const & value ) {
       if ( value.isText() ) {
-         std::string const path = besideFile( card_.file, value.name() );
-         std::string content;
-         try {
-            content = Input::readFile( path );
-         } catch ( Input::InputError const & error ) {
-            value.failWith( std::string( "the sequence file " ) + error.what() );
-         }
-         return sequenceOf( path, content );
+         NamedFile const file = value.file( "the sequence file" );
+         return sequenceOf( file.path, file.content );
       }
       if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
       std::vector<Hardware::Max24305::Op> ops;
@@ -181,7 +167,7 @@ class CardReader {
       if ( !card_.gpo( name ) )
          value.failWith(
             "there is no output " + inQuotes( name ) +
-            "; expected one of \"gpos\": " + Input::choicesText( namesOf( card_.gpos ) ) );
+            "; expected one of \"gpos\": " + choicesText( namesOf( card_.gpos ) ) );
       return name;
    }
 
@@ -191,7 +177,7 @@ class CardReader {
          if ( card_.tolvane( chip.tolvane ) ) return;
          place.failWith(
             "there is no Tolvane " + inQuotes( chip.tolvane ) +
-            "; expected one of the chips of kind \"tolvane\": " + Input::choicesText( namesOf( card_.tolvanes ) ) );
+            "; expected one of the chips of kind \"tolvane\": " + choicesText( namesOf( card_.tolvanes ) ) );
       }
       if ( card_.tolvanes.size() != 1 )
          place.fail(
@@ -200,9 +186,46 @@ class CardReader {
       chip.tolvane = card_.tolvanes.front().name;
    }
 
+   // Some bits of a register, whose they are, and where the description says so.
+   struct Claim {
+      U32 bits;
+      std::string owner;
+      std::string pointer;
+   };
+
+   // The registers of the block whose offset stands at `place` are the owner's.
+   void blockClaim( Hal::Registers block, std::string const & owner, JsonValue const & place ) {
+      for ( Hal::RegisterDeclaration const & reg : block )
+         if ( auto const * first = claim( place.u32(), reg.address, 0xFFFF'FFFF, owner, place ) )
+            place.failWith(
+               "the register at " + hexText( U64{ place.u32() } + reg.address ) + " of " + owner + " belongs to " +
+               first->owner + " already (" + first->pointer + "); expected offsets that do not overlap, found " +
+               std::to_string( place.u32() ) );
+   }
+
+   // The earlier claim that stands in the way, or null.
+   Claim const * claim( U32 base, U32 address, U32 bits, std::string const & owner, JsonValue const & place ) {
+      constexpr U64 wordSize = 4;
+      if ( base % wordSize != 0 )
+         place.failWith(
+            "expected an offset that is a multiple of 4, for a register is a 32-bit word; found " +
+            std::to_string( base ) );
+      U64 const at = U64{ base } + address;
+      if ( at + wordSize > limit_ )
+         place.failWith(
+            "the register at " + hexText( at ) + " of " + owner + " lies outside the card's space; expected it below " +
+            hexText( limit_ ) + ", found the offset " + std::to_string( base ) );
+      auto const [first, last] = claims_.equal_range( at );
+      for ( auto it = first; it != last; ++it )
+         if ( it->second.bits & bits ) return &it->second;
+      claims_.emplace( at, Claim{ bits, owner, place.pointer() } );
+      return nullptr;
+   }
+
    JsonValue root_;
    CardDescription card_;
-   RegisterMap registers_{ std::nullopt };
+   U64 limit_ = U64{ 1 } << 32;                             // of the card's space
+   std::multimap<U64, Claim> claims_;                       // by address: a register may be shared bit by bit
    std::vector<std::pair<std::size_t, JsonValue>> feeds_;   // the chips fed by a Tolvane, which may stand behind them
 };
 
@@ -216,14 +239,10 @@ std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
 }
 
 CardDescription readCard( std::string const & path ) {
-   Input::JsonDocument const document = Input::readJson( path );
+   JsonDocument const document = readJson( path );
    return cardDescription( document.root() );
 }
 
 CardDescription cardDescription( JsonValue const & root ) { return CardReader( root ).read(); }
-
-std::string besideFile( std::string const & file, std::string const & path ) {
-   return ( std::filesystem::path( file ).parent_path() / path ).string();
-}
 
 }   // namespace Input

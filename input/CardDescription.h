@@ -22,10 +22,8 @@
 #include <vector>
 
 namespace Input {
-class JsonValue;
-}
 
-namespace Input {
+class JsonValue;
 
 /// A simulated card.
 struct SimulatedAccess {
@@ -88,8 +86,5 @@ struct CardDescription {
 /// Reads a description. Throws Input::InputError, which names the place, what stood there and what is accepted.
 CardDescription readCard( std::string const & path );
 CardDescription cardDescription( Input::JsonValue const & root );
-
-/// `path` as seen from the folder of `file`, unless it is absolute.
-std::string besideFile( std::string const & file, std::string const & path );
 
 }   // namespace Input

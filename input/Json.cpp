@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <set>
@@ -11,19 +12,6 @@
 namespace Input {
 
 namespace {
-
-std::string pointerToken( std::string_view key ) {
-   std::string token;
-   for ( char const c : key ) {
-      if ( c == '~' )
-         token += "~0";
-      else if ( c == '/' )
-         token += "~1";
-      else
-         token += c;
-   }
-   return token;
-}
 
 std::string jsonText( std::string_view text ) {
    return Json( text ).dump( -1, ' ', false, Json::error_handler_t::replace );
@@ -47,8 +35,8 @@ std::string found( Json const & json ) {
    }
 }
 
-std::string placeText( std::string const & document, std::string const & pointer ) {
-   return document + ": " + ( pointer.empty() ? "" : pointer + ": " );
+std::string placeText( std::string const & document, Json::json_pointer const & pointer ) {
+   return document + ": " + ( pointer.empty() ? "" : pointer.to_string() + ": " );
 }
 
 // Follows the parse to find a key that stands twice in one object, which would otherwise lose its first value.
@@ -89,8 +77,8 @@ class DuplicateKeys {
       Frame & frame = frames_.back();
       frame.key = key;
       if ( frame.keys.insert( key ).second ) return;
-      std::string pointer;
-      for ( Frame const & f : frames_ ) pointer += '/' + ( f.list ? std::to_string( f.index ) : pointerToken( f.key ) );
+      Json::json_pointer pointer;
+      for ( Frame const & f : frames_ ) pointer /= f.list ? std::to_string( f.index ) : f.key;
       throw InputError( placeText( document_, pointer ) + "this key stands twice in its object; keep one" );
    }
 
@@ -163,13 +151,8 @@ JsonObject JsonValue::object() const {
 std::vector<JsonValue> JsonValue::list() const {
    if ( !isList() ) fail( "a list" );
    std::vector<JsonValue> values;
-   for ( Json const & element : *json_ )
-      values.push_back( { *document_, &element, pointer_ + '/' + std::to_string( values.size() ) } );
+   for ( Json const & element : *json_ ) values.push_back( { *document_, &element, pointer_ / values.size() } );
    return values;
-}
-
-std::size_t JsonValue::oneOf( std::initializer_list<std::string_view> texts ) const {
-   return oneOf( std::vector<std::string_view>( texts ) );
 }
 
 std::size_t JsonValue::oneOf( std::vector<std::string_view> const & texts ) const {
@@ -178,6 +161,15 @@ std::size_t JsonValue::oneOf( std::vector<std::string_view> const & texts ) cons
       if ( match != texts.end() ) return static_cast<std::size_t>( match - texts.begin() );
    }
    fail( choicesText( texts ) );
+}
+
+NamedFile JsonValue::file( std::string const & what ) const {
+   std::string const path = besideFile( document_->name(), name() );
+   try {
+      return { path, readFile( path ) };
+   } catch ( InputError const & error ) {
+      failWith( what + " " + error.what() );
+   }
 }
 
 void JsonValue::fail( std::string const & expected ) const {
@@ -192,7 +184,7 @@ JsonValue JsonObject::operator[]( std::string_view key ) {
    if ( std::find( known_.begin(), known_.end(), key ) == known_.end() ) known_.emplace_back( key );
    auto const member = place_.json_->find( std::string( key ) );
    Json const * const value = member == place_.json_->end() ? nullptr : &*member;
-   return { *place_.document_, value, place_.pointer_ + '/' + pointerToken( key ) };
+   return { *place_.document_, value, place_.pointer_ / std::string( key ) };
 }
 
 std::vector<std::pair<std::string, JsonValue>> JsonObject::members() {
@@ -207,9 +199,9 @@ void JsonObject::finish() const {
       if ( std::find( known.begin(), known.end(), item.key() ) != known.end() ) continue;
       std::string_view const near = nearestChoice( item.key(), known );
       throw InputError(
-         placeText( place_.document_->name(), place_.pointer_ + '/' + pointerToken( item.key() ) ) +
-         "unknown key, found with " + found( item.value() ) +
-         ( near.empty() ? "" : "; did you mean " + jsonText( near ) + "?" ) + "; known here: " + choicesText( known ) );
+         placeText( place_.document_->name(), place_.pointer_ / item.key() ) + "unknown key, found with " +
+         found( item.value() ) + ( near.empty() ? "" : "; did you mean " + jsonText( near ) + "?" ) +
+         "; known here: " + choicesText( known ) );
    }
 }
 
@@ -223,6 +215,10 @@ JsonDocument::JsonDocument( std::string name, std::string_view content ) : name_
    } catch ( Json::exception const & error ) {
       throw InputError( name_ + ": " + syntaxText( error.what() ) );
    }
+}
+
+std::string besideFile( std::string const & file, std::string const & path ) {
+   return ( std::filesystem::path( file ).parent_path() / path ).string();
 }
 
 std::string readFile( std::string const & path ) {

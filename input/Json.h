@@ -17,7 +17,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <initializer_list>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -29,6 +28,11 @@ using Json = nlohmann::ordered_json;
 
 class JsonDocument;
 class JsonObject;
+
+struct NamedFile {
+   std::string path;
+   std::string content;
+};
 
 /// A value and its place.
 class JsonValue {
@@ -48,8 +52,11 @@ class JsonValue {
    std::vector<JsonValue> list() const;
 
    /// One of a set of texts; gives its index.
-   std::size_t oneOf( std::initializer_list<std::string_view> texts ) const;
    std::size_t oneOf( std::vector<std::string_view> const & texts ) const;
+
+   /// The file that is named here, relative to the document's folder. `what` it is begins the error where it cannot be
+   /// read: "the sequence file".
+   NamedFile file( std::string const & what ) const;
 
    /// Raises the error of this place: what was expected, and what stands here.
    [[noreturn]] void fail( std::string const & expected ) const;
@@ -57,18 +64,18 @@ class JsonValue {
    [[noreturn]] void failWith( std::string const & message ) const;
 
    /// RFC 6901; empty for the whole document.
-   std::string const & pointer() const { return pointer_; }
+   std::string pointer() const { return pointer_.to_string(); }
    JsonDocument const & document() const { return *document_; }
 
  private:
    friend JsonDocument;
    friend JsonObject;
-   JsonValue( JsonDocument const & document, Json const * json, std::string pointer )
+   JsonValue( JsonDocument const & document, Json const * json, Json::json_pointer pointer )
       : document_( &document ), json_( json ), pointer_( std::move( pointer ) ) {}
 
    JsonDocument const * document_;
    Json const * json_;
-   std::string pointer_;
+   Json::json_pointer pointer_;
 };
 
 /// An object whose keys are asked for one by one.
@@ -100,18 +107,28 @@ class JsonDocument {
    JsonDocument( std::string name, std::string_view content );
 
    std::string const & name() const { return name_; }
-   JsonValue root() const { return { *this, &json_, "" }; }
+   JsonValue root() const { return { *this, &json_, Json::json_pointer() }; }
 
  private:
    std::string name_;
    Json json_;
 };
 
+/// `path` as seen from the folder of `file`, unless it is absolute.
+std::string besideFile( std::string const & file, std::string const & path );
+
 /// Reads a whole file. Throws InputError when it cannot be read.
 std::string readFile( std::string const & path );
 
 /// Reads and parses a file. Throws InputError, for wrong syntax with line and column.
 JsonDocument readJson( std::string const & path );
+
+/// The names of things that have a `name`, as choices.
+template<class Things> std::vector<std::string_view> namesOf( Things const & things ) {
+   std::vector<std::string_view> names;
+   for ( auto const & thing : things ) names.push_back( thing.name );
+   return names;
+}
 
 /// The text of a list of choices: "a, b or c", each in double quotes.
 std::string choicesText( std::vector<std::string_view> const & choices );

@@ -10,12 +10,6 @@ using namespace Sim;
 
 namespace {
 
-std::vector<std::string_view> namesOf( std::span<ScenarioChip const> chips ) {
-   std::vector<std::string_view> names;
-   for ( ScenarioChip const & chip : chips ) names.push_back( chip.name );
-   return names;
-}
-
 // What slowLock takes longer unless the scenario says: well above what the APLLs need, well below what the lock wait
 // allows.
 constexpr U64 slowLockExtraNs = 10'000'000'000;

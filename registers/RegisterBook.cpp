@@ -115,8 +115,7 @@ RegisterPlace RegisterBook::one( std::string const & word, std::string * field )
       }
    }
    if ( found != all_.end() ) return *found;
-   std::vector<std::string_view> names;
-   for ( RegisterPlace const & place : all_ ) names.push_back( place.name );
+   std::vector<std::string_view> const names = Input::namesOf( all_ );
    std::string_view const near = Input::nearestChoice( word, names );
    fail(
       word, ( near.empty() ? "" : "did you mean \"" + std::string( near ) + "\"? Expected " ) +
@@ -140,11 +139,9 @@ RegisterPlace RegisterBook::ofNumber( std::string const & word, U32 address ) co
 RegisterPlace
 RegisterBook::ofChip( std::string const & word, std::string const & chip, std::string const & number ) const {
    Input::Max24305Description const * const max24305 = card_.max24305( chip );
-   if ( !max24305 ) {
-      std::vector<std::string_view> names;
-      for ( Input::Max24305Description const & one : card_.max24305s ) names.push_back( one.name );
-      fail( word, "a MAX24305 of the card before the colon: " + Input::choicesText( names ) );
-   }
+   if ( !max24305 )
+      fail(
+         word, "a MAX24305 of the card before the colon: " + Input::choicesText( Input::namesOf( card_.max24305s ) ) );
    auto const address = numberOf( number, 0xFFFF );
    if ( !address ) fail( word, "a register from 0 to 0xffff behind the colon" );
    for ( RegisterPlace const & place : all_ ) {

@@ -8,15 +8,30 @@ constexpr char vorSource[] = "CardEvents";
 
 CardEvents * living = nullptr;   // an assertion hook carries no data
 
+struct TraceTap final : Vor::TraceSink {
+   explicit TraceTap( CardEvents & events ) : events( events ) {}
+   void trace( Vor::TraceRecord const & record ) override { events.tell( &CardListener::onTrace, record ); }
+   CardEvents & events;
+};
+
+struct LogTap final : Vor::LogSink {
+   explicit LogTap( CardEvents & events ) : events( events ) {}
+   void log( Vor::LogRecord const & record ) override { events.tell( &CardListener::onLog, record.id ); }
+   CardEvents & events;
+};
+
 }   // namespace
 
 CardEvents::CardEvents( Vor::Ptr<VirtualClock> clock ) : clock_( std::move( clock ) ) {
    VOR_ASSERT( !living );
    living = this;
-   clock_->sleepObserverIs( this );
+   clock_->sleepObserverIs( [this]( U64 forNs ) { tell( &CardListener::onSleep, forNs ); } );
    outerTraceSink_ = Vor::traceSinkIs( new TraceTap( *this ) );
    outerLogSink_ = Vor::logSinkIs( new LogTap( *this ) );
-   outerAssertionHook_ = Vor::assertionHookIs( &CardEvents::tellAbort );
+   outerAssertionHook_ = Vor::assertionHookIs( []( Vor::AssertionFailure const & failure ) {
+      living->tell( &CardListener::onAbort, failure );
+      if ( living->outerAssertionHook_ ) living->outerAssertionHook_( failure );
+   } );
 }
 
 CardEvents::~CardEvents() {
@@ -34,47 +49,19 @@ CardEvents::~CardEvents() {
 
 void CardEvents::cardAdd( SimulatedCard & card ) {
    cards_.push_back( &card );
-   card.spiObserverIs( this );
-   card.unclaimedObserverIs( this );
+   card.spiObserverIs( [this]( std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) {
+      tell( &CardListener::onSpi, chip, bytes, response );
+   } );
+   card.unclaimedObserverIs(
+      [this]( U32 address, AccessDirection direction ) { tell( &CardListener::onUnclaimed, address, direction ); } );
 }
 
-void CardEvents::tellGpo( std::string_view name, bool active ) {
-   for ( CardListener * listener : listeners_ ) listener->onGpo( clock_->nowNs(), name, active );
-}
-
-void CardEvents::tellScenario( std::string_view what ) {
-   for ( CardListener * listener : listeners_ ) listener->onScenario( clock_->nowNs(), what );
-}
-
-void CardEvents::tellState( Vor::Entity const & entity, std::string_view attr, U32 value, char const * text ) {
-   Vor::String const fullName = entity.fullName();
-   StateChange const change{ .entity = fullName, .attr = attr, .value = value, .text = text ? text : "" };
-   for ( CardListener * listener : listeners_ ) listener->onState( clock_->nowNs(), change );
-}
-
-void CardEvents::tellAbort( Vor::AssertionFailure const & failure ) {
-   for ( CardListener * listener : living->listeners_ ) listener->onAbort( living->clock_->nowNs(), failure );
-   if ( living->outerAssertionHook_ ) living->outerAssertionHook_( failure );
-}
-
-void CardEvents::TraceTap::trace( Vor::TraceRecord const & record ) {
-   for ( CardListener * listener : events_.listeners_ ) listener->onTrace( events_.clock_->nowNs(), record );
-}
-
-void CardEvents::LogTap::log( Vor::LogRecord const & record ) {
-   for ( CardListener * listener : events_.listeners_ ) listener->onLog( events_.clock_->nowNs(), record.id );
-}
-
-void CardEvents::onSleep( U64 forNs ) {
-   for ( CardListener * listener : listeners_ ) listener->onSleep( clock_->nowNs(), forNs );
-}
-
-void CardEvents::onSpi( std::string_view chip, Bytes const & bytes, U8 response ) {
-   for ( CardListener * listener : listeners_ ) listener->onSpi( clock_->nowNs(), chip, bytes, response );
-}
-
-void CardEvents::onUnclaimed( U32 address, AccessDirection direction ) {
-   for ( CardListener * listener : listeners_ ) listener->onUnclaimed( clock_->nowNs(), address, direction );
+std::string unclaimedText( U32 address, AccessDirection direction ) {
+   bool const isRead = direction == AccessDirection::read_;
+   return Vor::format(
+             "%s 0x%x, where the card has no register: %s", isRead ? "read of" : "write to", address,
+             isRead ? "it gives 0" : "it is lost" )
+      .stdString();
 }
 
 }   // namespace Sim

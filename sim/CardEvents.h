@@ -20,11 +20,12 @@
 #include "sim/SimulatedCard.h"
 #include "sim/VirtualClock.h"
 
+#include <type_traits>
 #include <vector>
 
 namespace Sim {
 
-class CardEvents final : private SleepObserver, private SpiObserver, private UnclaimedObserver {
+class CardEvents final {
  public:
    explicit CardEvents( Vor::Ptr<VirtualClock> clock );
    ~CardEvents();
@@ -42,14 +43,11 @@ class CardEvents final : private SleepObserver, private SpiObserver, private Unc
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
 
-   void tellRead32( U32 address, U32 value ) {
-      for ( CardListener * listener : listeners_ ) listener->onRead32( clock_->nowNs(), address, value );
+   /// Tells the listeners of something that happens now: tell( &CardListener::onGpo, name, active ).
+   template<class... Args>
+   void tell( void ( CardListener::*what )( U64, Args... ), std::type_identity_t<Args> const &... args ) {
+      for ( CardListener * listener : listeners_ ) ( listener->*what )( clock_->nowNs(), args... );
    }
-   void tellWrite32( U32 address, U32 value ) {
-      for ( CardListener * listener : listeners_ ) listener->onWrite32( clock_->nowNs(), address, value );
-   }
-   void tellGpo( std::string_view name, bool active );
-   void tellScenario( std::string_view what );
 
  private:
    template<class Status> class StateWatch final : public Vor::EntityObserver {
@@ -60,36 +58,14 @@ class CardEvents final : private SleepObserver, private SpiObserver, private Unc
       void onAttribute( Vor::Entity const & entity, Vor::Attribute const & attribute, Vor::Value const & ) override {
          if ( attribute.name != "state" ) return;
          auto const state = static_cast<Status const &>( entity ).state();
-         events_.tellState( entity, attribute.name, state, enumType( state ).text( state ) );
+         char const * const text = enumType( state ).text( state );
+         Vor::String const name = entity.fullName();
+         events_.tell( &CardListener::onState, { name, attribute.name, state, text ? text : "" } );
       }
 
     private:
       CardEvents & events_;
    };
-
-   class TraceTap final : public Vor::TraceSink {
-    public:
-      explicit TraceTap( CardEvents & events ) : events_( events ) {}
-      void trace( Vor::TraceRecord const & record ) override;
-
-    private:
-      CardEvents & events_;
-   };
-
-   class LogTap final : public Vor::LogSink {
-    public:
-      explicit LogTap( CardEvents & events ) : events_( events ) {}
-      void log( Vor::LogRecord const & record ) override;
-
-    private:
-      CardEvents & events_;
-   };
-
-   void onSleep( U64 forNs ) override;
-   void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) override;
-   void onUnclaimed( U32 address, AccessDirection direction ) override;
-   void tellState( Vor::Entity const & entity, std::string_view attr, U32 value, char const * text );
-   static void tellAbort( Vor::AssertionFailure const & failure );
 
    Vor::Ptr<VirtualClock> clock_;
    std::vector<CardListener *> listeners_;

@@ -12,9 +12,9 @@
 #pragma once
 
 #include "framework/Types.h"
-#include "sim/Unclaimed.h"
 
 #include <array>
+#include <string>
 #include <string_view>
 
 namespace Vor {
@@ -32,6 +32,11 @@ struct StateChange {
    std::string_view text;   ///< the enumerator's text, empty where it has none
 };
 
+enum class AccessDirection { read_, write_ };
+
+/// "read of 0x4000, where the card has no register: it gives 0"
+std::string unclaimedText( U32 address, AccessDirection direction );
+
 class CardListener {
  public:
    virtual ~CardListener() = default;
@@ -48,8 +53,8 @@ class CardListener {
    /// The last one; the process aborts after it.
    virtual void onAbort( U64 /*ns*/, Vor::AssertionFailure const & ) {}
 
-   /// An access where the card has no register; each address and direction is told of once. No line of the event log,
-   /// which has the access itself.
+   /// An access where the card has no register: the bus answers it, with 0, and nobody else notices. Each address and
+   /// direction is told of once. No line of the event log, which has the access itself.
    virtual void onUnclaimed( U64 /*ns*/, U32 /*address*/, AccessDirection ) {}
    /// The scenario does something to the card or the services around it, now. No line of the event log.
    virtual void onScenario( U64 /*ns*/, std::string_view /*what*/ ) {}

@@ -28,9 +28,9 @@
 #include "framework/Types.h"
 #include "sim/VirtualClock.h"
 
-#include <memory>
+#include <functional>
+#include <list>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <vector>
 
@@ -55,10 +55,8 @@ enum class FaultTarget { max24305_, tolvane_, card_ };
 
 /// A kind's text in scenarios, such as "bitFlip".
 std::string_view faultKindText( FaultKind kind );
-/// The kind of that text, if there is one.
-std::optional<FaultKind> faultKindOf( std::string_view text );
 /// All kinds, in the order of the table above.
-std::span<FaultKind const> faultKinds();
+std::vector<FaultKind> faultKinds();
 /// Whether a target of that sort can have a fault of this kind.
 bool faultFits( FaultKind kind, FaultTarget target );
 
@@ -71,26 +69,17 @@ struct Fault {
    std::optional<U64> count = std::nullopt;
 };
 
-/// Told by a FaultBoard when a fault begins, and when one ends by the end of its span.
-class FaultListener {
- public:
-   virtual void onFaultBegin( FaultKind kind ) = 0;
-   virtual void onFaultEnd( FaultKind kind ) = 0;
-
- protected:
-   ~FaultListener() = default;
-};
-
 /// The faults that trouble one chip, or the card. The models ask it at the moment a fault would show.
 class FaultBoard {
  public:
-   explicit FaultBoard( VirtualClock & clock );
-   ~FaultBoard();
+   enum Moment { begins_, spanEnds_ };
+
+   explicit FaultBoard( VirtualClock & clock ) : clock_( clock ) {}
    FaultBoard( FaultBoard const & ) = delete;
    FaultBoard & operator=( FaultBoard const & ) = delete;
 
-   /// At most a handful listen; they live as long as the board is used.
-   void listenerAdd( FaultListener & listener ) { listeners_.push_back( &listener ); }
+   /// Calls the listener whenever a fault of that kind begins, or ends by the end of its span.
+   void listenerAdd( FaultKind kind, Moment moment, std::function<void()> listener );
 
    /// The fault begins now.
    void faultBegin( Fault const & fault );
@@ -106,13 +95,27 @@ class FaultBoard {
    U8 flippedBits( U16 address );
 
  private:
-   struct Active;
+   struct Active {
+      bool isOf( FaultKind kind ) const { return fault.kind == kind && !usedUp(); }
+      bool usedUp() const { return fault.count && *fault.count == 0; }
+      void use() {
+         if ( fault.count ) --*fault.count;
+      }
 
-   void handleSpanEnd( Active & active );
+      Fault fault{};
+      std::optional<TimedEvent> spanEnd{};
+   };
+   struct Listener {
+      FaultKind kind;
+      Moment moment;
+      std::function<void()> call;
+   };
+
+   void tell( FaultKind kind, Moment moment ) const;
 
    VirtualClock & clock_;
-   std::vector<FaultListener *> listeners_;
-   std::vector<std::unique_ptr<Active>> faults_;
+   std::vector<Listener> listeners_;
+   std::list<Active> faults_;   // in the order in which they began
 };
 
 }   // namespace Sim

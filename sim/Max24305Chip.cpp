@@ -27,8 +27,14 @@ bool isReadOnly( U16 address ) {
 }   // namespace
 
 Max24305Chip::Max24305Chip( VirtualClock & clock, FaultBoard & faults, Parameters parameters )
-   : faults_( faults ), parameters_( std::move( parameters ) ), lockDue_( clock, *this, &Max24305Chip::handleLockDue ) {
-   faults_.listenerAdd( *this );
+   : faults_( faults ), parameters_( std::move( parameters ) ), lockDue_( clock, [this] { handleLockDue(); } ) {
+   faults_.listenerAdd( FaultKind::loseLock_, FaultBoard::begins_, [this] {
+      if ( locked_ ) loseLock();
+   } );
+   for ( FaultKind const kind : { FaultKind::neverLock_, FaultKind::loseLock_ } )
+      faults_.listenerAdd( kind, FaultBoard::spanEnds_, [this] {
+         if ( !inReset_ && !locked_ && !lockDue_.pending() ) startLocking();
+      } );
    powerUpRegisters();
    startLocking();
 }
@@ -43,10 +49,9 @@ U8 Max24305Chip::byteExchanged( U8 out ) {
    U16 const first = static_cast<U16>( header_[1] << 8 | header_[2] );
    U16 const address = static_cast<U16>( first + ( place - 3 ) );
    U8 const response = transactionLost_ ? idle : dataExchanged( header_[0], address, out );
-   if ( observer_ ) {
-      SpiObserver::Bytes const bytes = { header_[0], static_cast<U8>( address >> 8 ), static_cast<U8>( address ), out };
-      observer_->onSpi( parameters_.name, bytes, response );
-   }
+   if ( observer_ )
+      observer_(
+         parameters_.name, { header_[0], static_cast<U8>( address >> 8 ), static_cast<U8>( address ), out }, response );
    return response;
 }
 
@@ -120,15 +125,6 @@ void Max24305Chip::loseLock() {
    Fault const & fault = *faults_.occurs( FaultKind::loseLock_ );
    locked_ = false;
    if ( fault.count ) startLocking();
-}
-
-void Max24305Chip::onFaultBegin( FaultKind kind ) {
-   if ( kind == FaultKind::loseLock_ && locked_ ) loseLock();
-}
-
-void Max24305Chip::onFaultEnd( FaultKind kind ) {
-   if ( kind != FaultKind::neverLock_ && kind != FaultKind::loseLock_ ) return;
-   if ( !inReset_ && !locked_ && !lockDue_.pending() ) startLocking();
 }
 
 }   // namespace Sim

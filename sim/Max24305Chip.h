@@ -18,30 +18,22 @@
 #include "framework/Types.h"
 #include "sim/Defaults.h"
 #include "sim/Fault.h"
-#include "sim/ResetLine.h"
 #include "sim/SpiMaster.h"
 #include "sim/VirtualClock.h"
 
 #include <array>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 namespace Sim {
 
-/// Told of every data byte on a chip's bus.
-class SpiObserver {
- public:
-   using Bytes = std::array<U8, 4>;
+/// Told of every data byte on a chip's bus. `bytes`: instruction, address high, address low, data; `response`: what the
+/// bus carried back with the data.
+using SpiObserver = std::function<void( std::string_view chip, std::array<U8, 4> const & bytes, U8 response )>;
 
-   /// `bytes`: instruction, address high, address low, data; `response`: what the bus carried back with the data.
-   virtual void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) = 0;
-
- protected:
-   ~SpiObserver() = default;
-};
-
-class Max24305Chip final : public SpiDevice, public Resettable, private FaultListener {
+class Max24305Chip final : public SpiDevice {
  public:
    struct Parameters {
       std::string name{};
@@ -55,13 +47,14 @@ class Max24305Chip final : public SpiDevice, public Resettable, private FaultLis
 
    U8 byteExchanged( U8 out ) override;
    void handleChipSelectReleased() override;
-   void resetIs( bool asserted ) override;
+   /// What its reset line says.
+   void resetIs( bool asserted );
 
    /// 0 unless both APLLs are locked.
    U32 outputFrequencyInHz() const;
 
-   /// One observer, null for none; it outlives the chip's use.
-   void spiObserverIs( SpiObserver * observer ) { observer_ = observer; }
+   /// One observer, null for none.
+   void spiObserverIs( SpiObserver observer ) { observer_ = std::move( observer ); }
 
  private:
    U8 dataExchanged( U8 instruction, U16 address, U8 out );
@@ -73,23 +66,20 @@ class Max24305Chip final : public SpiDevice, public Resettable, private FaultLis
    void handleLockDue();
    void loseLock();
 
-   void onFaultBegin( FaultKind kind ) override;
-   void onFaultEnd( FaultKind kind ) override;
-
    FaultBoard & faults_;
    Parameters const parameters_;
-   SpiObserver * observer_ = nullptr;
+   SpiObserver observer_;
 
    std::unordered_map<U16, U8> registers_;   // 0 but for these
    bool inReset_ = false;
 
-   SpiObserver::Bytes header_{};   // instruction and address of the transaction under way
+   std::array<U8, 3> header_{};   // instruction and address of the transaction under way
    U32 bytesOfTransaction_ = 0;
    bool transactionLost_ = false;   // reset was asserted during it, or still is
 
    bool locked_ = false;
    bool delayed_ = false;   // this lock was made slow already
-   TimedEventOf<Max24305Chip> lockDue_;
+   TimedEvent lockDue_;
 };
 
 }   // namespace Sim

@@ -1,7 +1,5 @@
 #include "sim/Scenario.h"
 
-#include "sim/ScenarioTargets.h"
-
 #include <algorithm>
 #include <stdexcept>
 

@@ -3,8 +3,15 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "hardware/Max24305Config.h"
+#include "platform/Ham.h"
+#include "platform/PtpTimeSyncStatus.h"
+#include "platform/RedundancyStatus.h"
+#include "platform/SetClearGpo.h"
 #include "sim/Fault.h"
+#include "sim/SimulatedCard.h"
 
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,7 +20,21 @@
 
 namespace Sim {
 
-struct ScenarioTargets;
+/// The entities and the simulated hardware that a scenario's actions change. A pointer that no event of the scenario
+/// needs may be empty.
+struct ScenarioTargets {
+   struct Chip {
+      Vor::Ptr<Hardware::SetClearGpo> resetGpo{};
+      Vor::Ptr<Fru::Ham const> gpoHam{};   ///< the handle that the reset output has while its `gpoHam` is true
+      Vor::Ptr<Hardware::Max24305::Config> config{};   ///< of a MAX24305
+   };
+
+   std::vector<SimulatedCard *> cards{};             ///< a fault of the card is one of all of them
+   std::vector<Vor::Ptr<Fru::HamImpl>> hamImpls{};   ///< whose `hardwarePresent` the scenario changes, in order
+   Vor::Ptr<PtpTimeSync::Status> timeSync{};
+   Vor::Ptr<Redundancy::RedundancyStatus> redundancy{};
+   std::map<std::string, Chip> chips{};
+};
 
 /// Something that happens: a row of actionTypes(), and what that row takes.
 ///
@@ -63,7 +84,7 @@ struct Event {
 
 struct Scenario {
    StartState start;
-   std::vector<Event> events;    ///< by time; those of one time in the order of the file
+   std::vector<Event> events;    ///< those of one time happen in this order
    std::optional<U64> untilNs;   ///< without it the run ends when nothing is left to happen
 };
 

@@ -17,20 +17,6 @@ constexpr U32 turnsAtOneTimeMax = 100'000;
 
 }   // namespace
 
-class ScenarioRunner::FaultAction final : public TimedEvent {
- public:
-   FaultAction( ScenarioRunner & runner, U64 atNs, Action action )
-      : TimedEvent( *runner.clock_ ), runner_( runner ), action_( std::move( action ) ) {
-      atNsIs( atNs );
-   }
-
- private:
-   void happen() override { runner_.apply( action_ ); }
-
-   ScenarioRunner & runner_;
-   Action const action_;
-};
-
 ScenarioRunner::ScenarioRunner(
    Vor::Ptr<VirtualClock> clock, CardEvents & events, ScenarioTargets targets, Scenario const & scenario )
    : clock_( std::move( clock ) ),
@@ -41,18 +27,13 @@ ScenarioRunner::ScenarioRunner(
       for ( Action const & action : event.actions ) {
          actionCheck( action, targets_ );
          if ( typeOf( action ).takes == ActionTakes::fault_ )
-            faults_.push_back( std::make_unique<FaultAction>( *this, event.atNs, action ) );
+            faults_.emplace_back( *clock_, [this, &action] { apply( action ); } ).atNsIs( event.atNs );
          else
-            entityActions_.push_back( { event.atNs, action } );
+            entityActions_.emplace( event.atNs, &action );
       }
    }
-   std::stable_sort(
-      entityActions_.begin(), entityActions_.end(),
-      []( EntityAction const & a, EntityAction const & b ) { return a.atNs < b.atNs; } );
    clock_->nowNsIs( clock_->nowNs() );
 }
-
-ScenarioRunner::~ScenarioRunner() = default;
 
 void ScenarioRunner::run() {
    U32 turnsAtOneTime = 0;
@@ -78,23 +59,21 @@ void ScenarioRunner::run() {
 }
 
 void ScenarioRunner::apply( Action const & action ) {
-   events_.tellScenario( actionText( action ) );
+   events_.tell( &CardListener::onScenario, actionText( action ) );
    actionApply( action, targets_ );
 }
 
 void ScenarioRunner::applyDue() {
-   while ( !over() && nextEntityAction_ < entityActions_.size() ) {
-      EntityAction const & next = entityActions_[nextEntityAction_];
-      if ( next.atNs > clock_->nowNs() ) return;
-      ++nextEntityAction_;
-      apply( next.action );
+   while ( !over() && !entityActions_.empty() && entityActions_.begin()->first <= clock_->nowNs() ) {
+      Action const & action = *entityActions_.begin()->second;
+      entityActions_.erase( entityActions_.begin() );
+      apply( action );
    }
 }
 
 U64 ScenarioRunner::nextEventNs() const {
-   U64 next = never;
-   if ( nextEntityAction_ < entityActions_.size() ) next = std::min( next, entityActions_[nextEntityAction_].atNs );
-   for ( auto const & fault : faults_ ) next = std::min( next, fault->atNs().value_or( never ) );
+   U64 next = entityActions_.empty() ? never : entityActions_.begin()->first;
+   for ( TimedEvent const & fault : faults_ ) next = std::min( next, fault.atNs().value_or( never ) );
    return next;
 }
 

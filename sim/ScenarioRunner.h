@@ -13,21 +13,19 @@
 
 #include "sim/CardEvents.h"
 #include "sim/Scenario.h"
-#include "sim/ScenarioTargets.h"
 #include "sim/VirtualClock.h"
 
-#include <memory>
-#include <vector>
+#include <list>
+#include <map>
 
 namespace Sim {
 
 class ScenarioRunner {
  public:
-   /// Everything handed in outlives the runner. Faults due now happen at once. Throws std::invalid_argument for an
-   /// event of a chip, or of an entity, that the targets lack.
+   /// Everything handed in outlives the runner, unchanged. Faults due now happen at once. Throws
+   /// std::invalid_argument for an event of a chip, or of an entity, that the targets lack.
    ScenarioRunner(
       Vor::Ptr<VirtualClock> clock, CardEvents & events, ScenarioTargets targets, Scenario const & scenario );
-   ~ScenarioRunner();
    ScenarioRunner( ScenarioRunner const & ) = delete;
    ScenarioRunner & operator=( ScenarioRunner const & ) = delete;
 
@@ -36,12 +34,6 @@ class ScenarioRunner {
    void run();
 
  private:
-   class FaultAction;
-   struct EntityAction {
-      U64 atNs = 0;
-      Action action;
-   };
-
    void apply( Action const & action );
    void applyDue();
    bool over() const { return clock_->nowNs() > untilNs_; }
@@ -51,9 +43,8 @@ class ScenarioRunner {
    CardEvents & events_;
    ScenarioTargets targets_;
    U64 untilNs_;
-   std::vector<std::unique_ptr<FaultAction>> faults_;
-   std::vector<EntityAction> entityActions_;   // by time
-   std::size_t nextEntityAction_ = 0;
+   std::list<TimedEvent> faults_;
+   std::multimap<U64, Action const *> entityActions_;   // by time, those to come
 };
 
 }   // namespace Sim

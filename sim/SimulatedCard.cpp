@@ -4,8 +4,6 @@
 #include "sim/SpiMaster.h"
 #include "sim/TolvaneChip.h"
 
-#include <algorithm>
-#include <bit>
 #include <stdexcept>
 
 namespace Sim {
@@ -34,19 +32,34 @@ std::string inQuotes( std::string_view name ) { return "\"" + std::string( name 
 
 }   // namespace
 
+// A chip behind the card's registers, with its faults and its reset line.
 struct SimulatedCard::Chip {
-   Chip( VirtualClock & clock, std::string name ) : name( std::move( name ) ), faults( clock ) {}
+   Chip( VirtualClock & clock, FaultTarget target ) : target( target ), faults( clock ) {
+      faults.listenerAdd( FaultKind::resetStuck_, FaultBoard::spanEnds_, [this] {
+         if ( !faults.active( FaultKind::resetStuck_ ) ) resetIs( resetDriven );
+      } );
+   }
    virtual ~Chip() = default;
-   virtual FaultTarget target() const = 0;
-   virtual ResetLine & resetLine() = 0;
 
-   std::string const name;
+   /// What the line says, which is released at the start.
+   virtual void resetIs( bool asserted ) = 0;
+
+   /// What the output drives, true for the active level: the line follows it, unless it is stuck.
+   void resetDrivenIs( bool asserted ) {
+      if ( asserted == resetDriven ) return;
+      resetDriven = asserted;
+      if ( !asserted && faults.occurs( FaultKind::resetStuck_ ) ) return;
+      resetIs( asserted );
+   }
+
+   FaultTarget const target;
    FaultBoard faults;
+   bool resetDriven = false;
 };
 
 struct SimulatedCard::Max24305Part final : Chip {
    Max24305Part( VirtualClock & clock, Max24305 const & parameters, U64 spiClockInHz )
-      : Chip( clock, parameters.name ),
+      : Chip( clock, FaultTarget::max24305_ ),
         chip(
            clock, faults,
            { .name = parameters.name,
@@ -54,25 +67,40 @@ struct SimulatedCard::Max24305Part final : Chip {
              .apllStatus = parameters.apllStatus,
              .outputFrequencyInHz = parameters.outputFrequencyInHz } ),
         master( clock, chip, faults, { .clockInHz = spiClockInHz, .resetSupported = parameters.spiResetSupported } ),
-        frequency( chip ),
-        line( chip, faults ) {}
-   FaultTarget target() const override { return FaultTarget::max24305_; }
-   ResetLine & resetLine() override { return line; }
+        frequency( chip ) {}
+   void resetIs( bool asserted ) override { chip.resetIs( asserted ); }
 
    Max24305Chip chip;
    SpiMaster master;
    FrequencyRegister frequency;
-   ResetLine line;
 };
 
 struct SimulatedCard::TolvanePart final : Chip {
-   TolvanePart( VirtualClock & clock, Tolvane const & parameters )
-      : Chip( clock, parameters.name ), chip( faults ), line( chip, faults ) {}
-   FaultTarget target() const override { return FaultTarget::tolvane_; }
-   ResetLine & resetLine() override { return line; }
+   explicit TolvanePart( VirtualClock & clock ) : Chip( clock, FaultTarget::tolvane_ ), chip( faults ) {}
+   void resetIs( bool asserted ) override { chip.resetIs( asserted ); }
 
    TolvaneChip chip;
-   ResetLine line;
+};
+
+// A register of the FPGA whose bits are outputs; some of them drive the reset lines of chips. It is 0 at power-up and
+// reads back what was written.
+class SimulatedCard::OutputRegister final : public RegisterBlock {
+ public:
+   Hal::Registers registers() const override {
+      static constexpr Hal::RegisterDeclaration one;   // its bits are the outputs
+      return { &one, 1 };
+   }
+   U32 read( U32 ) override { return value_; }
+   void write( U32, U32 value ) override {
+      value_ = value;
+      for ( Wire const * wire : wires )
+         for ( Chip * chip : wire->chips ) chip->resetDrivenIs( wire->bit.active( value_ ) );
+   }
+
+   std::vector<Wire const *> wires;
+
+ private:
+   U32 value_ = 0;
 };
 
 SimulatedCard::SimulatedCard( Vor::Ptr<VirtualClock> clock, Parameters const & parameters )
@@ -101,81 +129,73 @@ void SimulatedCard::write32( U32 address, U32 value ) {
 void SimulatedCard::faultBegin( std::string_view chip, Fault const & fault ) {
    Chip * const target = chip.empty() ? nullptr : chipOf( chip );
    if ( !chip.empty() && !target ) throw std::invalid_argument( "the card has no chip " + inQuotes( chip ) );
-   if ( !faultFits( fault.kind, target ? target->target() : FaultTarget::card_ ) )
+   if ( !faultFits( fault.kind, target ? target->target : FaultTarget::card_ ) )
       throw std::invalid_argument(
          "the fault " + inQuotes( faultKindText( fault.kind ) ) + " is none of " +
          ( target ? "the chip " + inQuotes( chip ) : std::string( "the card" ) ) );
    ( target ? target->faults : faults_ ).faultBegin( fault );
 }
 
-void SimulatedCard::spiObserverIs( SpiObserver * observer ) {
-   for ( auto const & chip : chips_ ) {
-      if ( auto * const part = dynamic_cast<Max24305Part *>( chip.get() ) ) part->chip.spiObserverIs( observer );
-   }
-}
-
 void SimulatedCard::outputAdd( Output const & output ) {
    if ( output.bit > 31 )
       throw std::invalid_argument(
          "the output " + inQuotes( output.name ) + " has bit " + std::to_string( output.bit ) + "; expected 0 to 31" );
-   for ( auto const & [offset, other] : outputRegisters_ ) {
-      if ( other.output( output.name ) )
-         throw std::invalid_argument( "two outputs are named " + inQuotes( output.name ) );
+   std::string const owner = "the output " + inQuotes( output.name );
+   auto const [entry, isNew] = wires_.try_emplace( output.name, Wire{ owner, { output.bit, output.activeType }, {} } );
+   if ( !isNew ) throw std::invalid_argument( "two outputs are named " + inQuotes( output.name ) );
+   std::unique_ptr<OutputRegister> & outputs = outputRegisters_[output.offset];
+   if ( !outputs ) {
+      outputs = std::make_unique<OutputRegister>();
+      blockAdd( owner, output.offset, *outputs );
    }
-   Fru::OutputBit const bit{ output.bit, output.activeType };
-   claim( "the output " + inQuotes( output.name ), output.offset, bit.mask() );
-   auto const [entry, isNew] = outputRegisters_.try_emplace( output.offset );
-   OutputRegister & outputs = entry->second;
-   if ( isNew ) place( output.offset, outputs );
-   outputs.outputAdd( { .name = output.name, .bit = bit } );
+   for ( Wire const * other : outputs->wires )
+      if ( other->bit.bit == output.bit )
+         throw std::invalid_argument(
+            "bit " + std::to_string( output.bit ) + " of the register at " + std::to_string( output.offset ) +
+            " belongs to " + other->owner + " and to " + owner );
+   outputs->wires.push_back( &entry->second );
 }
 
 void SimulatedCard::max24305Add( Max24305 const & parameters, U64 spiClockInHz ) {
    auto chip = std::make_unique<Max24305Part>( *clock_, parameters, spiClockInHz );
+   chip->chip.spiObserverIs( [this]( std::string_view name, auto const & bytes, U8 response ) {
+      if ( spiObserver_ ) spiObserver_( name, bytes, response );
+   } );
    std::string const owner = "the chip " + inQuotes( parameters.name );
    blockAdd( owner, parameters.configOffset, chip->master );
    blockAdd( owner, parameters.statusOffset, chip->frequency );
-   chipAdd( std::move( chip ), parameters.resetGpoName );
+   chipAdd( parameters.name, std::move( chip ), parameters.resetGpoName );
 }
 
 void SimulatedCard::tolvaneAdd( Tolvane const & parameters ) {
-   auto chip = std::make_unique<TolvanePart>( *clock_, parameters );
+   auto chip = std::make_unique<TolvanePart>( *clock_ );
    blockAdd( "the chip " + inQuotes( parameters.name ), parameters.offset, chip->chip );
-   chipAdd( std::move( chip ), parameters.resetGpoName );
+   chipAdd( parameters.name, std::move( chip ), parameters.resetGpoName );
 }
 
-void SimulatedCard::chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
-   if ( hasChip( chip->name ) ) throw std::invalid_argument( "two chips are named " + inQuotes( chip->name ) );
-   chips_.push_back( std::move( chip ) );
+void SimulatedCard::chipAdd( std::string const & name, std::unique_ptr<Chip> chip, std::string const & resetGpoName ) {
+   auto const [entry, isNew] = chips_.try_emplace( name, std::move( chip ) );
+   if ( !isNew ) throw std::invalid_argument( "two chips are named " + inQuotes( name ) );
    if ( resetGpoName.empty() ) return;
-   Chip & added = *chips_.back();
-   bool const found = std::any_of( outputRegisters_.begin(), outputRegisters_.end(), [&]( auto & entry ) {
-      return entry.second.lineAdd( resetGpoName, added.resetLine() );
-   } );
-   if ( !found )
+   auto const found = wires_.find( resetGpoName );
+   if ( found == wires_.end() )
       throw std::invalid_argument(
-         "the reset output " + inQuotes( resetGpoName ) + " of the chip " + inQuotes( added.name ) +
+         "the reset output " + inQuotes( resetGpoName ) + " of the chip " + inQuotes( name ) +
          " is none of the card's outputs" );
+   Wire & wire = found->second;
+   wire.chips.push_back( entry->second.get() );
+   entry->second->resetDrivenIs( wire.bit.active( 0 ) );
 }
 
 void SimulatedCard::blockAdd( std::string const & owner, U32 offset, RegisterBlock & block ) {
-   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
-      claim( owner, offset + declaration.address, wholeRegister );
-   place( offset, block );
-}
-
-void SimulatedCard::claim( std::string const & owner, U32 address, U32 bits ) {
-   auto const * const first = claims_.claim( address, bits, owner );
-   if ( !first ) return;
-   std::string const what = first->bits == bits && bits != wholeRegister
-                               ? "bit " + std::to_string( std::countr_zero( bits ) ) + " of the register at "
-                               : std::string( "the register at " );
-   throw std::invalid_argument( what + std::to_string( address ) + " belongs to " + first->owner + " and to " + owner );
-}
-
-void SimulatedCard::place( U32 offset, RegisterBlock & block ) {
-   for ( Hal::RegisterDeclaration const & declaration : block.registers() )
-      registers_[offset + declaration.address] = { &block, &declaration };
+   for ( Hal::RegisterDeclaration const & declaration : block.registers() ) {
+      U32 const address = offset + declaration.address;
+      auto const [entry, isNew] = registers_.try_emplace( address, Register{ &block, &declaration, owner } );
+      if ( !isNew )
+         throw std::invalid_argument(
+            "the register at " + std::to_string( address ) + " belongs to " + entry->second.owner + " and to " +
+            owner );
+   }
 }
 
 SimulatedCard::Register const * SimulatedCard::registerAt( U32 address, AccessDirection direction ) {
@@ -184,14 +204,13 @@ SimulatedCard::Register const * SimulatedCard::registerAt( U32 address, AccessDi
    if (
       unclaimedObserver_ && unclaimedTold_.size() < unclaimedToldMax &&
       unclaimedTold_.emplace( address, direction ).second )
-      unclaimedObserver_->onUnclaimed( address, direction );
+      unclaimedObserver_( address, direction );
    return nullptr;
 }
 
 SimulatedCard::Chip * SimulatedCard::chipOf( std::string_view name ) const {
-   auto const found =
-      std::find_if( chips_.begin(), chips_.end(), [name]( auto const & chip ) { return chip->name == name; } );
-   return found == chips_.end() ? nullptr : found->get();
+   auto const found = chips_.find( name );
+   return found == chips_.end() ? nullptr : found->second.get();
 }
 
 }   // namespace Sim

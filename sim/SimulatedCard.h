@@ -12,15 +12,15 @@
 #pragma once
 
 #include "framework/Types.h"
+#include "platform/Gpo.h"
+#include "sim/CardListener.h"
 #include "sim/Defaults.h"
 #include "sim/Fault.h"
 #include "sim/Max24305Chip.h"
-#include "sim/OutputRegister.h"
 #include "sim/RegisterBlock.h"
-#include "sim/RegisterClaims.h"
-#include "sim/Unclaimed.h"
 #include "sim/VirtualClock.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -31,6 +31,9 @@
 #include <vector>
 
 namespace Sim {
+
+/// Told of an access where the card has no register.
+using UnclaimedObserver = std::function<void( U32 address, AccessDirection direction )>;
 
 class SimulatedCard {
  public:
@@ -82,37 +85,44 @@ class SimulatedCard {
    /// Whether there is a chip of that name.
    bool hasChip( std::string_view name ) const { return chipOf( name ) != nullptr; }
 
-   /// One observer of all chips' buses, null for none; it outlives the card's use.
-   void spiObserverIs( SpiObserver * observer );
-   /// One observer, null for none; it outlives the card's use.
-   void unclaimedObserverIs( UnclaimedObserver * observer ) { unclaimedObserver_ = observer; }
+   /// One observer of all chips' buses, null for none.
+   void spiObserverIs( SpiObserver observer ) { spiObserver_ = std::move( observer ); }
+   /// One observer, null for none.
+   void unclaimedObserverIs( UnclaimedObserver observer ) { unclaimedObserver_ = std::move( observer ); }
 
  private:
    struct Chip;
    struct Max24305Part;
    struct TolvanePart;
+   class OutputRegister;
+   // From an output to the reset lines of chips.
+   struct Wire {
+      std::string owner;
+      Fru::OutputBit bit;
+      std::vector<Chip *> chips;
+   };
    struct Register {
       RegisterBlock * block;
       Hal::RegisterDeclaration const * declaration;
+      std::string owner;
    };
 
    void outputAdd( Output const & output );
    void max24305Add( Max24305 const & parameters, U64 spiClockInHz );
    void tolvaneAdd( Tolvane const & parameters );
-   void chipAdd( std::unique_ptr<Chip> chip, std::string const & resetGpoName );
+   void chipAdd( std::string const & name, std::unique_ptr<Chip> chip, std::string const & resetGpoName );
    void blockAdd( std::string const & owner, U32 offset, RegisterBlock & block );
-   void claim( std::string const & owner, U32 address, U32 bits );
-   void place( U32 offset, RegisterBlock & block );
    Register const * registerAt( U32 address, AccessDirection direction );
    Chip * chipOf( std::string_view name ) const;
 
    Vor::Ptr<VirtualClock> clock_;
    FaultBoard faults_;
-   std::map<U32, OutputRegister> outputRegisters_;   // by offset
-   std::vector<std::unique_ptr<Chip>> chips_;
+   std::map<U32, std::unique_ptr<OutputRegister>> outputRegisters_;   // by offset
+   std::map<std::string, Wire> wires_;                                // by output
+   std::map<std::string, std::unique_ptr<Chip>, std::less<>> chips_;
    std::unordered_map<U32, Register> registers_;
-   RegisterClaims<std::string> claims_;
-   UnclaimedObserver * unclaimedObserver_ = nullptr;
+   SpiObserver spiObserver_;
+   UnclaimedObserver unclaimedObserver_;
    std::set<std::pair<U32, AccessDirection>> unclaimedTold_;
 };
 

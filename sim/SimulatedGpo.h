@@ -14,7 +14,7 @@ class SimulatedGpo final : public Hardware::SetClearGpo {
 
  private:
    void drive( bool active ) const override {
-      events_.tellGpo( name().string(), active );
+      events_.tell( &CardListener::onGpo, name().string(), active );
       SetClearGpo::drive( active );
    }
 

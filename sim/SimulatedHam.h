@@ -17,10 +17,10 @@ class SimulatedHam final : public Fru::HamImpl {
 
    void read32( U32 address, U32 & value ) override {
       value = card_.read32( address );
-      events_.tellRead32( address, value );
+      events_.tell( &CardListener::onRead32, address, value );
    }
    void write32( U32 address, U32 value ) override {
-      events_.tellWrite32( address, value );
+      events_.tell( &CardListener::onWrite32, address, value );
       card_.write32( address, value );
    }
 

@@ -26,8 +26,15 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
      faults_( faults ),
      resetSupported_( parameters.resetSupported ),
      byteNs_( byteNsOf( parameters.clockInHz ) ),
-     byteOut_( clock, *this, &SpiMaster::handleByteOut ) {
-   faults_.listenerAdd( *this );
+     byteOut_( clock, [this] { handleByteOut(); } ) {
+   faults_.listenerAdd( FaultKind::spiStuckWrite_, FaultBoard::begins_, [this] {
+      stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
+      byteOut_.cancel();   // the byte on the wire starts over when the FIFO moves again
+   } );
+   faults_.listenerAdd( FaultKind::spiStuckWrite_, FaultBoard::spanEnds_, [this] {
+      stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
+      startByte();
+   } );
 }
 
 Hal::Registers SpiMaster::registers() const { return Hardware::spiMasterBlock; }
@@ -120,18 +127,6 @@ void SpiMaster::responsePushed( U8 data ) {
    response.dataValidIs( !faults_.occurs( FaultKind::spiInvalid_ ) );
    int const entries = faults_.occurs( FaultKind::spiExtra_ ) ? 2 : 1;
    for ( int i = 0; i < entries && responses_.size() < fifoDepth; ++i ) responses_.push_back( response.value() );
-}
-
-void SpiMaster::onFaultBegin( FaultKind kind ) {
-   if ( kind != FaultKind::spiStuckWrite_ ) return;
-   stuck_ = faults_.active( kind );
-   byteOut_.cancel();   // the byte on the wire starts over when the FIFO moves again
-}
-
-void SpiMaster::onFaultEnd( FaultKind kind ) {
-   if ( kind != FaultKind::spiStuckWrite_ ) return;
-   stuck_ = faults_.active( kind );
-   startByte();
 }
 
 }   // namespace Sim

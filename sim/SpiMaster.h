@@ -30,7 +30,7 @@ class SpiDevice {
    ~SpiDevice() = default;
 };
 
-class SpiMaster final : public RegisterBlock, private FaultListener {
+class SpiMaster final : public RegisterBlock {
  public:
    static constexpr std::size_t fifoDepth = 63;
 
@@ -59,9 +59,6 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    void handleByteOut();
    void responsePushed( U8 data );
 
-   void onFaultBegin( FaultKind kind ) override;
-   void onFaultEnd( FaultKind kind ) override;
-
    SpiDevice & device_;
    FaultBoard & faults_;
    bool const resetSupported_;
@@ -73,7 +70,7 @@ class SpiMaster final : public RegisterBlock, private FaultListener {
    bool stuck_ = false;
    bool selected_ = false;        // chip select is asserted
    U32 wordsOfTransaction_ = 0;   // handed in since the last word with csEnd
-   TimedEventOf<SpiMaster> byteOut_;
+   TimedEvent byteOut_;
 };
 
 }   // namespace Sim

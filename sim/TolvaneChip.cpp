@@ -6,7 +6,9 @@ namespace Sim {
 
 using Hardware::TolvaneEnable;
 
-TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) { faults_.listenerAdd( *this ); }
+TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) {
+   faults_.listenerAdd( FaultKind::noPower_, FaultBoard::begins_, [this] { enabled_ = false; } );
+}
 
 Hal::Registers TolvaneChip::registers() const { return Hardware::tolvaneBlock; }
 
@@ -26,10 +28,6 @@ void TolvaneChip::write( U32, U32 value ) {
 void TolvaneChip::resetIs( bool asserted ) {
    inReset_ = asserted;
    if ( asserted ) enabled_ = false;
-}
-
-void TolvaneChip::onFaultBegin( FaultKind kind ) {
-   if ( kind == FaultKind::noPower_ ) enabled_ = false;
 }
 
 }   // namespace Sim

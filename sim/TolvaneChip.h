@@ -7,11 +7,10 @@
 #include "framework/Types.h"
 #include "sim/Fault.h"
 #include "sim/RegisterBlock.h"
-#include "sim/ResetLine.h"
 
 namespace Sim {
 
-class TolvaneChip final : public RegisterBlock, public Resettable, private FaultListener {
+class TolvaneChip final : public RegisterBlock {
  public:
    /// The faults outlive the chip.
    explicit TolvaneChip( FaultBoard & faults );
@@ -19,12 +18,10 @@ class TolvaneChip final : public RegisterBlock, public Resettable, private Fault
    Hal::Registers registers() const override;
    U32 read( U32 address ) override;
    void write( U32 address, U32 value ) override;
-   void resetIs( bool asserted ) override;
+   /// What its reset line says.
+   void resetIs( bool asserted );
 
  private:
-   void onFaultBegin( FaultKind kind ) override;
-   void onFaultEnd( FaultKind ) override {}
-
    FaultBoard & faults_;
    bool inReset_ = false;
    bool enabled_ = false;

@@ -29,7 +29,8 @@ void VirtualClock::nowNsIs( U64 ns ) {
       TimedEvent & next = *agenda_.begin()->second;
       nowNs_ = std::max( nowNs_, agenda_.begin()->first );
       next.cancel();
-      next.happen();
+      std::function<void()> const what = next.what_;   // which may destroy the event
+      what();
    }
    nowNs_ = std::max( nowNs_, ns );
    moving_ = false;
@@ -42,13 +43,8 @@ void VirtualClock::nowIs( double seconds ) {
 }
 
 void VirtualClock::sleep( U64 forNs ) {
-   if ( sleepObserver_ ) sleepObserver_->onSleep( forNs );
+   if ( sleepObserver_ ) sleepObserver_( forNs );
    nowNsIs( saturatingSum( nowNs_, forNs ) );
-}
-
-std::optional<U64> VirtualClock::nextEventNs() const {
-   if ( agenda_.empty() ) return std::nullopt;
-   return agenda_.begin()->first;
 }
 
 U64 VirtualClock::nsOf( double seconds ) {

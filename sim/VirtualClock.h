@@ -17,6 +17,7 @@
 #include "framework/Types.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <optional>
 
@@ -25,13 +26,7 @@ namespace Sim {
 class TimedEvent;
 
 /// Told of every sleep as it begins.
-class SleepObserver {
- public:
-   virtual void onSleep( U64 forNs ) = 0;
-
- protected:
-   ~SleepObserver() = default;
-};
+using SleepObserver = std::function<void( U64 forNs )>;
 
 class VirtualClock final : public Vor::Clock {
  public:
@@ -54,11 +49,8 @@ class VirtualClock final : public Vor::Clock {
    /// A sleep request: tells the observer, then moves the clock on.
    void sleep( U64 forNs );
 
-   /// One observer, null for none; it outlives the clock's use.
-   void sleepObserverIs( SleepObserver * observer ) { sleepObserver_ = observer; }
-
-   /// When the next thing is on the agenda.
-   std::optional<U64> nextEventNs() const;
+   /// One observer, null for none.
+   void sleepObserverIs( SleepObserver observer ) { sleepObserver_ = std::move( observer ); }
 
    static double secondsOf( U64 ns ) { return static_cast<double>( ns ) / 1e9; }
 
@@ -72,18 +64,18 @@ class VirtualClock final : public Vor::Clock {
    U64 nowNs_ = 0;
    double reached_ = 0;   // less than half a nanosecond from a time that was or is now
    Agenda agenda_;
-   SleepObserver * sleepObserver_ = nullptr;
+   SleepObserver sleepObserver_;
    bool moving_ = false;
 };
 
 /// Something the hardware will do at a time on the clock's agenda: once, unless put down again. It happens while the
-/// clock moves and must not move the clock itself. Destroying it takes it off the agenda.
+/// clock moves and must not move the clock itself. Destroying it takes it off the agenda, also while it happens.
 class TimedEvent {
  public:
-   explicit TimedEvent( VirtualClock & clock ) : clock_( clock ) {}
+   TimedEvent( VirtualClock & clock, std::function<void()> what ) : clock_( clock ), what_( std::move( what ) ) {}
    TimedEvent( TimedEvent const & ) = delete;
    TimedEvent & operator=( TimedEvent const & ) = delete;
-   virtual ~TimedEvent() { cancel(); }
+   ~TimedEvent() { cancel(); }
 
    /// Puts it down for `ns`, or moves it there. A time already passed means the clock's next move.
    void atNsIs( U64 ns );
@@ -94,28 +86,12 @@ class TimedEvent {
    std::optional<U64> atNs() const { return place_ ? std::optional( ( *place_ )->first ) : std::nullopt; }
    bool pending() const { return place_.has_value(); }
 
- protected:
-   virtual void happen() = 0;
-
  private:
    friend class VirtualClock;
 
    VirtualClock & clock_;
+   std::function<void()> what_;
    std::optional<VirtualClock::Agenda::iterator> place_;
-};
-
-/// A TimedEvent that calls a member function of its owner.
-template<class Owner> class TimedEventOf final : public TimedEvent {
- public:
-   using Member = void ( Owner::* )();
-   TimedEventOf( VirtualClock & clock, Owner & owner, Member member )
-      : TimedEvent( clock ), owner_( owner ), member_( member ) {}
-
- private:
-   void happen() override { ( owner_.*member_ )(); }
-
-   Owner & owner_;
-   Member member_;
 };
 
 /// Switches virtual time on for as long as it lives: for the sleeps of the present thread, and as the agent's clock

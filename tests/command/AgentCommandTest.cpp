@@ -61,18 +61,6 @@ TEST_F( AgentTest, WaitsForItsCardAndEndsAtOnceWhenNothingIsUnderWay ) {
    EXPECT_NE( agent.output().find( "stopped, not every chip ready" ), std::string::npos );
 }
 
-// What happens at a virtual time, so within one of the driver's sleeps, and on the agent's thread.
-class Interruption final : public Sim::TimedEvent {
- public:
-   Interruption( Sim::VirtualClock & clock, std::function<void()> what )
-      : TimedEvent( clock ), what_( std::move( what ) ) {}
-
- private:
-   void happen() override { what_(); }
-
-   std::function<void()> const what_;
-};
-
 // Runs the agent in virtual time and ends the process as the command would; the interruption comes in the reset pulse.
 [[noreturn]] void runInterrupted(
    std::string const & card, std::string const & output, std::function<void()> what,
@@ -82,7 +70,8 @@ class Interruption final : public Sim::TimedEvent {
    {
       Vor::Ptr<Sim::VirtualClock> const clock = new Sim::VirtualClock;
       Sim::VirtualTime const virtualTime( clock );
-      Interruption interruption( *clock, std::move( what ) );
+      // Within one of the driver's sleeps, and on the agent's thread.
+      Sim::TimedEvent interruption( *clock, std::move( what ) );
       interruption.atNsIs( 50'000'000 );
       result = agent( card, options );
    }

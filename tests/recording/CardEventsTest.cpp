@@ -121,7 +121,7 @@ struct Told : Hardware::Kiv::ClockStatus::NotifieeConst {
    Told( Vor::Ptr<Hardware::Kiv::ClockStatus> const & status, CardEvents & events ) : events( events ) {
       vorAttach( status );
    }
-   void onState() override { events.tellGpo( "told", true ); }
+   void onState() override { events.tell( &CardListener::onGpo, "told", true ); }
    CardEvents & events;
 };
 
@@ -166,7 +166,7 @@ TEST_F( CardEventsTest, EveryListenerIsToldInTheOrderOfJoining ) {
    std::ostringstream second;
    EventLog secondLog( second );
    events.listenerAdd( secondLog );
-   events.tellGpo( "a", true );
+   events.tell( &CardListener::onGpo, "a", true );
    secondLog.flush();
    EXPECT_EQ( second.str(), text() );
    EXPECT_NE( second.str(), "" );
@@ -209,7 +209,7 @@ void assertAfterAnEvent() {
    EventLog log( std::cerr );
    CardEvents events( clock );
    events.listenerAdd( log );
-   events.tellGpo( "last", true );
+   events.tell( &CardListener::onGpo, "last", true );
    VOR_ASSERT( clock->nowNs() == 78 );
 }
 

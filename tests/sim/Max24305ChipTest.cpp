@@ -8,15 +8,6 @@
 namespace Sim {
 namespace {
 
-struct BusNotes final : SpiObserver {
-   void onSpi( std::string_view chip, Bytes const & bytes, U8 response ) override {
-      std::string line( chip );
-      for ( U8 const byte : bytes ) line += ' ' + std::to_string( byte );
-      notes.push_back( line + " -> " + std::to_string( response ) );
-   }
-   std::vector<std::string> notes;
-};
-
 class Max24305ChipTest : public testing::Test {
  protected:
    static constexpr U64 lockAfterNs = 1'000;
@@ -99,8 +90,12 @@ TEST_F( Max24305ChipTest, OtherInstructionsHaveNoEffect ) {
 }
 
 TEST_F( Max24305ChipTest, TheBusIsReportedByteForByte ) {
-   BusNotes bus;
-   chip.spiObserverIs( &bus );
+   std::vector<std::string> notes;
+   chip.spiObserverIs( [&notes]( std::string_view name, std::array<U8, 4> const & bytes, U8 response ) {
+      std::string line( name );
+      for ( U8 const byte : bytes ) line += ' ' + std::to_string( byte );
+      notes.push_back( line + " -> " + std::to_string( response ) );
+   } );
    write( 0x1234, 0x5A );
    read( 0x1234 );
    chip.resetIs( true );
@@ -108,8 +103,7 @@ TEST_F( Max24305ChipTest, TheBusIsReportedByteForByte ) {
    chip.byteExchanged( 0 );
    chip.handleChipSelectReleased();
    EXPECT_EQ(
-      bus.notes,
-      ( std::vector<std::string>{ "ptp0 2 18 52 90 -> 0", "ptp0 3 18 52 0 -> 90", "ptp0 3 18 52 0 -> 255" } ) );
+      notes, ( std::vector<std::string>{ "ptp0 2 18 52 90 -> 0", "ptp0 3 18 52 0 -> 90", "ptp0 3 18 52 0 -> 255" } ) );
 }
 
 TEST_F( Max24305ChipTest, ResetPutsTheRegistersBackAndUnlocks ) {

@@ -87,16 +87,13 @@ TEST_F( SimulatedCardTest, WhereNothingStandsReadsGiveZeroAndWritesAreLost ) {
 }
 
 TEST_F( SimulatedCardTest, AnAccessWhereNothingStandsIsToldOfOncePerAddressAndDirection ) {
-   struct Told final : UnclaimedObserver {
-      void onUnclaimed( U32 address, AccessDirection direction ) override {
-         story += unclaimedText( address, direction ) + "\n";
-         ++count;
-      }
-      std::string story;
-      std::size_t count = 0;
-   } told;
+   std::string story;
+   std::size_t count = 0;
    card.read32( 4 );   // nobody listens yet
-   card.unclaimedObserverIs( &told );
+   card.unclaimedObserverIs( [&]( U32 address, AccessDirection direction ) {
+      story += unclaimedText( address, direction ) + "\n";
+      ++count;
+   } );
    card.faultBegin( "", { .kind = FaultKind::hardwareGone_, .count = 1 } );
    card.read32( 4 );   // nothing of the card answers
    for ( int i = 0; i < 2; ++i ) {
@@ -108,11 +105,11 @@ TEST_F( SimulatedCardTest, AnAccessWhereNothingStandsIsToldOfOncePerAddressAndDi
       card.read32( tolvane );
    }
    EXPECT_EQ(
-      told.story, "read of 0x4, where the card has no register: it gives 0\n"
-                  "write to 0x104, where the card has no register: it is lost\n"
-                  "read of 0x104, where the card has no register: it gives 0\n" );
+      story, "read of 0x4, where the card has no register: it gives 0\n"
+             "write to 0x104, where the card has no register: it is lost\n"
+             "read of 0x104, where the card has no register: it gives 0\n" );
    for ( U32 address = 0x10000; address < 0x20000; address += 4 ) card.read32( address );
-   EXPECT_EQ( told.count, SimulatedCard::unclaimedToldMax );
+   EXPECT_EQ( count, SimulatedCard::unclaimedToldMax );
    card.unclaimedObserverIs( nullptr );
    EXPECT_EQ( card.read32( 8 ), 0u );
 }

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <string>
 #include <thread>
 #include <time.h>
 #include <vector>
@@ -18,29 +19,22 @@ namespace {
 
 constexpr U64 lastNs = std::numeric_limits<U64>::max();
 
-struct SleepNotes final : SleepObserver {
-   explicit SleepNotes( VirtualClock & clock ) : clock( clock ) { clock.sleepObserverIs( this ); }
+struct SleepNotes final {
+   explicit SleepNotes( VirtualClock & clock ) : clock( clock ) {
+      clock.sleepObserverIs( [this]( U64 forNs ) { notes.emplace_back( this->clock.nowNs(), forNs ); } );
+   }
    ~SleepNotes() { clock.sleepObserverIs( nullptr ); }
-   void onSleep( U64 forNs ) override { notes.emplace_back( clock.nowNs(), forNs ); }
 
    VirtualClock & clock;
    std::vector<std::pair<U64, U64>> notes;   // when it began, for how long
 };
 
-class Noting final : public TimedEvent {
- public:
-   Noting( VirtualClock & clock, std::vector<std::pair<int, U64>> & notes, int id )
-      : TimedEvent( clock ), clock_( clock ), notes_( notes ), id_( id ) {}
-
- private:
-   void happen() override { notes_.emplace_back( id_, clock_.nowNs() ); }
-
-   VirtualClock & clock_;
-   std::vector<std::pair<int, U64>> & notes_;
-   int id_;
-};
-
 using Notes = std::vector<std::pair<int, U64>>;
+
+struct Noting final : TimedEvent {
+   Noting( VirtualClock & clock, Notes & notes, int id )
+      : TimedEvent( clock, [&clock, &notes, id] { notes.emplace_back( id, clock.nowNs() ); } ) {}
+};
 
 class VirtualClockTest : public testing::Test {
  protected:
@@ -63,7 +57,7 @@ TEST_F( VirtualClockTest, TimedEventsComeAtTheirTimeAndEqualTimesInTheOrderPutDo
    b.atNsIs( 10 );
    c.atNsIs( 30 );
    d.atNsIs( 31 );
-   EXPECT_EQ( clock->nextEventNs(), 10u );
+   EXPECT_EQ( b.atNs(), 10u );
    clock->nowNsIs( 30 );
    EXPECT_EQ( notes, ( Notes{ { 2, 10 }, { 1, 30 }, { 3, 30 } } ) );
    EXPECT_TRUE( d.pending() );
@@ -90,19 +84,18 @@ TEST_F( VirtualClockTest, TimedEventsCanBeMovedCancelledAndDestroyed ) {
    moved.atNsIs( 20 );
    cancelled.cancel();
    destroyed.reset();
-   EXPECT_EQ( clock->nextEventNs(), 20u );
+   EXPECT_EQ( moved.atNs(), 20u );
+   EXPECT_FALSE( cancelled.pending() );
    clock->nowNsIs( 15 );
    EXPECT_TRUE( notes.empty() );
    clock->nowNsIs( 25 );
    EXPECT_EQ( notes, ( Notes{ { 1, 20 } } ) );
-   EXPECT_EQ( clock->nextEventNs(), std::nullopt );
+   EXPECT_EQ( moved.atNs(), std::nullopt );
 }
 
 class Ticker {
  public:
-   explicit Ticker( VirtualClock & clock ) : clock_( clock ), next_( clock, *this, &Ticker::tick ) {
-      next_.inNsIs( 10 );
-   }
+   explicit Ticker( VirtualClock & clock ) : clock_( clock ), next_( clock, [this] { tick(); } ) { next_.inNsIs( 10 ); }
    std::vector<U64> ticks;
 
  private:
@@ -112,13 +105,31 @@ class Ticker {
    }
 
    VirtualClock & clock_;
-   TimedEventOf<Ticker> next_;
+   TimedEvent next_;
 };
 
 TEST_F( VirtualClockTest, ATimedEventPutDownByAnotherComesInTheSameMove ) {
    Ticker ticker( *clock );
    clock->nowNsIs( 35 );
    EXPECT_EQ( ticker.ticks, ( std::vector<U64>{ 10, 20, 30 } ) );
+}
+
+TEST_F( VirtualClockTest, ATimedEventMayDestroyItself ) {
+   struct Once {
+      explicit Once( VirtualClock & clock, std::unique_ptr<Once> & self, U64 & endedNs )
+         : event( clock, [&clock, &self, &endedNs, text = std::string( 100, 'x' )] {
+              self.reset();
+              endedNs = clock.nowNs() + text.size();
+           } ) {}
+      TimedEvent event;
+   };
+   U64 endedNs = 0;
+   std::unique_ptr<Once> once;
+   once = std::make_unique<Once>( *clock, once, endedNs );
+   once->event.atNsIs( 10 );
+   clock->nowNsIs( 10 );
+   EXPECT_FALSE( once );
+   EXPECT_EQ( endedNs, 110u );
 }
 
 TEST_F( VirtualClockTest, ASleepIsReportedAsItBeginsAndTimedEventsRunInsideIt ) {

@@ -94,7 +94,7 @@ Rig::Rig()
      outerAssertionHook_( Vor::assertionHookIs( writeDiary ) ) {
    diaryOfFailure = &diary;
    simulationVmidDel();
-   clock->sleepObserverIs( this );
+   clock->sleepObserverIs( [this]( U64 forNs ) { handleSleep( forNs ); } );
    tracesAre( true );
 }
 
@@ -129,7 +129,7 @@ void Rig::tracesAre( bool on ) {
       for ( U32 const level : { 0u, 1u } ) Vor::traceLevelIs( facility, level, on );
 }
 
-void Rig::onSleep( U64 forNs ) {
+void Rig::handleSleep( U64 forNs ) {
    if ( forNs == 0 || forNs > diary.shortSleepNs() ) diary.add( sleep( forNs ) );
    auto const hook =
       std::find_if( inSleep_.begin(), inSleep_.end(), [forNs]( auto const & h ) { return h.first == forNs; } );

@@ -64,7 +64,7 @@ class Diary {
 /// Virtual time, the traces of both machines' facilities and the logged messages, all into the diary. While it lives,
 /// "SIMULATION_VMID" is absent unless the test sets it, and an assertion that fails also writes the diary to standard
 /// error, one line each, where a death test finds it.
-class Rig final : private Sim::SleepObserver {
+class Rig final {
  public:
    Rig();
    ~Rig();
@@ -85,7 +85,7 @@ class Rig final : private Sim::SleepObserver {
    static void tracesAre( bool on );
 
  private:
-   void onSleep( U64 forNs ) override;
+   void handleSleep( U64 forNs );
 
    Sim::VirtualTime const virtualTime_{ clock };
    std::vector<std::pair<U64, std::function<void()>>> inSleep_;

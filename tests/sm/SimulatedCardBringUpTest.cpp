@@ -23,23 +23,14 @@ class CardHam final : public Fru::HamImpl {
    Sim::SimulatedCard & card_;
 };
 
-// The chip's bus, as it sees it itself.
-class BusNotes final : public Sim::SpiObserver {
- public:
-   explicit BusNotes( Diary & diary ) : diary_( diary ) {}
-   void onSpi( std::string_view, Bytes const & bytes, U8 response ) override {
-      U32 const address = U32{ bytes[1] } << 8 | bytes[2];
-      diary_.add( bytes[0] == 3 ? chipRead( address, response ) : chipWrite( address, bytes[3] ) );
-   }
-
- private:
-   Diary & diary_;
-};
-
 class SimulatedCardBringUpTest : public Max24305World {
  protected:
    SimulatedCardBringUpTest() {
-      card.spiObserverIs( &bus );
+      // The chip's bus, as it sees it itself.
+      card.spiObserverIs( [this]( std::string_view, std::array<U8, 4> const & bytes, U8 response ) {
+         U32 const address = U32{ bytes[1] } << 8 | bytes[2];
+         diary.add( bytes[0] == 3 ? chipRead( address, response ) : chipWrite( address, bytes[3] ) );
+      } );
       cardHam->hardwarePresentIs( true );
       ham->hamImplIs( cardHam );
       output->hamIs( ham );
@@ -73,7 +64,6 @@ class SimulatedCardBringUpTest : public Max24305World {
              .statusOffset = statusOffset,
              .resetGpoName = "reset",
              .outputFrequencyInHz = frequencyInHz } } } };
-   BusNotes bus{ diary };
    Vor::Ptr<CardHam> const cardHam = new CardHam( card );
    Vor::Ptr<Hardware::SetClearGpo> const output = Hardware::setClearGpoFactory( "reset" );
 };
