@@ -1,6 +1,8 @@
 #include "recording/EventLine.h"
 
-#include <charconv>
+#include <fmt/format.h>
+
+#include <iterator>
 
 namespace Recording {
 
@@ -24,13 +26,6 @@ std::size_t utf8Length( std::string_view text ) {
    return ( lead == 0xF0 && second < 0x90 ) || ( lead == 0xF4 && second > 0x8F ) ? 0 : 4;
 }
 
-void escapeAppend( std::string & out, U8 code ) {
-   constexpr char digits[] = "0123456789abcdef";
-   out += "\\u00";
-   out += digits[code >> 4];
-   out += digits[code & 0xF];
-}
-
 }   // namespace
 
 void jsonStringAppend( std::string & out, std::string_view text ) {
@@ -42,7 +37,7 @@ void jsonStringAppend( std::string & out, std::string_view text ) {
          out += '\\';
          out += head;
       } else if ( length == 0 || static_cast<U8>( head ) < 0x20 ) {
-         escapeAppend( out, static_cast<U8>( head ) );
+         fmt::format_to( std::back_inserter( out ), "\\u{:04x}", static_cast<U8>( head ) );
          length = 1;
       } else {
          out += text.substr( 0, length );
@@ -66,13 +61,7 @@ EventLine & EventLine::field( std::string_view name, std::string_view text ) {
 
 EventLine & EventLine::field( std::string_view name, std::span<U8 const> bytes ) {
    nameAppend( name );
-   char separator = '[';
-   for ( U8 const byte : bytes ) {
-      out_ += separator;
-      numberAppend( byte );
-      separator = ',';
-   }
-   out_ += bytes.empty() ? "[]" : "]";
+   fmt::format_to( std::back_inserter( out_ ), "[{}]", fmt::join( bytes, "," ) );
    return *this;
 }
 
@@ -83,9 +72,8 @@ void EventLine::nameAppend( std::string_view name ) {
 }
 
 void EventLine::numberAppend( U64 number ) {
-   char digits[20];
-   auto * const end = std::to_chars( std::begin( digits ), std::end( digits ), number ).ptr;
-   out_.append( digits, end );
+   fmt::format_int const digits( number );
+   out_.append( digits.data(), digits.size() );
 }
 
 }   // namespace Recording

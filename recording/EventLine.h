@@ -23,18 +23,15 @@ class EventLine {
    EventLine & operator=( EventLine const & ) = delete;
 
    EventLine & field( std::string_view name, std::string_view text );
-   EventLine & field( std::string_view name, std::same_as<bool> auto flag ) {
-      nameAppend( name );
-      out_ += flag ? "true" : "false";
-      return *this;
-   }
-   template<std::unsigned_integral T>
-   requires( !std::same_as<T, bool> ) EventLine & field( std::string_view name, T number ) {
-      nameAppend( name );
-      numberAppend( number );
-      return *this;
-   }
    EventLine & field( std::string_view name, std::span<U8 const> bytes );
+   template<std::unsigned_integral T> EventLine & field( std::string_view name, T value ) {
+      nameAppend( name );
+      if constexpr ( std::same_as<T, bool> )
+         out_ += value ? "true" : "false";
+      else
+         numberAppend( value );
+      return *this;
+   }
 
  private:
    void nameAppend( std::string_view name );

@@ -2,7 +2,6 @@
 
 #include "framework/Assert.h"
 #include "framework/Trace.h"
-#include "recording/EventLine.h"
 
 #include <ostream>
 
@@ -15,65 +14,52 @@ void EventLog::flush() {
 }
 
 // Pieces are large enough that a run is not bound by them, and small enough to follow a long one in its file.
-void EventLog::flushIfLarge() {
+EventLine EventLog::line( U64 ns, std::string_view event ) {
    constexpr std::size_t pieceSize = std::size_t{ 64 } * 1024;
    if ( pending_.size() >= pieceSize ) flush();
+   return { pending_, ns, event };
 }
 
 void EventLog::onWrite32( U64 ns, U32 address, U32 value ) {
-   EventLine( pending_, ns, "write32" ).field( "address", address ).field( "value", value );
-   flushIfLarge();
+   line( ns, "write32" ).field( "address", address ).field( "value", value );
 }
 
 void EventLog::onRead32( U64 ns, U32 address, U32 value ) {
-   EventLine( pending_, ns, "read32" ).field( "address", address ).field( "value", value );
-   flushIfLarge();
+   line( ns, "read32" ).field( "address", address ).field( "value", value );
 }
 
 void EventLog::onGpo( U64 ns, std::string_view name, bool active ) {
-   EventLine( pending_, ns, "gpo" ).field( "name", name ).field( "active", active );
-   flushIfLarge();
+   line( ns, "gpo" ).field( "name", name ).field( "active", active );
 }
 
-void EventLog::onSleep( U64 ns, U64 forNs ) {
-   EventLine( pending_, ns, "sleep" ).field( "forNs", forNs );
-   flushIfLarge();
-}
+void EventLog::onSleep( U64 ns, U64 forNs ) { line( ns, "sleep" ).field( "forNs", forNs ); }
 
 void EventLog::onState( U64 ns, Sim::StateChange const & change ) {
-   {
-      EventLine line( pending_, ns, "state" );
-      line.field( "entity", change.entity ).field( "attr", change.attr );
-      if ( change.text.empty() )
-         line.field( "value", change.value );
-      else
-         line.field( "value", change.text );
-   }
-   flushIfLarge();
+   EventLine state = line( ns, "state" );
+   state.field( "entity", change.entity ).field( "attr", change.attr );
+   if ( change.text.empty() )
+      state.field( "value", change.value );
+   else
+      state.field( "value", change.text );
 }
 
 void EventLog::onTrace( U64 ns, Vor::TraceRecord const & record ) {
-   EventLine( pending_, ns, "trace" )
+   line( ns, "trace" )
       .field( "facility", record.facility )
       .field( "level", record.level )
       .field( "source", record.source )
       .field( "function", record.function )
       .field( "text", record.text );
-   flushIfLarge();
 }
 
-void EventLog::onLog( U64 ns, std::string_view id ) {
-   EventLine( pending_, ns, "log" ).field( "id", id );
-   flushIfLarge();
-}
+void EventLog::onLog( U64 ns, std::string_view id ) { line( ns, "log" ).field( "id", id ); }
 
 void EventLog::onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) {
-   EventLine( pending_, ns, "spi" ).field( "chip", chip ).field( "bytes", bytes ).field( "response", response );
-   flushIfLarge();
+   line( ns, "spi" ).field( "chip", chip ).field( "bytes", bytes ).field( "response", response );
 }
 
 void EventLog::onAbort( U64 ns, Vor::AssertionFailure const & failure ) {
-   EventLine( pending_, ns, "abort" )
+   line( ns, "abort" )
       .field( "expression", failure.expression )
       .field( "source", failure.source )
       .field( "function", failure.function )

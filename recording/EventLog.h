@@ -12,6 +12,7 @@
 // Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
 #pragma once
 
+#include "recording/EventLine.h"
 #include "sim/CardListener.h"
 
 #include <iosfwd>
@@ -40,7 +41,7 @@ class EventLog final : public Sim::CardListener {
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
 
  private:
-   void flushIfLarge();
+   EventLine line( U64 ns, std::string_view event );
 
    std::ostream & out_;
    std::string pending_;
