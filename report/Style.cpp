@@ -45,9 +45,8 @@ std::string Table::text( Style const & style ) const {
    std::string text;
    for ( auto const & row : rows_ ) {
       std::string line;
-      for ( std::size_t i = 0; i < row.size(); ++i )
-         line += ( i == 0 ? "" : "  " ) + ( i + 1 == row.size() ? row[i] : padded( row[i], widths[i] ) );
-      while ( !line.empty() && line.back() == ' ' ) line.pop_back();
+      for ( std::size_t i = 0; i < row.size(); ++i ) line += padded( row[i], widths[i] ) + "  ";
+      line.erase( line.find_last_not_of( ' ' ) + 1 );
       text += ( &row == &rows_.front() ? style.quiet( line ) : line ) + "\n";
    }
    return text;
