@@ -38,7 +38,7 @@ void actionIs( int signal, void ( *handler )( int ) ) {
 
 }   // namespace
 
-StopSignals::StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs )
+StopSignals::StopSignals( MmapHam const * ham, std::vector<Input::GpoDescription> outputs )
    : ham_( ham ), outputs_( std::move( outputs ) ), wakeUp_( ::eventfd( 0, EFD_CLOEXEC | EFD_NONBLOCK ) ) {
    VOR_ASSERT( !living.load() );
    if ( wakeUp_.fd() < 0 ) throw std::system_error( errno, std::generic_category(), "eventfd" );
@@ -76,9 +76,9 @@ void StopSignals::tell() const {
 void StopSignals::outputsInactive() const {
    U32 volatile * const space = ham_ ? ham_->space() : nullptr;
    if ( !space ) return;
-   for ( ResetOutput const & output : outputs_ ) {
+   for ( Input::GpoDescription const & output : outputs_ ) {
       U32 volatile * const place = space + output.offset / sizeof( U32 );
-      MmapHam::store( place, output.output.driven( MmapHam::load( place ), false ) );
+      MmapHam::store( place, output.driven( MmapHam::load( place ), false ) );
    }
 }
 

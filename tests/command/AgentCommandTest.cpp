@@ -1,4 +1,4 @@
-#include "command/AgentCommand.h"
+#include "service/Agent.h"
 #include "sim/VirtualClock.h"
 #include "tests/command/Process.h"
 #include "tests/input/Cards.h"
@@ -84,7 +84,7 @@ class Interruption final : public Sim::TimedEvent {
       Sim::VirtualTime const virtualTime( clock );
       Interruption interruption( *clock, std::move( what ) );
       interruption.atNsIs( 50'000'000 );
-      result = agent( card, options );
+      result = Agent( readCard( card ), options ).run();
    }
    std::exit( result );
 }
