@@ -1,5 +1,4 @@
-#include "command/CommandLine.h"
-
+// The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
 #include "command/RegisterCommands.h"
 #include "command/SimulateCommand.h"
 #include "framework/Trace.h"
@@ -32,6 +31,7 @@ class Words {
       registerWords( "dump", "List the registers of a card", false, &dump );
    }
 
+   /// Does what the words ask for and gives the exit code.
    int run( int argc, char const * const * argv ) {
       if ( argc > 1 ) requireCommand( argv[1] );
       try {
@@ -112,18 +112,18 @@ class Words {
 
 }   // namespace
 
-int commandLine( int argc, char const * const * argv ) {
+}   // namespace Host
+
+int main( int argc, char ** argv ) {
    try {
-      return Words().run( argc, argv );
+      return Host::Words().run( argc, argv );
    } catch ( Input::InputError const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: " << error.what() << '\n';
-      return exitWrongUse;
+      return Host::exitWrongUse;
    } catch ( std::exception const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: unexpected: " << error.what() << '\n';
-      return exitNotReady;
+      return Host::exitNotReady;
    }
 }
-
-}   // namespace Host

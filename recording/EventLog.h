@@ -12,13 +12,15 @@
 // Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
 #pragma once
 
-#include "recording/EventLine.h"
 #include "sim/CardListener.h"
 
 #include <iosfwd>
 #include <string>
 
 namespace Recording {
+
+/// Appends the text as a JSON string, in quotes.
+void jsonStringAppend( std::string & out, std::string_view text );
 
 class EventLog final : public Sim::CardListener {
  public:
@@ -41,7 +43,9 @@ class EventLog final : public Sim::CardListener {
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
 
  private:
-   EventLine line( U64 ns, std::string_view event );
+   class Line;
+
+   Line line( U64 ns, std::string_view event );
 
    std::ostream & out_;
    std::string pending_;

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <string_view>
 #include <system_error>
 
 namespace Host {
@@ -20,14 +20,9 @@ constexpr char vorSource[] = "StopSignals";
 std::atomic<StopSignals *> living{ nullptr };
 static_assert( std::atomic<StopSignals *>::is_always_lock_free && std::atomic<int>::is_always_lock_free );
 
-void writeAll( char const * text ) {
-   std::size_t left = std::strlen( text );
-   while ( left > 0 ) {
-      ssize_t const written = ::write( STDERR_FILENO, text, left );
-      if ( written <= 0 ) return;
-      text += written;
-      left -= static_cast<std::size_t>( written );
-   }
+// Lines as short as these are written whole or not at all.
+void say( std::string_view text ) {
+   [[maybe_unused]] ssize_t const written = ::write( STDERR_FILENO, text.data(), text.size() );
 }
 
 void actionIs( int signal, void ( *handler )( int ) ) {
@@ -67,10 +62,10 @@ void StopSignals::handle( int ) {
 
 void StopSignals::tell() const {
    char const * const chip = underWay_.load();
-   if ( !chip ) return writeAll( "clockpath: stopping\n" );
-   writeAll( "clockpath: stopping: waiting for the bring-up of " );
-   writeAll( chip );
-   writeAll( " to return; a second signal ends at once\n" );
+   if ( !chip ) return say( "clockpath: stopping\n" );
+   say( "clockpath: stopping: waiting for the bring-up of " );
+   say( chip );
+   say( " to return; a second signal ends at once\n" );
 }
 
 void StopSignals::outputsInactive() const {
