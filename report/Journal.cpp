@@ -11,11 +11,7 @@
 
 namespace Host {
 
-namespace {
-
 constexpr char eraseLine[] = "\r\033[K";
-
-}   // namespace
 
 Journal::Journal( std::ostream & out, Style style, bool onTerminal, Card const & card, std::optional<U32> traceLevel )
    : out_( out ),

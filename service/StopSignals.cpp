@@ -3,11 +3,11 @@
 #include "framework/Assert.h"
 #include "service/Exit.h"
 
-#include <signal.h>   // NOLINT(modernize-deprecated-headers): sigaction is the system's, not the language's
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <string_view>
 #include <system_error>
 
@@ -25,12 +25,6 @@ void say( std::string_view text ) {
    [[maybe_unused]] ssize_t const written = ::write( STDERR_FILENO, text.data(), text.size() );
 }
 
-void actionIs( int signal, void ( *handler )( int ) ) {
-   struct sigaction action {};
-   action.sa_handler = handler;
-   ::sigaction( signal, &action, nullptr );
-}
-
 }   // namespace
 
 StopSignals::StopSignals( MmapHam const * ham, std::vector<Input::GpoDescription> outputs )
@@ -38,11 +32,11 @@ StopSignals::StopSignals( MmapHam const * ham, std::vector<Input::GpoDescription
    VOR_ASSERT( !living.load() );
    if ( wakeUp_.fd() < 0 ) throw std::system_error( errno, std::generic_category(), "eventfd" );
    living.store( this );
-   for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, &StopSignals::handle );
+   for ( int const signal : { SIGINT, SIGTERM } ) std::signal( signal, &StopSignals::handle );
 }
 
 StopSignals::~StopSignals() {
-   for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, SIG_DFL );
+   for ( int const signal : { SIGINT, SIGTERM } ) std::signal( signal, SIG_DFL );
    living.store( nullptr );
 }
 
