@@ -1,5 +1,6 @@
-// The link queue beside an ordered map keyed by index (the plain way to keep its rules) and a deque (which keeps none
-// of them: no index, no order, no element to hold on to). The number of operations in the queue is the argument.
+// The link queue beside an ordered map keyed by index (the plain way to keep its rules) and, as the limit, a deque
+// (which keeps none of them: no index, no order, no element to hold on to). The number of operations in the queue is
+// the argument.
 #include "framework/LinkQueue.h"
 
 #include <benchmark/benchmark.h>
@@ -117,16 +118,16 @@ template<class Queue> void placeAtRandom( benchmark::State & state ) {
 
 void sizes( benchmark::internal::Benchmark * benchmark ) { benchmark->Arg( 500 )->Arg( 100'000 ); }
 
-BENCHMARK( fillAndDrain<LinkQueue> )->Apply( sizes );
-BENCHMARK( fillAndDrain<OrderedMap> )->Apply( sizes );
-BENCHMARK( fillAndDrain<Deque> )->Apply( sizes );
-BENCHMARK( walk<LinkQueue> )->Apply( sizes );
-BENCHMARK( walk<OrderedMap> )->Apply( sizes );
-BENCHMARK( walk<Deque> )->Apply( sizes );
-BENCHMARK( lookUp<LinkQueue> )->Apply( sizes );
-BENCHMARK( lookUp<OrderedMap> )->Apply( sizes );
-BENCHMARK( lookUp<Deque> )->Apply( sizes );
-BENCHMARK( placeAtRandom<LinkQueue> )->Apply( sizes )->Arg( 1'000'000 );
-BENCHMARK( placeAtRandom<OrderedMap> )->Apply( sizes )->Arg( 1'000'000 );
+BENCHMARK( fillAndDrain<LinkQueue> )->Name( "queue fill and drain/Ours" )->Apply( sizes );
+BENCHMARK( fillAndDrain<OrderedMap> )->Name( "queue fill and drain/std::map" )->Apply( sizes );
+BENCHMARK( fillAndDrain<Deque> )->Name( "queue fill and drain/Limit" )->Apply( sizes );
+BENCHMARK( walk<LinkQueue> )->Name( "queue walk/Ours" )->Apply( sizes );
+BENCHMARK( walk<OrderedMap> )->Name( "queue walk/std::map" )->Apply( sizes );
+BENCHMARK( walk<Deque> )->Name( "queue walk/Limit" )->Apply( sizes );
+BENCHMARK( lookUp<LinkQueue> )->Name( "queue look-up/Ours" )->Apply( sizes );
+BENCHMARK( lookUp<OrderedMap> )->Name( "queue look-up/std::map" )->Apply( sizes );
+BENCHMARK( lookUp<Deque> )->Name( "queue look-up/Limit" )->Apply( sizes );
+BENCHMARK( placeAtRandom<LinkQueue> )->Name( "queue place at random/Ours" )->Apply( sizes )->Arg( 1'000'000 );
+BENCHMARK( placeAtRandom<OrderedMap> )->Name( "queue place at random/std::map" )->Apply( sizes )->Arg( 1'000'000 );
 
 }   // namespace

@@ -15,9 +15,9 @@ void poll( benchmark::State & state, U32 slackNs ) {
 }
 
 void pollOfAnyThread( benchmark::State & state ) { poll( state, 0 ); }
-BENCHMARK( pollOfAnyThread )->UseRealTime();
+BENCHMARK( pollOfAnyThread )->Name( "poll of an SPI master/any thread" )->UseRealTime();
 
 void pollOfTheAgent( benchmark::State & state ) { poll( state, 1 ); }
-BENCHMARK( pollOfTheAgent )->UseRealTime();
+BENCHMARK( pollOfTheAgent )->Name( "poll of an SPI master/Ours" )->UseRealTime();
 
 }   // namespace

@@ -29,7 +29,7 @@ void nothing( benchmark::State & state ) {
    U32 value = 0;
    for ( auto _ : state ) benchmark::DoNotOptimize( ++value );
 }
-BENCHMARK( nothing );
+BENCHMARK( nothing )->Name( "step/Limit/sink:0" );
 
 void tracedOff( benchmark::State & state ) {
    Vor::TraceHandle const handle( "StepBench" );
@@ -39,7 +39,7 @@ void tracedOff( benchmark::State & state ) {
       VOR_TRACE( handle, 1, "Write " << Vor::format( "0x%x to 0x%x.", value & 0xFF, value ) );
    }
 }
-BENCHMARK( tracedOff );
+BENCHMARK( tracedOff )->Name( "step/a trace that is off/sink:0" );
 
 void stepTold( benchmark::State & state ) {
    Machine const machine;
@@ -56,6 +56,6 @@ void stepTold( benchmark::State & state ) {
    Hardware::stepSinkIs( nullptr );
    benchmark::DoNotOptimize( sink->places );
 }
-BENCHMARK( stepTold )->ArgName( "sink" )->Arg( 0 )->Arg( 1 );
+BENCHMARK( stepTold )->Name( "step/Ours" )->ArgName( "sink" )->Arg( 0 )->Arg( 1 );
 
 }   // namespace

@@ -51,7 +51,7 @@ void wheelArm( benchmark::State & state ) {
       if ( ++i == count ) i = 0;
    }
 }
-BENCHMARK( wheelArm )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( wheelArm )->Name( "timer armed anew/Ours" )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 void mapArm( benchmark::State & state ) {
    auto const count = static_cast<std::size_t>( state.range( 0 ) );
@@ -66,7 +66,7 @@ void mapArm( benchmark::State & state ) {
       if ( ++i == count ) i = 0;
    }
 }
-BENCHMARK( mapArm )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( mapArm )->Name( "timer armed anew/std::multimap" )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 /// The loop of an agent: on to the next time, run what is due, which arms itself a minute later.
 void wheelRun( benchmark::State & state ) {
@@ -86,7 +86,7 @@ void wheelRun( benchmark::State & state ) {
       wheel->turn();
    }
 }
-BENCHMARK( wheelRun )->Arg( 1 )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( wheelRun )->Name( "timers run/Ours" )->Arg( 1 )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 void mapRun( benchmark::State & state ) {
    std::multimap<double, std::size_t> map;
@@ -102,7 +102,7 @@ void mapRun( benchmark::State & state ) {
       }
    }
 }
-BENCHMARK( mapRun )->Arg( 1 )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( mapRun )->Name( "timers run/std::multimap" )->Arg( 1 )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 /// A turn with nothing due, as a host's loop makes them.
 void wheelIdleTurn( benchmark::State & state ) {
@@ -118,7 +118,7 @@ void wheelIdleTurn( benchmark::State & state ) {
       wheel->turn();
    }
 }
-BENCHMARK( wheelIdleTurn )->Arg( 0 )->Arg( 1'000 );
+BENCHMARK( wheelIdleTurn )->Name( "turn with nothing due/Ours" )->Arg( 0 )->Arg( 1'000 );
 
 /// When to come back, with every timer far ahead.
 void wheelNextTime( benchmark::State & state ) {
@@ -131,7 +131,7 @@ void wheelNextTime( benchmark::State & state ) {
    }
    for ( auto _ : state ) benchmark::DoNotOptimize( wheel->nextTime() );
 }
-BENCHMARK( wheelNextTime )->Arg( 0 )->Arg( 1 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( wheelNextTime )->Name( "next time/Ours" )->Arg( 0 )->Arg( 1 )->Arg( 1'000 )->Arg( 100'000 );
 
 /// A watchdog is fed, always the one that is due next: it is armed for later, and the earliest is another.
 void wheelFeed( benchmark::State & state ) {
@@ -150,7 +150,7 @@ void wheelFeed( benchmark::State & state ) {
       if ( ++i == count ) i = 0;
    }
 }
-BENCHMARK( wheelFeed )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( wheelFeed )->Name( "timers fed in order/Ours" )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 void mapFeed( benchmark::State & state ) {
    auto const count = static_cast<std::size_t>( state.range( 0 ) );
@@ -163,6 +163,6 @@ void mapFeed( benchmark::State & state ) {
       benchmark::DoNotOptimize( map.begin()->first );
    }
 }
-BENCHMARK( mapFeed )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
+BENCHMARK( mapFeed )->Name( "timers fed in order/std::multimap" )->Arg( 10 )->Arg( 1'000 )->Arg( 100'000 );
 
 }   // namespace

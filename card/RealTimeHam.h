@@ -1,5 +1,5 @@
 // The handle of a simulated card that lives in real time: before each access the card's clock catches up with the
-// real one, and everything that its hardware did meanwhile happens.
+// real one, and everything that its hardware did meanwhile happens. The hardware is present.
 #pragma once
 
 #include "platform/Ham.h"
@@ -15,7 +15,11 @@ class RealTimeHam final : public Fru::HamImpl {
    RealTimeHam( Vor::Name name, Sim::SimulatedCard::Parameters const & parameters )
       : HamImpl( std::move( name ) ), card_( clock_, parameters ) {
       kindIs( "simulated" );
+      hardwarePresentIs( true );
    }
+
+   Sim::SimulatedCard & card() { return card_; }
+   Vor::Ptr<Sim::VirtualClock> clock() const { return clock_; }
 
    void read32( U32 address, U32 & value ) override {
       catchUp();

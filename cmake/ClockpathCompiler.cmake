@@ -27,6 +27,8 @@ target_compile_options(
       # g++ 12 sees overflows in its own std::string where it inlines; there are none.
       $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-stringop-overflow -Wno-restrict
       -Wno-array-bounds>
+      # A source that is compiled as one with others is no header, but g++ takes it for one.
+      $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>
       $<$<BOOL:${PROJECT_IS_TOP_LEVEL}>:-Werror>
       # What precompiled headers and ccache need to work together.
       $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>

@@ -1,23 +1,19 @@
-#include "command/CommandLine.h"
-
-#include "command/AgentCommand.h"
+// The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
 #include "command/RegisterCommands.h"
 #include "command/SimulateCommand.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
+#include "service/Agent.h"
 #include "service/Exit.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <functional>
 #include <iostream>
 
 namespace Host {
 
 namespace {
-
-constexpr U32 highestTraceLevel = Vor::traceLevels - 1;
 
 class Words {
  public:
@@ -35,6 +31,7 @@ class Words {
       registerWords( "dump", "List the registers of a card", false, &dump );
    }
 
+   /// Does what the words ask for and gives the exit code.
    int run( int argc, char const * const * argv ) {
       if ( argc > 1 ) requireCommand( argv[1] );
       try {
@@ -42,16 +39,15 @@ class Words {
       } catch ( CLI::ParseError const & error ) {
          return app_.exit( error ) == 0 ? exitReady : exitWrongUse;
       }
-      return chosen_();
+      return result_;
    }
 
  private:
    // The parser's own words for an unknown command do not say which word it is.
    void requireCommand( std::string const & word ) const {
       if ( word.starts_with( "-" ) ) return;
-      std::vector<std::string> names;
-      for ( CLI::App const * command : app_.get_subcommands( {} ) ) names.push_back( command->get_name() );
-      std::vector<std::string_view> const known( names.begin(), names.end() );
+      std::vector<std::string_view> known;
+      for ( CLI::App const * command : app_.get_subcommands( {} ) ) known.push_back( command->get_name() );
       if ( std::find( known.begin(), known.end(), word ) != known.end() ) return;
       std::string_view const near = Input::nearestChoice( word, known );
       throw Input::InputError(
@@ -69,26 +65,22 @@ class Words {
             "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
          ->type_name( "FILE" );
       traceWords( *command, simulate_.traceLevel );
-      command->callback( [this] { chosen_ = [this] { return simulate( simulate_ ); }; } );
+      command->callback( [this] { result_ = simulate( simulate_ ); } );
    }
 
    void agentWords() {
       CLI::App * const command = app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
       command->add_option( "CARD", agentCard_, "The card description" )->required();
-      command->add_option( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" )
-         ->capture_default_str()
-         ->type_name( "N" );
-      command->add_option( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" )
-         ->capture_default_str()
-         ->type_name( "N" );
-      command
-         ->add_option(
-            "--timer-slack", agent_.timerSlackNs,
-            "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" )
-         ->capture_default_str()
-         ->type_name( "N" );
+      auto const number = [command]( char const * name, U32 & value, char const * title ) {
+         command->add_option( name, value, title )->capture_default_str()->type_name( "N" );
+      };
+      number( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" );
+      number( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" );
+      number(
+         "--timer-slack", agent_.timerSlackNs,
+         "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
       traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { chosen_ = [this] { return agent( agentCard_, agent_ ); }; } );
+      command->callback( [this] { result_ = Agent( Input::readCard( agentCard_ ), agent_ ).run(); } );
    }
 
    CLI::App * registerWords(
@@ -100,14 +92,14 @@ class Words {
          name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
          "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" );
       registers->required( wordsRequired )->expected( wordsRequired ? 1 : 0, -1 );
-      words->callback( [this, command] { chosen_ = [this, command] { return command( registers_ ); }; } );
+      words->callback( [this, command] { result_ = command( registers_ ); } );
       return words;
    }
 
    static void traceWords( CLI::App & command, std::optional<U32> & level ) {
       command.add_option( "--trace", level, "Show the library's traces up to level N" )
          ->type_name( "N" )
-         ->check( CLI::Range( 0U, highestTraceLevel ) );
+         ->check( CLI::Range( 0U, Vor::traceLevels - 1 ) );
    }
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
@@ -115,23 +107,23 @@ class Words {
    std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
-   std::function<int()> chosen_;
+   int result_ = exitWrongUse;   // of the command that the words chose
 };
 
 }   // namespace
 
-int commandLine( int argc, char const * const * argv ) {
+}   // namespace Host
+
+int main( int argc, char ** argv ) {
    try {
-      return Words().run( argc, argv );
+      return Host::Words().run( argc, argv );
    } catch ( Input::InputError const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: " << error.what() << '\n';
-      return exitWrongUse;
+      return Host::exitWrongUse;
    } catch ( std::exception const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: unexpected: " << error.what() << '\n';
-      return exitNotReady;
+      return Host::exitNotReady;
    }
 }
-
-}   // namespace Host

@@ -1,6 +1,5 @@
 #include "command/RegisterCommands.h"
 
-#include "card/Machines.h"
 #include "card/MmapHam.h"
 #include "card/SimulatedWorld.h"
 #include "input/InputError.h"
@@ -80,8 +79,24 @@ std::string addressText( RegisterPlace const & place ) {
    return place.chip ? fmt::format( "register 0x{:04x}", place.address ) : fmt::format( "0x{:08x}", place.address );
 }
 
-std::string valueText( RegisterPlace const & place, U32 value ) {
-   return place.chip ? fmt::format( "0x{:02x}", value ) : fmt::format( "0x{:08x}", value );
+// A line of the list; without a value, the text says why.
+std::vector<std::string> row( RegisterPlace const & place, std::optional<U32> value, std::string const & text ) {
+   std::string const shown = value ? fmt::format( "0x{:0{}x}", *value, place.chip ? 2 : 8 ) : "-";
+   return { place.name, addressText( place ), shown, text };
+}
+
+// Reaches the card, has the registers used and listed, and shows the list. `use` gives whether all could be done.
+int listed( Input::CardDescription const & card, std::function<bool( RegisterAccess &, Table & )> const & use ) {
+   try {
+      RegisterAccess access( card );
+      Table table( { "Register", "Address", "Value", "Fields" } );
+      bool const done = use( access, table );
+      std::cout << table.text( styleOf( STDOUT_FILENO ) );
+      return done ? exitReady : exitNotReady;
+   } catch ( CardAbsent const & error ) {
+      std::cerr << "clockpath: " << error.what() << '\n';
+      return exitNotReady;
+   }
 }
 
 struct Read {
@@ -90,19 +105,13 @@ struct Read {
 };
 
 int readAll( Input::CardDescription const & card, std::vector<Read> const & reads ) {
-   if ( std::holds_alternative<Input::SimulatedAccess>( card.access ) ) requireServedInputs( card );
-   RegisterAccess access( card );
-   Table table( { "Register", "Address", "Value", "Fields" } );
-   for ( auto const & [place, notRead] : reads ) {
-      if ( !notRead.empty() ) {
-         table.rowAdd( { place.name, addressText( place ), "-", "not read: " + notRead } );
-         continue;
+   return listed( card, [&]( RegisterAccess & access, Table & table ) {
+      for ( auto const & [place, notRead] : reads ) {
+         std::optional<U32> const value = notRead.empty() ? std::optional( access.read( place ) ) : std::nullopt;
+         table.rowAdd( row( place, value, value ? place.fieldsText( *value ) : "not read: " + notRead ) );
       }
-      U32 const value = access.read( place );
-      table.rowAdd( { place.name, addressText( place ), valueText( place, value ), place.fieldsText( value ) } );
-   }
-   std::cout << table.text( styleOf( STDOUT_FILENO ) );
-   return exitReady;
+      return true;
+   } );
 }
 
 // A write that was asked for: of a whole register, or of some of its bits.
@@ -110,31 +119,27 @@ struct Write {
    RegisterPlace place;
    std::string field;   // empty: the whole register
    std::string text;
-   std::optional<U32> number;
 
    bool keepsOtherBits() const { return !field.empty() || place.output; }
 
-   // The value to write to a register that holds `now`. Throws Input::InputError.
+   // The value to write to a register that holds `now`. Throws Input::InputError for a text or a field that the
+   // register does not take.
    U32 value( U32 now ) const {
-      if ( place.output ) return place.output->driven( now, text == "active" );
-      return field.empty() ? *number : place.withField( now, field, text );
+      if ( place.output ) {
+         if ( text != "active" && text != "inactive" )
+            throw Input::InputError( "expected \"active\" or \"inactive\", found \"" + text + "\"" );
+         return place.output->driven( now, text == "active" );
+      }
+      if ( !field.empty() ) return place.withField( now, field, text );
+      U32 const maximum = place.chip ? 0xFF : 0xFFFF'FFFF;
+      if ( auto const number = numberOf( text, maximum ) ) return *number;
+      throw Input::InputError( fmt::format( "expected a number from 0 to 0x{:x}, found \"{}\"", maximum, text ) );
    }
 };
 
 // Throws Input::InputError for a value or a field that the register does not take, and where it takes none.
-void check( RegisterBook const & book, Write & write ) {
-   if ( write.place.output ) {
-      if ( write.text != "active" && write.text != "inactive" )
-         throw Input::InputError( "expected \"active\" or \"inactive\", found \"" + write.text + "\"" );
-   } else if ( !write.field.empty() ) {
-      write.value( 0 );
-   } else {
-      U32 const maximum = write.place.chip ? 0xFF : 0xFFFF'FFFF;
-      write.number = numberOf( write.text, maximum );
-      if ( !write.number )
-         throw Input::InputError(
-            fmt::format( "expected a number from 0 to 0x{:x}, found \"{}\"", maximum, write.text ) );
-   }
+void check( RegisterBook const & book, Write const & write ) {
+   write.value( 0 );
    book.requireWritable( write.place );
    if ( write.keepsOtherBits() && !Hal::readable( write.place.access ) )
       throw Input::InputError(
@@ -170,15 +175,6 @@ bool confirmed( std::vector<Write> const & writes, std::string const & card ) {
    return answer == "y" || answer == "Y" || answer == "yes";
 }
 
-int guarded( std::function<int()> const & work ) {
-   try {
-      return work();
-   } catch ( CardAbsent const & error ) {
-      std::cerr << "clockpath: " << error.what() << '\n';
-      return exitNotReady;
-   }
-}
-
 }   // namespace
 
 int peek( RegisterOptions const & options ) {
@@ -189,7 +185,7 @@ int peek( RegisterOptions const & options ) {
       reads.push_back( { book.one( word ), "" } );
       book.requireReadable( reads.back().place );
    }
-   return guarded( [&] { return readAll( card, reads ); } );
+   return readAll( card, reads );
 }
 
 int dump( RegisterOptions const & options ) {
@@ -206,7 +202,7 @@ int dump( RegisterOptions const & options ) {
       for ( RegisterPlace const & place : book.named( word ) ) add( place, place.name == word );
    if ( options.words.empty() )
       for ( RegisterPlace const & place : book.all() ) add( place, false );
-   return guarded( [&] { return readAll( card, reads ); } );
+   return readAll( card, reads );
 }
 
 int poke( RegisterOptions const & options ) {
@@ -218,20 +214,16 @@ int poke( RegisterOptions const & options ) {
       std::cout << "Nothing was written.\n";
       return exitNotReady;
    }
-   return guarded( [&] {
-      RegisterAccess access( card );
-      Table table( { "Register", "Address", "Value", "Fields" } );
+   return listed( card, [&]( RegisterAccess & access, Table & table ) {
       bool allSent = true;
       for ( Write const & write : writes ) {
          U32 const value = write.value( write.keepsOtherBits() ? access.read( write.place ) : 0 );
          bool const sent = access.write( write.place, value );
          allSent = allSent && sent;
-         table.rowAdd(
-            { write.place.name, addressText( write.place ), valueText( write.place, value ),
-              sent ? write.place.fieldsText( value ) : "not sent: the SPI master does not take it" } );
+         std::string const fields = write.place.fieldsText( value );
+         table.rowAdd( row( write.place, value, sent ? fields : "not sent: the SPI master does not take it" ) );
       }
-      std::cout << table.text( styleOf( STDOUT_FILENO ) );
-      return allSent ? exitReady : exitNotReady;
+      return allSent;
    } );
 }
 

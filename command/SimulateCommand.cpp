@@ -34,6 +34,7 @@ Input::CardDescription cardOf( Input::JsonValue const & scenario ) {
    return Input::cardDescription( card );
 }
 
+// The event log and where it goes.
 class EventsFile {
  public:
    explicit EventsFile( std::string const & path ) : path_( path ) {
@@ -42,10 +43,11 @@ class EventsFile {
       file_.open( path, std::ios::binary | std::ios::trunc );
       if ( !file_ ) fail( std::string( ": " ) + std::strerror( errno ? errno : EIO ) );
    }
-   std::ostream & stream() { return file_.is_open() ? file_ : std::cout; }
+   Recording::EventLog & log() { return log_; }
    void finish() {
+      log_.flush();
       // What the system said is not kept once a stream has failed.
-      if ( !stream().flush() ) fail( " in full; is there room for it?" );
+      if ( !out_ ) fail( " in full; is there room for it?" );
    }
 
  private:
@@ -56,6 +58,8 @@ class EventsFile {
 
    std::string const path_;
    std::ofstream file_;
+   std::ostream & out_ = path_ == toStandardOutput ? std::cout : file_;
+   Recording::EventLog log_{ out_ };
 };
 
 }   // namespace
@@ -70,27 +74,20 @@ int simulate( SimulateOptions const & options ) {
          card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
    requireServedInputs( card );
 
-   std::optional<EventsFile> eventsFile;
-   if ( options.events ) eventsFile.emplace( *options.events );
-   bool const reported = options.events != toStandardOutput;
-
+   std::optional<EventsFile> events;
+   if ( options.events ) events.emplace( *options.events );
    SimulatedWorld world( std::move( card ), std::move( scenario ) );
-   std::optional<Recording::EventLog> log;
-   if ( eventsFile ) world.events().listenerAdd( log.emplace( eventsFile->stream() ) );
+   if ( events ) world.events().listenerAdd( events->log() );
    std::optional<Report> report;
-   if ( reported )
+   if ( options.events != toStandardOutput )
       world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );
-   U32 const levels = log ? Vor::traceLevels : options.traceLevel ? *options.traceLevel + 1 : 0;
    {
-      TracesOn const tracesOn( levels );
+      TracesOn const tracesOn( events ? Vor::traceLevels : options.traceLevel ? *options.traceLevel + 1 : 0 );
       if ( report ) report->begin( "clockpath simulate " + options.scenario );
       world.run();
       if ( report ) report->end();
    }
-   if ( log ) {
-      log->flush();
-      eventsFile->finish();
-   }
+   if ( events ) events->finish();
    return world.card().allReady() ? exitReady : exitNotReady;
 }
 

@@ -19,6 +19,9 @@
 
 namespace Recording {
 
+/// Appends the text as a JSON string, in quotes.
+void jsonStringAppend( std::string & out, std::string_view text );
+
 class EventLog final : public Sim::CardListener {
  public:
    /// The stream outlives the log. Its state tells whether all could be written.
@@ -40,7 +43,9 @@ class EventLog final : public Sim::CardListener {
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
 
  private:
-   void flushIfLarge();
+   class Line;
+
+   Line line( U64 ns, std::string_view event );
 
    std::ostream & out_;
    std::string pending_;

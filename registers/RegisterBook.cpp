@@ -23,15 +23,20 @@ std::string nameOf( Hal::RegisterDeclaration const & declaration ) {
    return name;
 }
 
-std::string outputText( Input::GpoDescription const & output, U32 value ) {
-   return fmt::format(
-      "bit {} is {}, {}", output.bit, value >> output.bit & 1, output.active( value ) ? "active" : "inactive" );
+// "a, b or c": the names of those in the list that fit.
+template<class List, class Fits> std::string choices( List const & list, Fits const & fits ) {
+   std::vector<std::string_view> names;
+   for ( auto const & one : list )
+      if ( fits( one ) ) names.push_back( one.name );
+   return Input::choicesText( names );
 }
 
 }   // namespace
 
 std::string RegisterPlace::fieldsText( U32 value ) const {
-   if ( output ) return outputText( *output, value );
+   if ( output )
+      return fmt::format(
+         "bit {} is {}, {}", output->bit, value >> output->bit & 1, output->active( value ) ? "active" : "inactive" );
    std::string text;
    if ( declaration )
       for ( Hal::FieldDeclaration const & field : declaration->fields ) {
@@ -45,24 +50,21 @@ std::string RegisterPlace::fieldsText( U32 value ) const {
 }
 
 U32 RegisterPlace::withField( U32 value, std::string const & field, std::string const & text ) const {
-   std::vector<std::string_view> names;
-   std::vector<std::string_view> writable;
-   Hal::FieldDeclaration const * found = nullptr;
-   for ( Hal::FieldDeclaration const & one : declaration->fields ) {
-      names.push_back( one.name );
-      if ( Hal::writable( one.access ) ) writable.push_back( one.name );
-      if ( one.name == field ) found = &one;
-   }
-   if ( !found )
-      throw Input::InputError( "there is no field \"" + field + "\"; expected " + Input::choicesText( names ) );
+   auto const fields = declaration->fields;
+   auto const found =
+      std::find_if( fields.begin(), fields.end(), [&]( auto const & one ) { return one.name == field; } );
+   if ( found == fields.end() )
+      throw Input::InputError(
+         "there is no field \"" + field + "\"; expected " + Input::choicesText( Input::namesOf( fields ) ) );
    // Setters drop what does not fit silently; a user is told.
    auto const wanted = numberOf( text == "true" ? "1" : text == "false" ? "0" : text, found->maximum() );
    if ( !wanted )
       throw Input::InputError( fmt::format(
          "the field \"{}\": expected a number from 0 to {}, found \"{}\"", field, found->maximum(), text ) );
-   if ( !Hal::writable( found->access ) )
+   auto const writable = []( auto const & one ) { return Hal::writable( one.access ); };
+   if ( !writable( *found ) )
       throw Input::InputError(
-         "the field \"" + field + "\" can only be read; expected " + Input::choicesText( writable ) );
+         "the field \"" + field + "\" can only be read; expected " + choices( fields, writable ) );
    Hal::Reg32 reg( value );
    reg.bitsIs( found->range, *wanted );
    return reg.value();
@@ -73,7 +75,7 @@ RegisterBook::RegisterBook( Input::CardDescription const & card ) : card_( card 
       add( chip.name, chip.offset, Hardware::tolvaneBlock, nullptr );
    for ( Input::Max24305Description const & chip : card_.max24305s ) {
       add( chip.name, chip.configOffset, Hardware::spiMasterBlock, nullptr );
-      if ( !chip.spiResetSupported ) all_.back().access = Hal::readOnly_;   // the reset, which reads 0
+      if ( !chip.spiResetSupported ) all_[all_.size() - 1].access = Hal::readOnly_;   // the reset, which reads 0
       add( chip.name, chip.statusOffset, Hardware::frequencyBlock, nullptr );
       add( chip.name, 0, Hardware::max24305Block, &chip );
    }
@@ -104,36 +106,27 @@ RegisterPlace RegisterBook::one( std::string const & word, std::string * field )
    if ( auto const address = numberOf( word ) ) return ofNumber( word, *address );
    if ( auto const colon = word.find( ':' ); colon != std::string::npos )
       return ofChip( word, word.substr( 0, colon ), word.substr( colon + 1 ) );
-   auto const find = [&]( std::string_view name ) {
-      return std::find_if( all_.begin(), all_.end(), [&]( RegisterPlace const & p ) { return p.name == name; } );
-   };
-   auto found = find( word );
-   if ( found == all_.end() && field ) {
-      if ( auto const dot = word.rfind( '.' ); dot != std::string::npos ) {
-         found = find( word.substr( 0, dot ) );
-         if ( found != all_.end() && found->declaration ) *field = word.substr( dot + 1 );
+   if ( RegisterPlace const * const place = all_.find( word ) ) return *place;
+   if ( auto const dot = word.rfind( '.' ); field && dot != std::string::npos ) {
+      RegisterPlace const * const place = all_.find( word.substr( 0, dot ) );
+      if ( place && place->declaration ) {
+         *field = word.substr( dot + 1 );
+         return *place;
       }
    }
-   if ( found != all_.end() ) return *found;
    std::vector<std::string_view> const names = Input::namesOf( all_ );
    std::string_view const near = Input::nearestChoice( word, names );
    fail(
-      word, ( near.empty() ? "" : "did you mean \"" + std::string( near ) + "\"? Expected " ) +
+      word, ( near.empty() ? "expected " : "did you mean \"" + std::string( near ) + "\"? Expected " ) +
                Input::choicesText( names ) + ", an address such as 0x2000, or a chip's register such as \"CHIP:7\"" );
 }
 
 RegisterPlace RegisterBook::ofNumber( std::string const & word, U32 address ) const {
    constexpr U32 wordSize = 4;
-   if ( address % wordSize != 0 ) fail( word, "an address that is a multiple of 4" );
+   if ( address % wordSize != 0 ) fail( word, "expected an address that is a multiple of 4" );
    auto const * mmap = std::get_if<Input::MmapAccess>( &card_.access );
-   if ( mmap && address >= mmap->size ) fail( word, fmt::format( "an address below 0x{:x}", mmap->size ) );
-   for ( RegisterPlace const & place : all_ ) {
-      if ( place.chip || place.output || place.address != address ) continue;
-      RegisterPlace result = place;
-      result.name = word;
-      return result;
-   }
-   return { .name = word, .address = address };
+   if ( mmap && address >= mmap->size ) fail( word, fmt::format( "expected an address below 0x{:x}", mmap->size ) );
+   return at( word, nullptr, address );
 }
 
 RegisterPlace
@@ -141,43 +134,39 @@ RegisterBook::ofChip( std::string const & word, std::string const & chip, std::s
    Input::Max24305Description const * const max24305 = card_.max24305( chip );
    if ( !max24305 )
       fail(
-         word, "a MAX24305 of the card before the colon: " + Input::choicesText( Input::namesOf( card_.max24305s ) ) );
+         word, "expected a MAX24305 of the card before the colon: " +
+                  Input::choicesText( Input::namesOf( card_.max24305s ) ) );
    auto const address = numberOf( number, 0xFFFF );
-   if ( !address ) fail( word, "a register from 0 to 0xffff behind the colon" );
-   for ( RegisterPlace const & place : all_ ) {
-      if ( place.chip != max24305 || place.address != *address ) continue;
-      RegisterPlace result = place;
-      result.name = word;
-      return result;
-   }
-   return { .name = word, .chip = max24305, .address = *address };
+   if ( !address ) fail( word, "expected a register from 0 to 0xffff behind the colon" );
+   return at( word, max24305, *address );
+}
+
+RegisterPlace RegisterBook::at( std::string const & word, Input::Max24305Description const * chip, U32 address ) const {
+   RegisterPlace place{ .name = word, .chip = chip, .address = address };
+   for ( RegisterPlace const & known : all_ )
+      if ( known.declaration && known.chip == chip && known.address == address ) place = known;
+   place.name = word;
+   return place;
 }
 
 void RegisterBook::requireReadable( RegisterPlace const & place ) const {
-   if ( Hal::readable( place.access ) ) return;
-   throw Input::InputError(
-      "\"" + place.name + "\" can only be written: a read of it says nothing; expected a register that can be read: " +
-      choices( &Hal::readable ) );
+   require( place, Hal::readable, "can only be written: a read of it says nothing", "read" );
 }
 
 void RegisterBook::requireWritable( RegisterPlace const & place ) const {
-   if ( Hal::writable( place.access ) ) return;
-   throw Input::InputError(
-      "\"" + place.name +
-      "\" can only be read: it ignores writes; expected a register that can be written: " + choices( &Hal::writable ) );
+   require( place, Hal::writable, "can only be read: it ignores writes", "written" );
 }
 
-std::string RegisterBook::choices( bool ( *fits )( Hal::Access ) ) const {
-   std::vector<std::string_view> names;
-   for ( RegisterPlace const & place : all_ )
-      if ( fits( place.access ) ) names.push_back( place.name );
-   return Input::choicesText( names );
+void RegisterBook::require(
+   RegisterPlace const & place, bool ( *fits )( Hal::Access ), char const * trouble, char const * use ) const {
+   if ( fits( place.access ) ) return;
+   throw Input::InputError( fmt::format(
+      "\"{}\" {}; expected a register that can be {}: {}", place.name, trouble, use,
+      choices( all_, [&]( RegisterPlace const & one ) { return fits( one.access ); } ) ) );
 }
 
-void RegisterBook::fail( std::string const & word, std::string const & expected ) const {
-   throw Input::InputError(
-      "\"" + word + "\" is no register of " + card_.file + "; " + ( expected.starts_with( "did" ) ? "" : "expected " ) +
-      expected );
+void RegisterBook::fail( std::string const & word, std::string const & why ) const {
+   throw Input::InputError( "\"" + word + "\" is no register of " + card_.file + "; " + why );
 }
 
 std::optional<U32> numberOf( std::string_view text, U32 maximum ) {

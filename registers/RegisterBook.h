@@ -41,7 +41,7 @@ class RegisterBook {
    explicit RegisterBook( Input::CardDescription const & card );
 
    /// Every register that has a name, chip by chip, then the outputs.
-   std::vector<RegisterPlace> const & all() const { return all_; }
+   Input::NamedList<RegisterPlace> const & all() const { return all_; }
 
    /// The registers of one name: one register, or all of a chip. Throws Input::InputError for a name or an address that
    /// the card has not.
@@ -56,13 +56,15 @@ class RegisterBook {
 
  private:
    void add( std::string const & owner, U32 base, Hal::Registers block, Input::Max24305Description const * chip );
-   std::string choices( bool ( *fits )( Hal::Access ) ) const;
    RegisterPlace ofNumber( std::string const & word, U32 address ) const;
    RegisterPlace ofChip( std::string const & word, std::string const & chip, std::string const & number ) const;
-   [[noreturn]] void fail( std::string const & word, std::string const & expected ) const;
+   RegisterPlace at( std::string const & word, Input::Max24305Description const * chip, U32 address ) const;
+   void
+   require( RegisterPlace const & place, bool ( *fits )( Hal::Access ), char const * trouble, char const * use ) const;
+   [[noreturn]] void fail( std::string const & word, std::string const & why ) const;
 
    Input::CardDescription const & card_;
-   std::vector<RegisterPlace> all_;
+   Input::NamedList<RegisterPlace> all_;
 };
 
 /// The number of a text, decimal or with 0x; nothing for any other text or above `maximum`.

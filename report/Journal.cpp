@@ -1,97 +1,69 @@
 #include "report/Journal.h"
 
+#include "framework/Log.h"
+#include "framework/Trace.h"
 #include "report/ReportText.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <iostream>
+#include <ostream>
 
 namespace Host {
 
-namespace {
-
 constexpr char eraseLine[] = "\r\033[K";
 
-class PresenceLine final : public Vor::EntityObserver {
- public:
-   PresenceLine( Vor::Ptr<Fru::HamImpl const> const & ham, Journal const & journal ) : journal_( journal ) {
-      vorAttach( ham );
-   }
-   void onAttribute( Vor::Entity const & entity, Vor::Attribute const & attribute, Vor::Value const & ) override {
-      if ( attribute.name != "hardwarePresent" ) return;
-      bool const present = static_cast<Fru::HamImpl const &>( entity ).hardwarePresent();
-      journal_.line(
-         "", present ? journal_.style().good( "hardware present" ) : journal_.style().bad( "hardware absent" ) );
-   }
+Journal::Journal( std::ostream & out, Style style, bool onTerminal, Card const & card, std::optional<U32> traceLevel )
+   : out_( out ),
+     style_( style ),
+     onTerminal_( onTerminal ),
+     card_( card ),
+     traceLevel_( traceLevel ),
+     tracesOn_( traceLevel ? *traceLevel + 1 : 0 ) {
+   vorAttach( card.hamImpl() );
+}
 
- private:
-   Journal const & journal_;
-};
-
-class TraceLine final : public Vor::TraceSink {
- public:
-   TraceLine( Journal const & journal, std::optional<U32> level ) : journal_( journal ), level_( level ) {}
-   void trace( Vor::TraceRecord const & record ) override {
-      if ( level_ && record.level <= *level_ )
-         journal_.line(
-            "", journal_.style().quiet( fmt::format(
-                   "trace {} {} {}: {}", record.level, record.source, record.function, printable( record.text ) ) ) );
-   }
-
- private:
-   Journal const & journal_;
-   std::optional<U32> const level_;
-};
-
-class LogLine final : public Vor::LogSink {
- public:
-   explicit LogLine( Journal const & journal ) : journal_( journal ) {}
-   void log( Vor::LogRecord const & record ) override {
-      journal_.line(
-         "", fmt::format(
-                "{}: {} {} {}", journal_.style().bad( record.id ), record.event.stdString(), record.cause.stdString(),
-                record.recommendedAction.stdString() ) );
-   }
-
- private:
-   Journal const & journal_;
-};
-
-}   // namespace
+void Journal::begin() const { out_ << cardText( card_.description(), style_ ) << std::endl; }
 
 void Journal::line( std::string_view chip, std::string const & text ) const {
    auto const now = std::chrono::system_clock::now();
    auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   std::cout << ( onTerminal_ ? eraseLine : "" )
-             << style_.quiet( fmt::format(
-                   "{:%Y-%m-%d %H:%M:%S}.{:03}", fmt::localtime( std::chrono::system_clock::to_time_t( now ) ), ms ) )
-             << "  " << padded( chip, 8 ) << "  " << text << std::endl;
+   out_ << ( onTerminal_ ? eraseLine : "" )
+        << style_.quiet( fmt::format(
+              "{:%Y-%m-%d %H:%M:%S}.{:03}", fmt::localtime( std::chrono::system_clock::to_time_t( now ) ), ms ) )
+        << "  " << padded( chip, 8 ) << "  " << text << std::endl;
 }
 
-void Journal::progressIs( std::string const & text ) const {
-   if ( onTerminal_ ) std::cout << eraseLine << style_.quiet( text ) << std::flush;
+void Journal::onTrace( U64, Vor::TraceRecord const & record ) {
+   if ( !traceLevel_ || record.level > *traceLevel_ ) return;
+   line(
+      "", style_.quiet( fmt::format(
+             "trace {} {} {}: {}", record.level, record.source, record.function, printable( record.text ) ) ) );
 }
 
-JournalWatch::JournalWatch( Card const & card, Journal const & journal, std::optional<U32> traceLevel )
-   : card_( card ),
-     journal_( journal ),
-     tracesOn_( traceLevel ? *traceLevel + 1 : 0 ),
-     presence_( new PresenceLine( card.hamImpl(), journal_ ) ),
-     outerTraceSink_( Vor::traceSinkIs( new TraceLine( journal_, traceLevel ) ) ),
-     outerLogSink_( Vor::logSinkIs( new LogLine( journal_ ) ) ) {}
-
-JournalWatch::~JournalWatch() {
-   Vor::traceSinkIs( outerTraceSink_ );
-   Vor::logSinkIs( outerLogSink_ );
+void Journal::onLog( U64, std::string_view id ) {
+   for ( Vor::LogHandle const * handle : Vor::logHandles() )
+      if ( handle->id() == Vor::String( id ) )
+         line(
+            "", fmt::format(
+                   "{}: {} {} {}", style_.bad( id ), handle->event().stdString(), handle->cause().stdString(),
+                   handle->recommendedAction().stdString() ) );
 }
 
-void JournalWatch::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
+void Journal::onUnclaimed( U64, U32 address, Sim::AccessDirection direction ) {
+   line( "", style_.bad( "warning" ) + ": " + Sim::unclaimedText( address, direction ) );
+}
+
+void Journal::onAttribute( Vor::Entity const &, Vor::Attribute const & attribute, Vor::Value const & ) {
+   if ( attribute.name != "hardwarePresent" ) return;
+   line( "", card_.hamImpl()->hardwarePresent() ? style_.good( "hardware present" ) : style_.bad( "hardware absent" ) );
+}
+
+void Journal::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
    using namespace Hardware::Steps;
    std::string const & chip = config.name().string().stdString();
    if ( std::holds_alternative<AttemptBegun>( step ) ) {
-      journal_.line( chip, "reset pulse" );
+      line( chip, "reset pulse" );
    } else if ( auto const * done = std::get_if<OperationDone>( &step ) ) {
       progressIs( chip, *done );
    } else if ( auto const * tolvane = std::get_if<TolvanePublished>( &step ) ) {
@@ -103,19 +75,21 @@ void JournalWatch::onStep( Vor::Entity const & config, Hardware::Step const & st
 }
 
 // A step tells the states of both records of a chip, of which one has changed.
-void JournalWatch::stateIs( std::string const & name, std::string const & label, Vor::String const & state ) {
+void Journal::stateIs( std::string const & name, std::string const & label, Vor::String const & state ) {
    Vor::String & told = states_.try_emplace( label + name, label.empty() ? "uninitialized" : "notReady" ).first->second;
    if ( told == state ) return;
    told = state;
-   journal_.line( name, label + stateText( state.stdString(), journal_.style() ) );
+   line( name, label + stateText( state.stdString(), style_ ) );
 }
 
-void JournalWatch::progressIs( std::string const & chip, Hardware::Steps::OperationDone const & done ) {
+// On a terminal, until the next line.
+void Journal::progressIs( std::string const & chip, Hardware::Steps::OperationDone const & done ) {
    constexpr std::chrono::milliseconds showPeriod( 50 );
    auto const now = std::chrono::steady_clock::now();
-   if ( now - progressShown_ < showPeriod ) return;
+   if ( !onTerminal_ || now - progressShown_ < showPeriod ) return;
    progressShown_ = now;
-   journal_.progressIs( fmt::format( "{}: {} of {} operations", chip, done.place, done.of ) );
+   std::string const text = fmt::format( "{}: {} of {} operations", chip, done.place, done.of );
+   out_ << eraseLine << style_.quiet( text ) << std::flush;
 }
 
 }   // namespace Host

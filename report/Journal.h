@@ -1,20 +1,21 @@
-// What the agent tells people: a line with the time of day for every change of state, and on a terminal a transient
-// line with the progress of the bring-up under way.
+// What the agent tells people: a line with the time of day for every change of state, for the card as it comes and
+// goes, for logged messages, warnings and traces; on a terminal also a transient line with the progress of the bring-up
+// under way.
 //
-//    Journal const journal( styleOf( STDOUT_FILENO ), isatty( STDOUT_FILENO ) );
-//    journal.line( "ptp0", "ready" );                                     // 2026-11-21 01:38:13.436  ptp0  ready
-//    JournalWatch const watch( card, journal, traceLevel );               // as long as it lives, all changes are told
+//    Vor::Ptr<Journal> const journal = new Journal( std::cout, styleOf( STDOUT_FILENO ), onTerminal, card, {} );
+//    events.listenerAdd( *journal );
+//    journal->line( "ptp0", "ready" );                                    // 2026-11-21 01:38:13.436  ptp0  ready
 #pragma once
 
 #include "card/Card.h"
 #include "card/StepListener.h"
 #include "framework/Entity.h"
-#include "framework/Log.h"
-#include "framework/Trace.h"
 #include "report/Style.h"
 #include "report/TracesOn.h"
+#include "sim/CardListener.h"
 
 #include <chrono>
+#include <iosfwd>
 #include <map>
 #include <optional>
 #include <string>
@@ -22,43 +23,32 @@
 
 namespace Host {
 
-class Journal {
+class Journal final : public Vor::EntityObserver, public Sim::CardListener, private StepListener {
  public:
-   Journal( Style style, bool onTerminal ) : style_( style ), onTerminal_( onTerminal ) {}
+   /// Shows traces up to `traceLevel`, none without. Stream and card outlive the journal.
+   Journal( std::ostream & out, Style style, bool onTerminal, Card const & card, std::optional<U32> traceLevel );
 
-   Style const & style() const { return style_; }
-   bool onTerminal() const { return onTerminal_; }
-
+   void begin() const;
    void line( std::string_view chip, std::string const & text ) const;
 
-   /// Shows the text until the next line; on a terminal only.
-   void progressIs( std::string const & text ) const;
+   void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
+   void onLog( U64 ns, std::string_view id ) override;
+   void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
 
  private:
-   Style const style_;
-   bool const onTerminal_;
-};
-
-/// Tells the journal of the machines' steps, of the card's presence, of logged messages, and of traces up to a level.
-class JournalWatch final : private StepListener {
- public:
-   /// Card and journal outlive the watch. One may live at a time.
-   JournalWatch( Card const & card, Journal const & journal, std::optional<U32> traceLevel );
-   ~JournalWatch();
-
- private:
+   void onAttribute( Vor::Entity const & entity, Vor::Attribute const & attribute, Vor::Value const & value ) override;
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
    void stateIs( std::string const & name, std::string const & label, Vor::String const & state );
    void progressIs( std::string const & chip, Hardware::Steps::OperationDone const & done );
 
+   std::ostream & out_;
+   Style const style_;
+   bool const onTerminal_;
    Card const & card_;
-   Journal const & journal_;
+   std::optional<U32> const traceLevel_;
    TracesOn const tracesOn_;
    std::map<std::string, Vor::String> states_;   // as last told, by label and name
    std::chrono::steady_clock::time_point progressShown_;
-   Vor::Ptr<Vor::EntityObserver> presence_;
-   Vor::Ptr<Vor::TraceSink> outerTraceSink_;
-   Vor::Ptr<Vor::LogSink> outerLogSink_;
 };
 
 }   // namespace Host

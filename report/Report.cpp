@@ -13,22 +13,171 @@ namespace Host {
 
 using namespace Hardware;
 
+// What is known of one chip, and how its steps are told.
+struct Report::Chip {
+   // When the steps of an attempt were over, as far as it came.
+   struct Times {
+      std::optional<U64> begunNs;
+      std::optional<U64> pulsedNs;
+      std::optional<U64> cleanNs;
+      std::optional<U64> programmedNs;
+      std::optional<U64> endNs;   // ready or failed
+   };
+
+   Report & report;
+   std::string name;
+   bool isTolvane = false;
+   std::size_t operations = 0;   // of its sequence
+   std::string gate = {};        // as last shown
+   std::string state = "uninitialized";
+   std::string clock = "notReady";
+   U32 attempts = 0;    // of the present bring-up
+   U32 operation = 0;   // the last one of the present attempt
+   Steps::LockPolled poll = {};
+   U64 pollNs = 0;
+   bool pollShown = true;
+   std::optional<U32> frequencyInHz = {};
+   Times steps = {};   // of the last attempt
+
+   U64 nowNs() const { return report.world_.nowNs(); }
+   void line( std::string const & what, std::string const & details ) const {
+      report.line( nowNs(), name, what, details );
+   }
+
+   void told( Steps::GateEvaluated const & evaluated ) {
+      std::string text;
+      for ( GateRow const & row : evaluated.rows ) {
+         std::string const value = ( row.condition + " " + row.value ).stdString();
+         text += ( text.empty() ? "" : ", " ) + ( row.met ? value : report.style_.bad( value ) );
+      }
+      if ( std::exchange( gate, text ) == text ) return;
+      line( allMet( evaluated.rows ) ? report.style_.good( "gate open" ) : report.style_.bad( "gate closed" ), text );
+   }
+
+   void told( Steps::AttemptBegun const & attempt ) {
+      attempts = attempt.number;
+      operation = 0;
+      steps = {};
+      steps.begunNs = nowNs();
+      line( fmt::format( "attempt {}", attempt.number ), "reset pulse" );
+   }
+
+   void told( Steps::ResetPulsed const & ) { steps.pulsedNs = nowNs(); }
+   void told( Steps::CleanedUp const & ) { steps.cleanNs = nowNs(); }
+   void told( Steps::OperationDone const & done ) { operation = done.place; }
+   void told( Steps::EnableDone const & ) {}
+
+   void told( Steps::AttemptFailed const & failed ) {
+      steps.endNs = nowNs();
+      line( report.style_.bad( "failed" ), failureText( failed ) );
+   }
+
+   void told( Steps::ProgrammingEnded const & ended ) {
+      if ( !ended.succeeded || isTolvane ) return;
+      steps.programmedNs = nowNs();
+      poll = {};
+      pollShown = true;
+      std::string const took = secondsText( nowNs() - steps.cleanNs.value_or( nowNs() ) );
+      line( "programming", fmt::format( "{}/{} operations in {} s", operation, operations, took ) );
+   }
+
+   void told( Steps::LockPolled const & polled ) {
+      bool const news = polled.number == 1 || polled.status != poll.status;
+      poll = polled;
+      pollNs = nowNs();
+      pollShown = false;
+      if ( news ) pollShow( nowNs() );
+   }
+
+   void told( Steps::FrequencyRead const & read ) { frequencyInHz = read.frequencyInHz; }
+
+   void told( Steps::Published const & published ) {
+      bool const wasLocking = state == "locking";
+      clock = stringValue( published.clock ).stdString();
+      std::string const now = stringValue( published.state ).stdString();
+      if ( std::exchange( state, now ) == now ) return;
+      std::string details;
+      switch ( published.state ) {
+      case Max24305::ready_:
+         steps.endNs = nowNs();
+         details = fmt::format(
+            "after {} {}, output {}", poll.number, poll.number == 1 ? "poll" : "polls",
+            frequencyText( frequencyInHz ) );
+         break;
+      case Max24305::failed_:
+         if ( !wasLocking ) return;   // the attempt has told of itself
+         steps.endNs = nowNs();
+         details = fmt::format( "no lock after {} polls", poll.number );
+         break;
+      case Max24305::uninitialized_:
+         attempts = 0;
+         break;
+      default:
+         break;
+      }
+      if ( wasLocking ) pollShow( nowNs() );
+      line( stateText( state, report.style_ ), details );
+   }
+
+   void told( Steps::TolvanePublished const & published ) {
+      state = stringValue( published.state ).stdString();
+      if ( published.state == Tolvane::ready_ ) {
+         steps.endNs = nowNs();
+         std::string const took = secondsText( nowNs() - steps.begunNs.value_or( nowNs() ) );
+         line( report.style_.good( state ), took + " s after its reset" );
+      } else if ( published.state == Tolvane::uninitialized_ ) {
+         attempts = 0;
+         line( report.style_.busy( state ), "" );
+      }
+   }
+
+   void pollShow( U64 ns ) {
+      if ( std::exchange( pollShown, true ) ) return;
+      report.line( ns, name, fmt::format( "lock poll {}", poll.number ), apllText( ApllStatus( poll.status ) ) );
+   }
+
+   std::vector<std::string> stateRow() const {
+      std::string const tries = std::to_string( attempts );
+      if ( isTolvane ) return { name, "Tolvane", stateText( state, report.style_ ), "", tries };
+      return {
+         name,
+         "MAX24305",
+         stateText( state, report.style_ ),
+         stateText( clock, report.style_ ),
+         tries,
+         fmt::format( "{}/{}", operation, operations ),
+         std::to_string( poll.number ),
+         state == "ready" ? frequencyText( frequencyInHz ) : "" };
+   }
+
+   // Of the last attempt, which is the successful one where the chip is ready. What was cut short has no time.
+   std::vector<std::string> stepsRow() const {
+      using Time = std::optional<U64>;
+      auto const span = []( Time from, Time to ) { return from && to ? secondsText( *to - *from ) : "-"; };
+      auto const & [begun, pulsed, clean, programmed, end] = steps;
+      std::string const pulse = span( begun, pulsed );
+      std::string const total = span( begun, end );
+      if ( isTolvane ) return { name, pulse, "", span( pulsed, end ), "", total };
+      return {
+         name, pulse, span( pulsed, clean ), span( clean, programmed ? programmed : end ), span( programmed, end ),
+         total };
+   }
+};
+
 Report::Report( std::ostream & out, Style style, SimulatedWorld & world, std::optional<U32> traceLevel )
    : out_( out ), style_( style ), world_( world ), traceLevel_( traceLevel ) {
    Input::CardDescription const & card = world_.card().description();
-   for ( Input::TolvaneDescription const & chip : card.tolvanes ) {
-      tracks_.emplace_back().name = chip.name;
-      tracks_.back().isTolvane = true;
-   }
-   for ( Input::Max24305Description const & chip : card.max24305s ) {
-      tracks_.emplace_back().name = chip.name;
-      tracks_.back().operations = chip.sequence.size();
-   }
-   for ( Track & track : tracks_ ) {
-      trackOf_[track.name] = &track;
-      chipWidth_ = std::max( chipWidth_, track.name.size() );
+   for ( Input::TolvaneDescription const & chip : card.tolvanes )
+      chips_.push_back( { .report = *this, .name = chip.name, .isTolvane = true } );
+   for ( Input::Max24305Description const & chip : card.max24305s )
+      chips_.push_back( { .report = *this, .name = chip.name, .operations = chip.sequence.size() } );
+   for ( Chip & chip : chips_ ) {
+      chipOf_[chip.name] = &chip;
+      chipWidth_ = std::max( chipWidth_, chip.name.size() );
    }
 }
+
+Report::~Report() = default;
 
 void Report::begin( std::string const & title ) {
    started_ = std::chrono::steady_clock::now();
@@ -40,9 +189,14 @@ void Report::begin( std::string const & title ) {
 
 void Report::end() {
    std::chrono::duration<double> const took = std::chrono::steady_clock::now() - started_;
-   for ( Track & track : tracks_ )
-      if ( track.state == "locking" ) pollsShow( track, track.pollNs );
-   out_ << '\n' << statesText() << '\n' << stepsText() << '\n';
+   Table states( { "Chip", "Kind", "State", "Clock", "Attempts", "Operations", "Polls", "Output" } );
+   Table steps( { "Seconds", "Reset pulse", "SPI clean-up", "Operations", "Lock", "Total" } );
+   for ( Chip & chip : chips_ ) {
+      if ( chip.state == "locking" ) chip.pollShow( chip.pollNs );
+      states.rowAdd( chip.stateRow() );
+      steps.rowAdd( chip.stepsRow() );
+   }
+   out_ << '\n' << states.text( style_ ) << '\n' << steps.text( style_ ) << '\n';
    bool const ready = world_.card().allReady();
    out_ << fmt::format(
       "{} {} s of virtual time, simulated in {:.3f} s\n",
@@ -52,107 +206,8 @@ void Report::end() {
 }
 
 void Report::onStep( Vor::Entity const & config, Step const & step ) {
-   auto const track = trackOf_.find( config.name().string() );
-   if ( track != trackOf_.end() )
-      std::visit( [&]( auto const & one ) { told( *track->second, world_.nowNs(), one ); }, step );
-}
-
-void Report::told( Track & track, U64 ns, Steps::GateEvaluated const & gate ) {
-   std::string text;
-   for ( GateRow const & row : gate.rows ) {
-      std::string const value = ( row.condition + " " + row.value ).stdString();
-      text += ( text.empty() ? "" : ", " ) + ( row.met ? value : style_.bad( value ) );
-   }
-   if ( text == track.gate ) return;
-   track.gate = text;
-   line( ns, track.name, allMet( gate.rows ) ? style_.good( "gate open" ) : style_.bad( "gate closed" ), text );
-}
-
-void Report::told( Track & track, U64 ns, Steps::AttemptBegun const & attempt ) {
-   track.attempts = attempt.number;
-   track.operation = 0;
-   track.steps = {};
-   track.steps.begunNs = ns;
-   line( ns, track.name, fmt::format( "attempt {}", attempt.number ), "reset pulse" );
-}
-
-void Report::told( Track & track, U64 ns, Steps::ResetPulsed const & ) { track.steps.pulsedNs = ns; }
-
-void Report::told( Track & track, U64 ns, Steps::CleanedUp const & ) { track.steps.cleanNs = ns; }
-
-void Report::told( Track & track, U64, Steps::OperationDone const & done ) { track.operation = done.place; }
-
-void Report::told( Track & track, U64 ns, Steps::AttemptFailed const & failed ) {
-   track.steps.endNs = ns;
-   line( ns, track.name, style_.bad( "failed" ), failureText( failed ) );
-}
-
-void Report::told( Track & track, U64 ns, Steps::ProgrammingEnded const & ended ) {
-   if ( !ended.succeeded || track.isTolvane ) return;
-   track.steps.programmedNs = ns;
-   track.polls = 0;
-   line(
-      ns, track.name, "programming",
-      fmt::format(
-         "{}/{} operations in {} s", track.operation, track.operations,
-         secondsText( ns - track.steps.cleanNs.value_or( ns ) ) ) );
-}
-
-void Report::told( Track & track, U64 ns, Steps::LockPolled const & poll ) {
-   track.polls = poll.number;
-   track.pollNs = ns;
-   bool const news = poll.number == 1 || poll.status != track.pollStatus;
-   track.pollStatus = poll.status;
-   if ( poll.number == 1 ) track.pollShown = 0;
-   if ( news ) pollsShow( track, ns );
-}
-
-void Report::told( Track & track, U64, Steps::FrequencyRead const & read ) { track.frequencyInHz = read.frequencyInHz; }
-
-void Report::told( Track & track, U64 ns, Steps::Published const & published ) {
-   bool const wasLocking = track.state == "locking";
-   track.clock = stringValue( published.clock ).stdString();
-   std::string const state = stringValue( published.state ).stdString();
-   if ( std::exchange( track.state, state ) == state ) return;
-   switch ( published.state ) {
-   case Max24305::ready_:
-      track.steps.endNs = ns;
-      line(
-         ns, track.name, style_.good( state ),
-         fmt::format(
-            "after {} {}, output {}", track.polls, track.polls == 1 ? "poll" : "polls",
-            frequencyText( track.frequencyInHz ) ) );
-      break;
-   case Max24305::failed_:
-      if ( !wasLocking ) break;   // the attempt has told of itself
-      track.steps.endNs = ns;
-      pollsShow( track, ns );
-      line( ns, track.name, style_.bad( state ), fmt::format( "no lock after {} polls", track.polls ) );
-      break;
-   default:
-      if ( wasLocking ) pollsShow( track, ns );
-      line( ns, track.name, style_.busy( state ), "" );
-      if ( published.state == Max24305::uninitialized_ ) track.attempts = 0;
-   }
-}
-
-void Report::told( Track & track, U64 ns, Steps::TolvanePublished const & published ) {
-   track.state = stringValue( published.state ).stdString();
-   if ( published.state == Tolvane::ready_ ) {
-      track.steps.endNs = ns;
-      line(
-         ns, track.name, style_.good( track.state ),
-         fmt::format( "{} s after its reset", secondsText( ns - track.steps.begunNs.value_or( ns ) ) ) );
-   } else if ( published.state == Tolvane::uninitialized_ ) {
-      track.attempts = 0;
-      line( ns, track.name, style_.busy( track.state ), "" );
-   }
-}
-
-void Report::pollsShow( Track & track, U64 ns ) {
-   if ( track.polls <= track.pollShown ) return;
-   track.pollShown = track.polls;
-   line( ns, track.name, fmt::format( "lock poll {}", track.polls ), apllText( ApllStatus( track.pollStatus ) ) );
+   auto const chip = chipOf_.find( config.name().string() );
+   if ( chip != chipOf_.end() ) std::visit( [&]( auto const & one ) { chip->second->told( one ); }, step );
 }
 
 void Report::onTrace( U64 ns, Vor::TraceRecord const & record ) {
@@ -190,39 +245,6 @@ void Report::line( U64 ns, std::string_view chip, std::string const & what, std:
       "{:>14}  {}  {}  {}", secondsText( ns ), padded( chip, chipWidth_ ), padded( what, whatWidth ), details );
    text.erase( text.find_last_not_of( ' ' ) + 1 );
    out_ << text << '\n';
-}
-
-std::string Report::statesText() const {
-   Table table( { "Chip", "Kind", "State", "Clock", "Attempts", "Operations", "Polls", "Output" } );
-   for ( Track const & track : tracks_ ) {
-      bool const isTolvane = track.isTolvane;
-      table.rowAdd(
-         { track.name, isTolvane ? "Tolvane" : "MAX24305", stateText( track.state, style_ ),
-           isTolvane ? "" : stateText( track.clock, style_ ), std::to_string( track.attempts ),
-           isTolvane ? "" : fmt::format( "{}/{}", track.operation, track.operations ),
-           isTolvane ? "" : std::to_string( track.polls ),
-           track.state == "ready" && !isTolvane ? frequencyText( track.frequencyInHz ) : "" } );
-   }
-   return table.text( style_ );
-}
-
-// Of each chip's last attempt, which is the successful one where the chip is ready. What was cut short has no time.
-std::string Report::stepsText() const {
-   Table table( { "Seconds", "Reset pulse", "SPI clean-up", "Operations", "Lock", "Total" } );
-   using Time = std::optional<U64>;
-   auto const span = []( Time from, Time to ) { return from && to ? secondsText( *to - *from ) : std::string( "-" ); };
-   for ( Track const & track : tracks_ ) {
-      auto const & [begun, pulsed, clean, programmed, end] = track.steps;
-      std::string const pulse = span( begun, pulsed );
-      std::string const total = span( begun, end );
-      if ( track.isTolvane )
-         table.rowAdd( { track.name, pulse, "", span( pulsed, end ), "", total } );
-      else
-         table.rowAdd(
-            { track.name, pulse, span( pulsed, clean ), span( clean, programmed ? programmed : end ),
-              span( programmed, end ), total } );
-   }
-   return table.text( style_ );
 }
 
 }   // namespace Host

@@ -19,15 +19,11 @@ Style styleOf( int descriptor ) {
 
 std::size_t shownWidth( std::string_view text ) {
    std::size_t width = 0;
-   bool escape = false;
-   for ( char const c : text ) {
-      if ( escape )
-         escape = c != 'm';
-      else if ( c == '\033' )
-         escape = true;
-      else if ( ( static_cast<unsigned char>( c ) & 0xC0 ) != 0x80 )   // continuation bytes take no column
+   for ( std::size_t at = 0; at < text.size(); ++at )
+      if ( text[at] == '\033' )
+         at = std::min( text.find( 'm', at ), text.size() );                  // a colour ends with it
+      else if ( ( static_cast<unsigned char>( text[at] ) & 0xC0 ) != 0x80 )   // continuation bytes take no column
          ++width;
-   }
    return width;
 }
 
@@ -45,9 +41,8 @@ std::string Table::text( Style const & style ) const {
    std::string text;
    for ( auto const & row : rows_ ) {
       std::string line;
-      for ( std::size_t i = 0; i < row.size(); ++i )
-         line += ( i == 0 ? "" : "  " ) + ( i + 1 == row.size() ? row[i] : padded( row[i], widths[i] ) );
-      while ( !line.empty() && line.back() == ' ' ) line.pop_back();
+      for ( std::size_t i = 0; i < row.size(); ++i ) line += padded( row[i], widths[i] ) + "  ";
+      line.erase( line.find_last_not_of( ' ' ) + 1 );
       text += ( &row == &rows_.front() ? style.quiet( line ) : line ) + "\n";
    }
    return text;

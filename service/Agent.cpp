@@ -1,9 +1,7 @@
 #include "service/Agent.h"
 
-#include "card/RealTimeHam.h"
 #include "card/SimulatedWorld.h"
 #include "framework/ActivityManager.h"
-#include "report/ReportText.h"
 #include "report/Style.h"
 #include "service/Exit.h"
 
@@ -21,20 +19,15 @@ Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
    return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
 }
 
-Vor::Ptr<Fru::HamImpl> simulatedHamOf( Input::CardDescription const & description ) {
-   Vor::Ptr<Fru::HamImpl> const ham = new RealTimeHam( "hamImpl", simulatedParameters( description ) );
-   ham->hardwarePresentIs( true );
-   return ham;
+Vor::Ptr<RealTimeHam> realTimeHamOf( Input::CardDescription const & description ) {
+   bool const simulated = std::holds_alternative<Input::SimulatedAccess>( description.access );
+   return simulated ? new RealTimeHam( "hamImpl", simulatedParameters( description ) ) : nullptr;
 }
 
-std::vector<ResetOutput> resetOutputsOf( Input::CardDescription const & description ) {
-   std::vector<ResetOutput> outputs;
-   auto const add = [&]( std::string const & name ) {
-      Input::GpoDescription const & gpo = *description.gpo( name );
-      outputs.push_back( { gpo.offset, static_cast<Fru::OutputBit const &>( gpo ) } );
-   };
-   for ( Input::TolvaneDescription const & chip : description.tolvanes ) add( chip.resetGpoName );
-   for ( Input::Max24305Description const & chip : description.max24305s ) add( chip.resetGpoName );
+std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const & description ) {
+   std::vector<Input::GpoDescription> outputs;
+   for ( auto const & chip : description.tolvanes ) outputs.push_back( *description.gpo( chip.resetGpoName ) );
+   for ( auto const & chip : description.max24305s ) outputs.push_back( *description.gpo( chip.resetGpoName ) );
    return outputs;
 }
 
@@ -42,27 +35,31 @@ std::vector<ResetOutput> resetOutputsOf( Input::CardDescription const & descript
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
    : timerSlack_( options.timerSlackNs ),
-     journal_( styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1 ),
      mmapHam_( mmapHamOf( description ) ),
+     realTimeHam_( realTimeHamOf( description ) ),
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
      card_(
-        description, mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : simulatedHamOf( description ),
-        []( Vor::Name name ) { return Hardware::setClearGpoFactory( name ); } ) {
+        description, mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_,
+        []( Vor::Name name ) { return Hardware::setClearGpoFactory( name ); } ),
+     journal_(
+        new Journal( std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, card_, options.traceLevel ) ),
+     events_( realTimeHam_ ? realTimeHam_->clock() : new Sim::VirtualClock ),
+     machines_( card_ ) {
+   events_.listenerAdd( *journal_ );
+   if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
    card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
    card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
-   watch_.emplace( card_, journal_, options.traceLevel );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
 }
 
 int Agent::run() {
-   std::cout << cardText( card_.description(), journal_.style() ) << std::endl;
+   journal_->begin();
    look();   // first, so that each machine finds the card as it is
-   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_.line( "", "waiting for the card: " + mmapHam_->trouble() );
-   machines_.emplace( card_ );
-   while ( !signals_.stopAsked() && machines_->makeNext() ) signals_.underWayIs( nullptr );
+   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_->line( "", "waiting for the card: " + mmapHam_->trouble() );
+   while ( !signals_.stopAsked() && machines_.makeNext() ) signals_.underWayIs( nullptr );
    Vor::activityManager().run(
       [this] { return signals_.stopAsked(); },
       [this]( double seconds ) {
@@ -71,7 +68,7 @@ int Agent::run() {
          if ( !signals_.stopAsked() ) look();
       } );
    bool const ready = card_.allReady();
-   journal_.line( "", ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   journal_->line( "", ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
    return ready ? exitReady : exitNotReady;
 }
 

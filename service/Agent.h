@@ -8,12 +8,14 @@
 #include "card/Card.h"
 #include "card/Machines.h"
 #include "card/MmapHam.h"
+#include "card/RealTimeHam.h"
 #include "card/StepListener.h"
 #include "report/Journal.h"
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"
 #include "service/StopSignals.h"
 #include "service/TimerSlack.h"
+#include "sim/CardEvents.h"
 
 #include <optional>
 
@@ -28,13 +30,13 @@ struct AgentOptions {
 
 class Agent final : private StepListener {
  public:
-   /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it.
+   /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it. Throws
+   /// Input::InputError for a chip whose input no machine serves.
    Agent( Input::CardDescription const & description, AgentOptions const & options );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
 
-   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then, else 1. Throws Input::InputError
-   /// for a chip whose input no machine serves.
+   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then, else 1.
    int run();
 
  private:
@@ -42,14 +44,15 @@ class Agent final : private StepListener {
    void look();
 
    TimerSlack const timerSlack_;
-   Journal const journal_;
-   Vor::Ptr<MmapHam> const mmapHam_;   // empty for a simulated card
+   Vor::Ptr<MmapHam> const mmapHam_;           // of a mapped card
+   Vor::Ptr<RealTimeHam> const realTimeHam_;   // of a simulated one
    StopSignals signals_;
    PollSet pollSet_;
    std::optional<PresenceWatch> presence_;   // of a mapped card
    Card card_;
-   std::optional<JournalWatch> watch_;
-   std::optional<Machines> machines_;
+   Vor::Ptr<Journal> const journal_;
+   Sim::CardEvents events_;   // in the time of a simulated card; the journal has its own
+   Machines machines_;
 };
 
 }   // namespace Host

@@ -3,12 +3,12 @@
 #include "framework/Assert.h"
 #include "service/Exit.h"
 
-#include <signal.h>   // NOLINT(modernize-deprecated-headers): sigaction is the system's, not the language's
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <csignal>
+#include <string_view>
 #include <system_error>
 
 namespace Host {
@@ -20,34 +20,23 @@ constexpr char vorSource[] = "StopSignals";
 std::atomic<StopSignals *> living{ nullptr };
 static_assert( std::atomic<StopSignals *>::is_always_lock_free && std::atomic<int>::is_always_lock_free );
 
-void writeAll( char const * text ) {
-   std::size_t left = std::strlen( text );
-   while ( left > 0 ) {
-      ssize_t const written = ::write( STDERR_FILENO, text, left );
-      if ( written <= 0 ) return;
-      text += written;
-      left -= static_cast<std::size_t>( written );
-   }
-}
-
-void actionIs( int signal, void ( *handler )( int ) ) {
-   struct sigaction action {};
-   action.sa_handler = handler;
-   ::sigaction( signal, &action, nullptr );
+// Lines as short as these are written whole or not at all.
+void say( std::string_view text ) {
+   [[maybe_unused]] ssize_t const written = ::write( STDERR_FILENO, text.data(), text.size() );
 }
 
 }   // namespace
 
-StopSignals::StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs )
+StopSignals::StopSignals( MmapHam const * ham, std::vector<Input::GpoDescription> outputs )
    : ham_( ham ), outputs_( std::move( outputs ) ), wakeUp_( ::eventfd( 0, EFD_CLOEXEC | EFD_NONBLOCK ) ) {
    VOR_ASSERT( !living.load() );
    if ( wakeUp_.fd() < 0 ) throw std::system_error( errno, std::generic_category(), "eventfd" );
    living.store( this );
-   for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, &StopSignals::handle );
+   for ( int const signal : { SIGINT, SIGTERM } ) std::signal( signal, &StopSignals::handle );
 }
 
 StopSignals::~StopSignals() {
-   for ( int const signal : { SIGINT, SIGTERM } ) actionIs( signal, SIG_DFL );
+   for ( int const signal : { SIGINT, SIGTERM } ) std::signal( signal, SIG_DFL );
    living.store( nullptr );
 }
 
@@ -67,18 +56,18 @@ void StopSignals::handle( int ) {
 
 void StopSignals::tell() const {
    char const * const chip = underWay_.load();
-   if ( !chip ) return writeAll( "clockpath: stopping\n" );
-   writeAll( "clockpath: stopping: waiting for the bring-up of " );
-   writeAll( chip );
-   writeAll( " to return; a second signal ends at once\n" );
+   if ( !chip ) return say( "clockpath: stopping\n" );
+   say( "clockpath: stopping: waiting for the bring-up of " );
+   say( chip );
+   say( " to return; a second signal ends at once\n" );
 }
 
 void StopSignals::outputsInactive() const {
    U32 volatile * const space = ham_ ? ham_->space() : nullptr;
    if ( !space ) return;
-   for ( ResetOutput const & output : outputs_ ) {
+   for ( Input::GpoDescription const & output : outputs_ ) {
       U32 volatile * const place = space + output.offset / sizeof( U32 );
-      MmapHam::store( place, output.output.driven( MmapHam::load( place ), false ) );
+      MmapHam::store( place, output.driven( MmapHam::load( place ), false ) );
    }
 }
 

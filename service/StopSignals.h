@@ -12,23 +12,17 @@
 
 #include "card/Descriptor.h"
 #include "card/MmapHam.h"
-#include "framework/Types.h"
-#include "platform/Gpo.h"
+#include "input/CardDescription.h"
 
 #include <atomic>
 #include <vector>
 
 namespace Host {
 
-struct ResetOutput {
-   U32 offset;   ///< of its register: byte address within the card's space
-   Fru::OutputBit output;
-};
-
 class StopSignals {
  public:
    /// `ham` may be null: no output is driven then. It outlives this. One may live at a time.
-   StopSignals( MmapHam const * ham, std::vector<ResetOutput> outputs );
+   StopSignals( MmapHam const * ham, std::vector<Input::GpoDescription> outputs );
    ~StopSignals();
    StopSignals( StopSignals const & ) = delete;
    StopSignals & operator=( StopSignals const & ) = delete;
@@ -47,7 +41,7 @@ class StopSignals {
    void outputsInactive() const;
 
    MmapHam const * const ham_;
-   std::vector<ResetOutput> const outputs_;
+   std::vector<Input::GpoDescription> const outputs_;
    std::atomic<int> signals_{ 0 };
    std::atomic<char const *> underWay_{ nullptr };
    Descriptor const wakeUp_;   // an eventfd

@@ -4,8 +4,6 @@ namespace Sim {
 
 namespace {
 
-constexpr char vorSource[] = "CardEvents";
-
 CardEvents * living = nullptr;   // an assertion hook carries no data
 
 struct TraceTap final : Vor::TraceSink {

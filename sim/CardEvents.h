@@ -50,6 +50,8 @@ class CardEvents final {
    }
 
  private:
+   static constexpr char vorSource[] = "CardEvents";
+
    template<class Status> class StateWatch final : public Vor::EntityObserver {
     public:
       StateWatch( Vor::Ptr<Status const> const & status, CardEvents & events ) : events_( events ) {

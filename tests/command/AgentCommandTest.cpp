@@ -1,4 +1,4 @@
-#include "command/AgentCommand.h"
+#include "service/Agent.h"
 #include "sim/VirtualClock.h"
 #include "tests/command/Process.h"
 #include "tests/input/Cards.h"
@@ -73,7 +73,7 @@ TEST_F( AgentTest, WaitsForItsCardAndEndsAtOnceWhenNothingIsUnderWay ) {
       // Within one of the driver's sleeps, and on the agent's thread.
       Sim::TimedEvent interruption( *clock, std::move( what ) );
       interruption.atNsIs( 50'000'000 );
-      result = agent( card, options );
+      result = Agent( readCard( card ), options ).run();
    }
    std::exit( result );
 }
@@ -144,6 +144,27 @@ TEST_F( AgentTest, BringsUpAMax24305OfASimulatedCardInRealTime ) {
    agent.signal( SIGTERM );
    EXPECT_EQ( agent.result(), 0 );
    EXPECT_NE( agent.output().find( "stopped, all chips ready" ), std::string::npos );
+}
+
+// Writes where the card has no register, each time that a chip's reset comes next.
+struct Astray final : Hardware::StepSink {
+   void step( Vor::Entity const & config, Hardware::Step const & step ) override {
+      if ( std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) )
+         static_cast<Hardware::Max24305::Config const &>( config ).ham()->hamImpl()->write32( 0x4000, 1 );
+   }
+};
+
+TEST_F( AgentDeathTest, WarnsOfAnAccessWhereASimulatedCardHasNoRegister ) {
+   std::string const simulated = max24305Card( R"({ "kind": "simulated" })", shortSequence );
+   auto const runAstray = [&] {
+      Hardware::stepSinkIs( new Astray );
+      runInterrupted( simulated, folder.path( "output" ), interrupt );
+   };
+   EXPECT_EXIT( runAstray(), ::testing::ExitedWithCode( 1 ), "" );
+   std::string const output = folder.content( "output" );
+   std::string const warning = "warning: write to 0x4000, where the card has no register: it is lost\n";
+   EXPECT_NE( output.find( warning ), std::string::npos ) << output;
+   EXPECT_EQ( output.find( warning ), output.rfind( warning ) ) << "told more than once: " << output;
 }
 
 // Time-sync is disabled, so that nothing else than the presence happens.

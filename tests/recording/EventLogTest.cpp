@@ -2,7 +2,6 @@
 
 #include "framework/Assert.h"
 #include "framework/Trace.h"
-#include "recording/EventLine.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

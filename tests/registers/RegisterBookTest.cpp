@@ -135,6 +135,10 @@ TEST_F( RegisterBookTest, ANameThatTheCardHasNotIsAnError ) {
    EXPECT_EQ(
       error( [&] { book.one( "ptp0:65536" ); } ),
       "\"ptp0:65536\" is no register of card.json; expected a register from 0 to 0xffff behind the colon" );
+   std::string field;
+   EXPECT_TRUE( error( [&] {
+                   book.one( "osc0Reset.active", &field );
+                } ).starts_with( "\"osc0Reset.active\" is no register of card.json; " ) );
    CardDescription const mapped =
       cardOf( with( wholeCard, R"({ "kind": "simulated" })", R"({ "kind": "mmap", "path": "f", "size": 16384 })" ) );
    EXPECT_EQ(

@@ -97,11 +97,17 @@ TEST( Report, TellsEachOfTenFailedAttempts ) {
    EXPECT_TRUE(
       has( dead, "log             MAX24305_INIT_FAILED: Initialization of the Max24305 chip has failed.\n" ) );
    EXPECT_TRUE( has( dead, "ptp0  MAX24305  failed  failed  10        1/3         0\n" ) ) << dead;
+   EXPECT_TRUE( has( dead, "ptp0     0.800000000  0.500000000   0.000010000  -     1.300010000\n" ) ) << dead;
 }
 
 TEST( Report, TellsALockThatNeverComes ) {
    std::string const text = reported( singleCard, faultAtStart( { .kind = Sim::FaultKind::neverLock_ } ) );
-   EXPECT_TRUE( has( text, "ptp0      failed          no lock after 101 polls\n" ) ) << text;
+   EXPECT_TRUE( has(
+      text, " 101.300416000  ptp0      lock poll 101   APLL status 0x00: APLL 1 not locked, APLL 2 not locked\n"
+            " 101.300416000  ptp0      failed          no lock after 101 polls\n" ) )
+      << text;
+   EXPECT_TRUE( has( text, "ptp0     0.800000000  0.500000000   0.000012000  100.000404000  101.300416000\n" ) )
+      << text;
    EXPECT_TRUE( has( text, "ptp0  MAX24305  failed  failed  1         3/3         101\n" ) ) << text;
 }
 
@@ -200,6 +206,71 @@ TEST( Report, CountsStepsUpToTheirOwnEndAlone ) {
    std::string const cut = reported( singleCard, scenario );
    EXPECT_TRUE( has( cut, "  54.500000000  ptp0      uninitialized\n" ) ) << cut;
    EXPECT_TRUE( has( cut, "ptp0     0.800000000  0.500000000   0.000012000  -     -\n" ) ) << cut;
+}
+
+TEST( Report, TellsTheLastPollOfALockThatIsUnderWayAtTheEnd ) {
+   Sim::Scenario scenario;
+   scenario.untilNs = 3'500'000'000;
+   std::string const text = reported( singleCard, scenario );
+   EXPECT_TRUE( has( text, "   3.300024000  ptp0      lock poll 3     APLL status 0x00" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  locking  notReady  1         3/3         3\n" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp0     0.800000000  0.500000000   0.000012000  -     -\n" ) ) << text;
+}
+
+TEST( Report, AChipThatLostItsHardwareHasTheStepsOfItsBringUpAndNoAttempts ) {
+   Sim::Scenario scenario;
+   scenario.events.push_back( { 50'000'000'000, { { .key = "hardwarePresent", .value = 0 } } } );
+   scenario.untilNs = 60'000'000'000;
+   std::string const text = reported( wholeCard, scenario );
+   EXPECT_TRUE( has( text, "  50.000000000  osc0      uninitialized\n" ) ) << text;
+   EXPECT_TRUE( has( text, "osc0  Tolvane   uninitialized            0\n" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  uninitialized  notReady  0         3/3         3\n" ) ) << text;
+   EXPECT_TRUE( has( text, "osc0     0.300000000                0.500000000               0.800000000\n" ) ) << text;
+}
+
+// A card whose machines are not made: the steps are told by hand, as a machine tells them.
+class ReportByHand : public ::testing::Test {
+ protected:
+   struct Machine {
+      Vor::Ptr<Hardware::Max24305::Config> config() const { return config_; }
+      Vor::Ptr<Hardware::Max24305::Config> config_;
+   };
+   // What the report says of a step of ptp0.
+   std::string told( auto const & step ) {
+      Hardware::tellStep( Machine{ world.card().max24305ConfigDir()->max24305( "ptp0" ) }, step );
+      return std::exchange( out, std::ostringstream() ).str();
+   }
+   std::string ended() {
+      report.end();
+      return std::exchange( out, std::ostringstream() ).str();
+   }
+
+   SimulatedWorld world{ cardOf( singleCard ), {} };
+   std::ostringstream out;
+   Report report{ out, Style( false ), world, std::nullopt };
+};
+
+TEST_F( ReportByHand, AGateIsToldAgainOnlyWhenItsRowsChange ) {
+   Hardware::GateRow rows[] = { { "hardware", "present", true }, { "time sync", "disabled", false } };
+   std::string const closed = "   0.000000000  ptp0      gate closed     hardware present, time sync disabled\n";
+   EXPECT_EQ( told( Hardware::Steps::GateEvaluated{ rows } ), closed );
+   EXPECT_EQ( told( Hardware::Steps::GateEvaluated{ rows } ), "" );
+   rows[1] = { "time sync", "enabling", true };
+   EXPECT_EQ(
+      told( Hardware::Steps::GateEvaluated{ rows } ),
+      "   0.000000000  ptp0      gate open       hardware present, time sync enabling\n" );
+}
+
+TEST_F( ReportByHand, PollsAreThoseSinceTheLastProgramming ) {
+   using Hardware::Max24305::State;
+   using Clock = Hardware::Kiv::ClockStatus;
+   told( Hardware::Steps::Published{ State::locking_, Clock::notReady_ } );
+   EXPECT_NE( told( Hardware::Steps::LockPolled{ 1, 101, 0 } ), "" );
+   EXPECT_EQ( told( Hardware::Steps::LockPolled{ 2, 101, 0 } ), "" );
+   told( Hardware::Steps::ProgrammingEnded{ 1, true } );
+   std::string const text = ended();
+   EXPECT_FALSE( has( text, "lock poll" ) ) << text;
+   EXPECT_TRUE( has( text, "ptp0  MAX24305  locking  notReady  0         0/3         0\n" ) ) << text;
 }
 
 // The step sink is the process's: the report gives it back.

@@ -43,6 +43,7 @@ class Bench(unittest.TestCase):
             "walk<Deque>/500": ("walk", "Deque", "500"),
             "walk<std::deque<int>>/500": ("walk", "std::deque<int>", "500"),
             "wheelArm/10": ("wheelArm", "Ours", "10"),
+            "timers run/std::multimap/10": ("timers run", "std::multimap", "10"),
             "bringUp/operations:2000/log:1": ("bringUp", "Ours", "operations:2000 log:1"),
             "sleep/Ours/iterations:50/real_time": ("sleep", "Ours", ""),
         }.items():

@@ -101,7 +101,8 @@ Max24305World::Max24305World() {
 void Max24305World::opsAre( OpList const & ops ) {
    for ( auto const & [type, address, value] : ops )
       config->opsToDoEnq(
-         Op( static_cast<U32>( config->opsToDo().count() ) + 1, static_cast<Hardware::Max24305::OpType>( type ), address, value ) );
+         Op( static_cast<U32>( config->opsToDo().count() ) + 1, static_cast<Hardware::Max24305::OpType>( type ),
+             address, value ) );
 }
 
 Vor::Ptr<Max24305WithStuffedClockInputSm> Max24305World::stuffedClockMachine() {
