@@ -67,10 +67,8 @@ class KivSpiInterface final : public Vor::PtrInterface {
 
  private:
    void sendRegisterAddress( SpiCommandFifo & command, U64 instruction, U16 address );
-   void send( SpiCommandFifo const & command );
-   SpiCtrl readCtrl();
-   SpiResponseFifo readResponse();
-   void resetIs( U32 reset );
+   template<class Register> Register read();
+   template<class Register> void write( Register const & value );
 
    U32 const base_;
    Vor::Ptr<Fru::HamImpl> const hamImpl_;
