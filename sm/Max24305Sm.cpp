@@ -4,10 +4,9 @@
 #include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/Log.h"
-#include "framework/TypeRegistry.h"
 #include "hal/Max24305Hal.h"
 #include "platform/SimulationVmid.h"
+#include "sm/InitFailed.h"
 #include "sm/ResetPulse.h"
 #include "sm/Steps.h"
 #include "util/Utils.h"
@@ -31,18 +30,6 @@ constexpr char switchoverTrace[] = "Switchover in progress. Wait for Dovra to be
 
 // What "now" is for the lock timer.
 double now() { return Vor::activityManager().config().clock()->now(); }
-
-// The message is declared with the module's types.
-Vor::LogHandle const & initFailed() {
-   static Vor::LogHandle const handle(
-      "MAX24305_INIT_FAILED", 3, "Possible hardware error with the Max24305 chip.",
-      "Initialization of the Max24305 chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
-   return handle;
-}
-
-void logInitFailed() {
-   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
-}
 
 // Sets one of the two published records, and tells of `first` and of the change.
 template<class Record, class State, class... First>
@@ -203,7 +190,7 @@ void Max24305Sm::doProgramMax24305() {
       nsleep( retryPauseNs );
    }
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   logInitFailed();
+   logInitFailed( max24305InitFailed );
 }
 
 void Max24305Sm::doWaitForLock() {
@@ -231,7 +218,7 @@ void Max24305Sm::doWaitForLock() {
       lockStatusClock()->timeMinIs( now() + lockPollPeriod );
       return;
    }
-   logInitFailed();
+   logInitFailed( max24305InitFailed );
    publishAndTell( *this, status(), Max24305::failed_ );
    publishAndTell( *this, pllStatus(), Kiv::ClockStatus::failed_ );
    VOR_TRACE( traceHandle, 1, "Could not get APLL lock. FAILED" );
@@ -306,18 +293,6 @@ Vor::Ptr<Max24305Sm> max24305SmFactory(
    return Max24305Sm::Max24305SmIs( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo );
 }
 
-namespace Max24305SmModule {
-
-Vor::TraceHandle const traceHandle( "Hardware::Max24305Sm" );
-
-void registerTypes( Vor::Module & module ) {
-   module.typeNodeIs( KivSpiInterface::staticType() );
-   registerWithTolvaneInput( module );
-   registerWithStuffedClockInput( module );
-   module.typeNodeIs( Max24305Sm::staticType() );
-   initFailed();
-}
-
-}   // namespace Max24305SmModule
+Vor::TraceHandle const Max24305SmModule::traceHandle( "Hardware::Max24305Sm" );
 
 }   // namespace Hardware

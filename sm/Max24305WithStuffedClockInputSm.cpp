@@ -2,7 +2,6 @@
 
 #include "framework/Allocate.h"
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
 
 namespace Hardware {
 
@@ -40,10 +39,6 @@ Vor::Type const & Max24305WithStuffedClockInputSm::staticType() {
       Vor::describe<Max24305WithStuffedClockInputSm, &Max24305WithStuffedClockInputSmIs>(
          "Hardware::Max24305WithStuffedClockInputSm" );
    return type;
-}
-
-void Max24305SmModule::registerWithStuffedClockInput( Vor::Module & module ) {
-   module.typeNodeIs( Max24305WithStuffedClockInputSm::staticType() );
 }
 
 }   // namespace Hardware

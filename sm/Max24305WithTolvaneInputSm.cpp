@@ -3,7 +3,7 @@
 #include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
+#include "sm/Steps.h"
 
 namespace Hardware {
 
@@ -85,10 +85,6 @@ Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
    static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &Max24305WithTolvaneInputSmIs>(
       "Hardware::Max24305WithTolvaneInputSm" );
    return type;
-}
-
-void Max24305SmModule::registerWithTolvaneInput( Vor::Module & module ) {
-   module.typeNodeIs( Max24305WithTolvaneInputSm::staticType() );
 }
 
 }   // namespace Hardware

@@ -3,10 +3,9 @@
 #include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/Log.h"
-#include "framework/TypeRegistry.h"
 #include "hal/KivHal.h"
 #include "platform/SimulationVmid.h"
+#include "sm/InitFailed.h"
 #include "sm/ResetPulse.h"
 #include "sm/Steps.h"
 
@@ -15,14 +14,6 @@ namespace Hardware {
 namespace {
 
 Vor::TraceHandle const traceHandle( "Hardware::TolvaneSm" );
-
-// The message is declared with the module's types.
-Vor::LogHandle const & initFailed() {
-   static Vor::LogHandle const handle(
-      "TOLVANE_INIT_FAILED", 3, "Possible hardware error with the Tolvane chip.",
-      "Initialization of the Tolvane chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
-   return handle;
-}
 
 constexpr U32 resetActiveNs = 100'000'000;
 constexpr U32 resetRecoveryNs = 200'000'000;
@@ -107,7 +98,7 @@ void TolvaneSm::doProgramTolvane() {
    }
    numRetries_ = 0;
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
+   logInitFailed( tolvaneInitFailed );
 }
 
 /// Resets and enables the chip, and asks whether it answers.
@@ -131,11 +122,6 @@ Steps::EnableDone TolvaneSm::attempt() {
 Vor::Type const & TolvaneSm::staticType() {
    static constinit auto const type = Vor::describe<TolvaneSm, &TolvaneSm::TolvaneSmIs>( "Hardware::TolvaneSm" );
    return type;
-}
-
-void registerTolvaneSm( Vor::Module & module ) {
-   module.typeNodeIs( TolvaneSm::staticType() );
-   initFailed();
 }
 
 }   // namespace Hardware

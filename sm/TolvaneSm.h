@@ -96,7 +96,4 @@ class TolvaneSm final : public Vor::StateMachine {
    U32 numRetries_ = maxAttempts;
 };
 
-/// Registers this module's type and declares its logged message.
-void registerTolvaneSm( Vor::Module & module );
-
 }   // namespace Hardware
