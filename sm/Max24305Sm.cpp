@@ -91,10 +91,11 @@ void Max24305Sm::handleEnvironmentChanges() {
    wired( hamImpl() );
    wired( config() );
    if ( !simulationVmid() ) wired( setClearGpo() );
-   Readiness const rows = readiness();
-   gateTell();
-   if ( !allMet( rows ) ) {
-      for ( GateRow const & row : rows )
+   Gate const rows = gate();
+   tellStep( *this, Steps::GateEvaluated{ rows } );
+   auto const readiness = std::span( rows ).first( timeSyncPlace );
+   if ( !allMet( readiness ) ) {
+      for ( GateRow const & row : readiness )
          if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
@@ -102,7 +103,7 @@ void Max24305Sm::handleEnvironmentChanges() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
    wired( timeSyncStatus() );
-   if ( GateRow const row = timeSyncRow(); !row.met ) {
+   if ( GateRow const & row = rows[timeSyncPlace]; !row.met ) {
       publishedStatesReset();
       VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
@@ -237,9 +238,9 @@ void Max24305Sm::publishedStatesReset() {
 }
 
 Gate Max24305Sm::gate() const {
-   Readiness const ready = readiness();
-   Gate rows( ready.begin(), ready.end() );
-   rows.push_back( timeSyncRow() );
+   Gate rows{
+      hardwareRow( hamImpl(), " Kiv hardware not present" ), sequenceRow( config(), " Invalid programming sequence." ),
+      inputRow_(), timeSyncRow( timeSyncStatus(), " TimeSync not enabled" ) };
    if ( !redundancyStatus() )
       rows.push_back( { "redundancy", "missing" } );
    else if ( redundancyStatus()->mode() == Redundancy::switchover_ )
@@ -249,35 +250,8 @@ Gate Max24305Sm::gate() const {
    return rows;
 }
 
-Max24305Sm::Readiness Max24305Sm::readiness() const {
-   return {
-      hardwareRow( hamImpl(), " Kiv hardware not present" ), sequenceRow( config(), " Invalid programming sequence." ),
-      ( this->*inputRow_ )() };
-}
-
-GateRow Max24305Sm::resetOutputRow() const {
-   return Hardware::resetOutputRow( setClearGpo(), " Gpo ham not available yet" );
-}
-
-GateRow Max24305Sm::timeSyncRow() const { return Hardware::timeSyncRow( timeSyncStatus(), " TimeSync not enabled" ); }
-
-void Max24305Sm::gateTell() const {
-   if ( stepsTold() ) tellStep( *this, Steps::GateEvaluated{ gate() } );
-}
-
 bool Max24305Sm::dovraWritable() const {
    return redundancyStatus()->switchoverStage().value( dovraWritableSwitchoverStage );
-}
-
-void Max24305Sm::kivSpiIntfIs( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
-   kivSpiIntf_ = kivSpiInterfaceFactory( base, hamImpl, resetSupported );
-}
-
-void Max24305Sm::timerWheelIs(
-   Vor::Ptr<Vor::Clock const> const & systemClock, U32 tickMsecs, U32 initialMaxTicks, bool preserveOrder,
-   U32 defaultBucketSize ) {
-   timerWheel_ =
-      Jor::TimerWheel::TimerWheelIs( systemClock, tickMsecs, initialMaxTicks, preserveOrder, defaultBucketSize );
 }
 
 Vor::Type const & Max24305Sm::staticType() {

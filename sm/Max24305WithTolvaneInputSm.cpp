@@ -16,7 +16,7 @@ Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
    Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
    : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
    tolvaneStatus_.notifierIs( tolvaneStatus );
-   inputRowIs( &Max24305WithTolvaneInputSm::tolvaneRow );
+   inputRowIs( [this] { return tolvaneRow( this->tolvaneStatus(), " Tolvane does not exist or its not ready." ); } );
    handleInitialized();
 }
 
@@ -47,10 +47,11 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    }
    wired( hamImpl() );
    wired( config() );
-   Readiness const rows = readiness();
-   gateTell();
-   if ( !allMet( rows ) ) {
-      for ( GateRow const & row : rows )
+   Gate const rows = gate();
+   tellStep( *this, Steps::GateEvaluated{ rows } );
+   auto const readiness = std::span( rows ).first( timeSyncPlace );
+   if ( !allMet( readiness ) ) {
+      for ( GateRow const & row : readiness )
          if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
@@ -58,7 +59,7 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
    auto const timeSync = timeSyncStatus()->state();
-   if ( GateRow const row = timeSyncRow(); !row.met ) {
+   if ( GateRow const & row = rows[timeSyncPlace]; !row.met ) {
       publishedStatesReset();
       VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
@@ -75,10 +76,6 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    }
    if ( timeSync <= PtpTimeSync::holdover_ ) VOR_TRACE( traceHandle, 1, __func__ << " Enabling" );
    doProgramMax24305();
-}
-
-GateRow Max24305WithTolvaneInputSm::tolvaneRow() const {
-   return Hardware::tolvaneRow( tolvaneStatus(), " Tolvane does not exist or its not ready." );
 }
 
 Vor::Type const & Max24305WithTolvaneInputSm::staticType() {

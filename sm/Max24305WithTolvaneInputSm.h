@@ -48,8 +48,6 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
          "tolvaneStatus", &Max24305WithTolvaneInputSm::tolvaneStatus, &Max24305WithTolvaneInputSm::tolvaneStatusIs>>;
 
  private:
-   GateRow tolvaneRow() const;
-
    Vor::ReactorAttribute<VorTolvaneStatus, Tolvane::Status const, Max24305WithTolvaneInputSm> tolvaneStatus_{ *this };
 };
 
