@@ -1,6 +1,5 @@
 #include "sm/KivSpiInterface.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 #include "platform/SimulationVmid.h"
 #include "sm/Max24305SmModule.h"
@@ -122,13 +121,6 @@ Vor::Type const & KivSpiInterface::staticType() {
    static constinit auto const type =
       Vor::describe<KivSpiInterface, &kivSpiInterfaceFactory>( "Hardware::KivSpiInterface" );
    return type;
-}
-
-Vor::Ptr<KivSpiInterface>
-kivSpiInterfaceFactory( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
-   auto const spi = Vor::allocate<KivSpiInterface>( base, hamImpl, resetSupported );
-   spi->hasNotificationActiveIs( true );
-   return spi;
 }
 
 }   // namespace Hardware

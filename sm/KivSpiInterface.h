@@ -12,6 +12,7 @@
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "platform/Ham.h"
+#include "sm/Creator.h"
 
 namespace Hardware {
 
@@ -76,7 +77,6 @@ class KivSpiInterface final : public Vor::PtrInterface {
    SimulatedData simulatedData_;
 };
 
-Vor::Ptr<KivSpiInterface>
-kivSpiInterfaceFactory( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported );
+inline constexpr auto & kivSpiInterfaceFactory = creatorOf<KivSpiInterface>;
 
 }   // namespace Hardware

@@ -1,7 +1,6 @@
 #include "sm/Max24305Sm.h"
 
 #include "framework/ActivityManager.h"
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
 #include "hal/Max24305Hal.h"
@@ -52,17 +51,6 @@ Max24305Sm::Max24305Sm(
    redundancyStatus_.notifierIs( redundancyStatus );
    config_.notifierIs( config );
    timeSyncStatus_.notifierIs( timeSyncStatus );
-}
-
-Vor::Ptr<Max24305Sm> Max24305Sm::Max24305SmIs(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   auto const machine =
-      Vor::allocate<Max24305Sm>( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo );
-   machine->hasNotificationActiveIs( true );
-   return machine;
 }
 
 void Max24305Sm::handleInitialized() {
@@ -257,14 +245,6 @@ bool Max24305Sm::dovraWritable() const {
 Vor::Type const & Max24305Sm::staticType() {
    static constinit auto const type = Vor::describe<Max24305Sm, &max24305SmFactory>( "Hardware::Max24305Sm" );
    return type;
-}
-
-Vor::Ptr<Max24305Sm> max24305SmFactory(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   return Max24305Sm::Max24305SmIs( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo );
 }
 
 Vor::TraceHandle const Max24305SmModule::traceHandle( "Hardware::Max24305Sm" );

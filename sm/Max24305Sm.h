@@ -26,6 +26,7 @@
 #include "platform/PtpTimeSyncStatus.h"
 #include "platform/RedundancyStatus.h"
 #include "platform/SetClearGpo.h"
+#include "sm/Creator.h"
 #include "sm/Gate.h"
 #include "sm/KivSpiInterface.h"
 #include "sm/Max24305SmModule.h"
@@ -76,12 +77,10 @@ class Max24305Sm : public Vor::StateMachine {
       Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
       Vor::Ptr<Fru::Gpo const> const & resetGpo );
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<Max24305Sm> Max24305SmIs(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<Max24305Sm> Max24305SmIs( auto const &... parameters ) {
+      return creatorOf<Max24305Sm>( parameters... );
+   }
 
    /// Completes the wiring; runs once.
    virtual void handleInitialized();
@@ -226,10 +225,6 @@ class Max24305Sm : public Vor::StateMachine {
 };
 
 /// What Max24305SmIs returns, for creation by the type's name.
-Vor::Ptr<Max24305Sm> max24305SmFactory(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo );
+inline constexpr auto & max24305SmFactory = creatorOf<Max24305Sm>;
 
 }   // namespace Hardware

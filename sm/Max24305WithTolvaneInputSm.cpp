@@ -1,6 +1,5 @@
 #include "sm/Max24305WithTolvaneInputSm.h"
 
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
 #include "sm/Steps.h"
@@ -18,17 +17,6 @@ Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
    tolvaneStatus_.notifierIs( tolvaneStatus );
    inputRowIs( [this] { return tolvaneRow( this->tolvaneStatus(), " Tolvane does not exist or its not ready." ); } );
    handleInitialized();
-}
-
-Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSmIs(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus ) {
-   auto const machine = Vor::allocate<Max24305WithTolvaneInputSm>(
-      redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo, tolvaneStatus );
-   machine->hasNotificationActiveIs( true );
-   return machine;
 }
 
 void Max24305WithTolvaneInputSm::handleInitialized() {
@@ -79,7 +67,7 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
 }
 
 Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
-   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &Max24305WithTolvaneInputSmIs>(
+   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &creatorOf<Max24305WithTolvaneInputSm>>(
       "Hardware::Max24305WithTolvaneInputSm" );
    return type;
 }

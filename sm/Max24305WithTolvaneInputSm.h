@@ -23,12 +23,10 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
       Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
       Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus );
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSmIs(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSmIs( auto const &... parameters ) {
+      return creatorOf<Max24305WithTolvaneInputSm>( parameters... );
+   }
 
    void handleInitialized() override;
    void handleEnvironmentChanges() override;

@@ -1,6 +1,5 @@
 #include "sm/TolvaneSm.h"
 
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
 #include "hal/KivHal.h"
@@ -28,6 +27,24 @@ void publishAndTell( TolvaneSm const & machine, Tolvane::State state, First cons
    } );
 }
 
+// Resets and enables the chip, and asks whether it answers.
+Steps::EnableDone attempt( TolvaneSm const & machine ) {
+   pulseReset( machine.resetGpo(), resetActiveNs, resetRecoveryNs );
+   tellStep( machine, Steps::ResetPulsed{} );
+
+   U32 const address = machine.config()->offset() + TolvaneEnable::address();
+   U32 value = 0;
+   machine.hamImpl()->read32( address, value );
+   TolvaneEnable enable( value );
+   enable.enableIs( 1 );
+   machine.hamImpl()->write32( address, enable.value() );
+   nsleep( enableNs );
+   machine.hamImpl()->read32( address, value );
+   enable.valueIs( value );
+   // Either bit shows that the chip is there.
+   return { value, enable.powerGood() || enable.enable() };
+}
+
 }   // namespace
 
 TolvaneSm::TolvaneSm(
@@ -35,14 +52,6 @@ TolvaneSm::TolvaneSm(
    Vor::Ptr<Fru::Gpo const> const & resetGpo )
    : config_( config ), status_( status ), resetGpo_( resetGpo ) {
    handleInitialized();
-}
-
-Vor::Ptr<TolvaneSm> TolvaneSm::TolvaneSmIs(
-   Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   auto const machine = Vor::allocate<TolvaneSm>( config, status, resetGpo );
-   machine->hasNotificationActiveIs( true );
-   return machine;
 }
 
 void TolvaneSm::handleInitialized() {
@@ -87,7 +96,7 @@ void TolvaneSm::doProgramTolvane() {
       numRetries_ = retries;
       U32 const number = maxAttempts + 1 - retries;
       tellStep( *this, Steps::AttemptBegun{ number, maxAttempts } );
-      Steps::EnableDone const done = attempt();
+      Steps::EnableDone const done = attempt( *this );
       tellStep( *this, done );
       if ( done.answers ) {
          publishAndTell( *this, Tolvane::ready_, Steps::ProgrammingEnded{ number, true } );
@@ -101,26 +110,8 @@ void TolvaneSm::doProgramTolvane() {
    logInitFailed( tolvaneInitFailed );
 }
 
-/// Resets and enables the chip, and asks whether it answers.
-Steps::EnableDone TolvaneSm::attempt() {
-   pulseReset( resetGpo(), resetActiveNs, resetRecoveryNs );
-   tellStep( *this, Steps::ResetPulsed{} );
-
-   U32 const address = config()->offset() + TolvaneEnable::address();
-   U32 value = 0;
-   hamImpl()->read32( address, value );
-   TolvaneEnable enable( value );
-   enable.enableIs( 1 );
-   hamImpl()->write32( address, enable.value() );
-   nsleep( enableNs );
-   hamImpl()->read32( address, value );
-   enable.valueIs( value );
-   // Either bit shows that the chip is there.
-   return { value, enable.powerGood() || enable.enable() };
-}
-
 Vor::Type const & TolvaneSm::staticType() {
-   static constinit auto const type = Vor::describe<TolvaneSm, &TolvaneSm::TolvaneSmIs>( "Hardware::TolvaneSm" );
+   static constinit auto const type = Vor::describe<TolvaneSm, &creatorOf<TolvaneSm>>( "Hardware::TolvaneSm" );
    return type;
 }
 
