@@ -42,17 +42,6 @@ void publishAndTell(
 
 }   // namespace
 
-Max24305Sm::Max24305Sm(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo )
-   : status_( status ), pllStatus_( pllStatus ), resetGpo_( resetGpo ) {
-   redundancyStatus_.notifierIs( redundancyStatus );
-   config_.notifierIs( config );
-   timeSyncStatus_.notifierIs( timeSyncStatus );
-}
-
 void Max24305Sm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
    VOR_ASSERT( config() );

@@ -75,7 +75,12 @@ class Max24305Sm : public Vor::StateMachine {
       Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
       Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
       Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+      Vor::Ptr<Fru::Gpo const> const & resetGpo )
+      : status_( status ), pllStatus_( pllStatus ), resetGpo_( resetGpo ) {
+      redundancyStatus_.notifierIs( redundancyStatus );
+      config_.notifierIs( config );
+      timeSyncStatus_.notifierIs( timeSyncStatus );
+   }
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<Max24305Sm> Max24305SmIs( auto const &... parameters ) {

@@ -8,17 +8,6 @@ namespace Hardware {
 
 using Max24305SmModule::traceHandle;
 
-Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
-   : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
-   tolvaneStatus_.notifierIs( tolvaneStatus );
-   inputRowIs( [this] { return tolvaneRow( this->tolvaneStatus(), " Tolvane does not exist or its not ready." ); } );
-   handleInitialized();
-}
-
 void Max24305WithTolvaneInputSm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
    Max24305Sm::handleInitialized();

@@ -47,13 +47,6 @@ Steps::EnableDone attempt( TolvaneSm const & machine ) {
 
 }   // namespace
 
-TolvaneSm::TolvaneSm(
-   Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo )
-   : config_( config ), status_( status ), resetGpo_( resetGpo ) {
-   handleInitialized();
-}
-
 void TolvaneSm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
    VOR_ASSERT( config() );

@@ -32,7 +32,10 @@ class TolvaneSm final : public Vor::StateMachine {
    /// Keeps its three arguments and runs handleInitialized.
    TolvaneSm(
       Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+      Vor::Ptr<Fru::Gpo const> const & resetGpo )
+      : config_( config ), status_( status ), resetGpo_( resetGpo ) {
+      handleInitialized();
+   }
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<TolvaneSm> TolvaneSmIs( auto const &... parameters ) {
