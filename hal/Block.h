@@ -36,23 +36,11 @@ using Registers = std::span<RegisterDeclaration const>;
 
 namespace Detail {
 
-template<class A>
-concept OfField = requires {
-   typename A::Field;
-};
-
-template<class A> consteval void declare( FieldDeclaration *& next ) {
-   using F = typename A::Field;
-   *next++ = { F::name, F::range, std::is_same_v<typename F::Value, bool>, F::access };
-}
-template<class A>
-requires( !OfField<A> ) consteval void declare( FieldDeclaration *& ) {}
-
-template<class... A> consteval auto fieldsOf( Vor::Attributes<A...> ) {
-   std::array<FieldDeclaration, ( std::size_t{ OfField<A> } + ... )> fields;
-   FieldDeclaration * next = fields.data();
-   ( declare<A>( next ), ... );
-   return fields;
+// In a register's list its fields stand behind those three.
+template<class Value, class Bits, class Address, class... A>
+consteval std::array<FieldDeclaration, sizeof...( A )> fieldsOf( Vor::Attributes<Value, Bits, Address, A...> ) {
+   return { FieldDeclaration{
+      A::Field::name, A::Field::range, std::is_same_v<typename A::Field::Value, bool>, A::Field::access }... };
 }
 template<class R> inline constexpr auto fields = fieldsOf( typename R::Attributes{} );
 

@@ -1,7 +1,6 @@
 #include "hal/KivHal.h"
 
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
 
 namespace Hardware {
 
@@ -33,15 +32,6 @@ Vor::Type const & TolvaneEnable::staticType() {
 Vor::Type const & Max24305Status::staticType() {
    static constinit auto const type = Vor::describe<Max24305Status>( "Hardware::Max24305Status" );
    return type;
-}
-
-void registerKivHal( Vor::Module & module ) {
-   module.typeNodeIs( SpiCtrl::staticType() );
-   module.typeNodeIs( TolvaneEnable::staticType() );
-   module.typeNodeIs( Max24305Status::staticType() );
-   module.typeNodeIs( SpiCommandFifo::staticType() );
-   module.typeNodeIs( SpiReset::staticType() );
-   module.typeNodeIs( SpiResponseFifo::staticType() );
 }
 
 }   // namespace Hardware

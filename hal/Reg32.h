@@ -145,17 +145,7 @@ template<U32 offset, Access mode = readWrite_> class Register : public Reg32 {
 
 namespace Detail {
 
-template<class... F> consteval bool fieldsDisjoint() {
-   U32 taken = 0;
-   bool disjoint = true;
-   auto const take = [&]( BitRange range ) {
-      U32 const mask = shiftedUp( bitmask( range.from, range.to ), range.from );
-      disjoint = disjoint && ( taken & mask ) == 0;
-      taken |= mask;
-   };
-   ( take( F::range ), ... );
-   return disjoint;
-}
+template<class F> inline constexpr U32 fieldMask = bitmask( F::range.from, F::range.to ) << F::range.from;
 
 template<class Base, class F>
 struct FieldAttribute : Vor::Plain<F::name, &Base::template field<F>, &Base::template fieldIs<F>> {
@@ -163,7 +153,8 @@ struct FieldAttribute : Vor::Plain<F::name, &Base::template field<F>, &Base::tem
 };
 
 template<class Base, class... F> struct RegisterAttributes {
-   static_assert( fieldsDisjoint<F...>(), "two fields overlap" );
+   // A bit of two fields counts twice in the sum.
+   static_assert( ( 0U + ... + U64{ fieldMask<F> } ) == (0U | ... | fieldMask<F>), "two fields overlap" );
    using type =
       Vor::AttributesThen<Reg32::Attributes, Vor::Plain<"address", &Base::address>, FieldAttribute<Base, F>...>;
 };

@@ -1,12 +1,9 @@
 #include "inventory/InvMax24305.h"
 
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
 
 namespace Inventory {
 
 Vor::Type const & Max24305::staticType() { return Vor::entityType<Max24305, "Inventory::Max24305">(); }
-
-void registerInvMax24305( Vor::Module & module ) { module.typeNodeIs( Max24305::staticType() ); }
 
 }   // namespace Inventory

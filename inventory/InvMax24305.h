@@ -5,10 +5,6 @@
 #include "hardware/Max24305OpsToDo.h"
 #include "platform/InventoryBlocks.h"
 
-namespace Vor {
-class Module;
-}
-
 namespace Inventory {
 
 class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
@@ -81,8 +77,5 @@ class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
 };
 
 inline constexpr auto & max24305Factory = Vor::factoryOf<Max24305>;
-
-/// Registers this module's types.
-void registerInvMax24305( Vor::Module & module );
 
 }   // namespace Inventory

@@ -1,12 +1,9 @@
 #include "inventory/InvTolvane.h"
 
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
 
 namespace Inventory {
 
 Vor::Type const & Tolvane::staticType() { return Vor::entityType<Tolvane, "Inventory::Tolvane">(); }
-
-void registerInvTolvane( Vor::Module & module ) { module.typeNodeIs( Tolvane::staticType() ); }
 
 }   // namespace Inventory

@@ -1,6 +1,5 @@
 #include "sm/KivSpiInterface.h"
 
-#include "framework/Allocate.h"
 #include "framework/Describe.h"
 #include "platform/SimulationVmid.h"
 #include "sm/Max24305SmModule.h"
@@ -21,6 +20,16 @@ constexpr U32 resetNs = 5'000'000;
 
 }   // namespace
 
+template<class Register> Register KivSpiInterface::read() {
+   U32 value = 0;
+   hamImpl_->read32( base_ + Register::address(), value );
+   return Register( value );
+}
+
+template<class Register> void KivSpiInterface::write( Register const & value ) {
+   hamImpl_->write32( base_ + Register::address(), value.value() );
+}
+
 KivSpiInterface::KivSpiInterface( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported )
    : base_( base ), hamImpl_( hamImpl ), resetSupported_( resetSupported ) {}
 
@@ -30,20 +39,20 @@ U8 KivSpiInterface::doRead( U16 address ) {
    command.dataToWriteIs( 0 );
    command.csEndIs( 1 );
    command.recordResponseIs( 1 );
-   send( command );
+   write( command );
 
    if ( simulationVmid() ) return static_cast<U8>( simulatedData( address ) );
 
    for ( U32 poll = 0; poll < maxPolls; ++poll ) {
       nsleep( pollPeriodNs );
-      U8 const count = readCtrl().readFifoCount();
+      U8 const count = read<SpiCtrl>().readFifoCount();
       if ( count > 1 ) {
          // Streamed as the 8-bit value it is: one character whose code is the count.
          VOR_TRACE( traceHandle, 1, "SPI ERROR: Read count = " << count );
          return 0xFF;
       }
       if ( count == 1 ) {
-         SpiResponseFifo const response = readResponse();
+         SpiResponseFifo const response = read<SpiResponseFifo>();
          if ( response.dataValid() ) return response.data();
       }
    }
@@ -55,7 +64,7 @@ bool KivSpiInterface::doWrite( U16 address, U8 value ) {
    sendRegisterAddress( command, writeCmd, address );
    command.dataToWriteIs( value );
    command.csEndIs( 1 );
-   send( command );
+   write( command );
 
    // The simulated write is polled like a real one all the same: its result is that of the handle.
    if ( simulationVmid() ) simulatedDataIs( address, value );
@@ -63,9 +72,9 @@ bool KivSpiInterface::doWrite( U16 address, U8 value ) {
    U8 count = 0;
    for ( U32 poll = 0; poll < maxPolls; ++poll ) {
       nsleep( pollPeriodNs );
-      count = readCtrl().writeFifoCount();
+      count = read<SpiCtrl>().writeFifoCount();
       if ( count == 0 ) {
-         readCtrl();
+         read<SpiCtrl>();
          return true;
       }
    }
@@ -74,24 +83,24 @@ bool KivSpiInterface::doWrite( U16 address, U8 value ) {
 }
 
 void KivSpiInterface::doResetHwSm() {
-   SpiCtrl ctrl = readCtrl();
+   SpiCtrl ctrl = read<SpiCtrl>();
    // Both limit and counter have 8 bits, so that the limit comes round at 256.
    auto const limit = static_cast<U8>( 3 * ( ctrl.readFifoCount() + ctrl.writeFifoCount() ) );
    for ( U8 steps = 0; steps < limit && ( ctrl.readFifoCount() || ctrl.writeFifoCount() ); ++steps ) {
-      readResponse();
-      ctrl = readCtrl();
+      read<SpiResponseFifo>();
+      ctrl = read<SpiCtrl>();
    }
    SpiCommandFifo command;
    command.csEndIs( 1 );
-   send( command );
+   write( command );
    nsleep( transferEndNs );
 }
 
 void KivSpiInterface::doReset() {
    if ( !resetSupported_ ) return;
-   resetIs( 1 );
+   write( SpiReset( 1 ) );
    nsleep( resetNs );
-   resetIs( 0 );
+   write( SpiReset( 0 ) );
    nsleep( resetNs );
 }
 
@@ -101,46 +110,17 @@ void KivSpiInterface::simulatedDataDelAll() {
 
 void KivSpiInterface::sendRegisterAddress( SpiCommandFifo & command, U64 instruction, U16 address ) {
    command.dataToWriteIs( static_cast<U32>( instruction ) );
-   send( command );
+   write( command );
    command.dataToWriteIs( U32{ address } >> 8 );
-   send( command );
+   write( command );
    command.dataToWriteIs( address & 0xFFU );
-   send( command );
-}
-
-void KivSpiInterface::send( SpiCommandFifo const & command ) {
-   hamImpl_->write32( base_ + SpiCommandFifo::address(), command.value() );
-}
-
-SpiCtrl KivSpiInterface::readCtrl() {
-   U32 value = 0;
-   hamImpl_->read32( base_ + SpiCtrl::address(), value );
-   return SpiCtrl( value );
-}
-
-SpiResponseFifo KivSpiInterface::readResponse() {
-   U32 value = 0;
-   hamImpl_->read32( base_ + SpiResponseFifo::address(), value );
-   return SpiResponseFifo( value );
-}
-
-void KivSpiInterface::resetIs( U32 reset ) {
-   SpiReset value;
-   value.resetIs( reset );
-   hamImpl_->write32( base_ + SpiReset::address(), value.value() );
+   write( command );
 }
 
 Vor::Type const & KivSpiInterface::staticType() {
    static constinit auto const type =
       Vor::describe<KivSpiInterface, &kivSpiInterfaceFactory>( "Hardware::KivSpiInterface" );
    return type;
-}
-
-Vor::Ptr<KivSpiInterface>
-kivSpiInterfaceFactory( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
-   auto const spi = Vor::allocate<KivSpiInterface>( base, hamImpl, resetSupported );
-   spi->hasNotificationActiveIs( true );
-   return spi;
 }
 
 }   // namespace Hardware

@@ -12,6 +12,7 @@
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "platform/Ham.h"
+#include "sm/Creator.h"
 
 namespace Hardware {
 
@@ -67,10 +68,8 @@ class KivSpiInterface final : public Vor::PtrInterface {
 
  private:
    void sendRegisterAddress( SpiCommandFifo & command, U64 instruction, U16 address );
-   void send( SpiCommandFifo const & command );
-   SpiCtrl readCtrl();
-   SpiResponseFifo readResponse();
-   void resetIs( U32 reset );
+   template<class Register> Register read();
+   template<class Register> void write( Register const & value );
 
    U32 const base_;
    Vor::Ptr<Fru::HamImpl> const hamImpl_;
@@ -78,7 +77,6 @@ class KivSpiInterface final : public Vor::PtrInterface {
    SimulatedData simulatedData_;
 };
 
-Vor::Ptr<KivSpiInterface>
-kivSpiInterfaceFactory( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported );
+inline constexpr auto & kivSpiInterfaceFactory = creatorOf<KivSpiInterface>;
 
 }   // namespace Hardware

@@ -1,13 +1,11 @@
 #include "sm/Max24305Sm.h"
 
 #include "framework/ActivityManager.h"
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/Log.h"
-#include "framework/TypeRegistry.h"
 #include "hal/Max24305Hal.h"
 #include "platform/SimulationVmid.h"
+#include "sm/InitFailed.h"
 #include "sm/ResetPulse.h"
 #include "sm/Steps.h"
 #include "util/Utils.h"
@@ -32,18 +30,6 @@ constexpr char switchoverTrace[] = "Switchover in progress. Wait for Dovra to be
 // What "now" is for the lock timer.
 double now() { return Vor::activityManager().config().clock()->now(); }
 
-// The message is declared with the module's types.
-Vor::LogHandle const & initFailed() {
-   static Vor::LogHandle const handle(
-      "MAX24305_INIT_FAILED", 3, "Possible hardware error with the Max24305 chip.",
-      "Initialization of the Max24305 chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
-   return handle;
-}
-
-void logInitFailed() {
-   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
-}
-
 // Sets one of the two published records, and tells of `first` and of the change.
 template<class Record, class State, class... First>
 void publishAndTell(
@@ -55,28 +41,6 @@ void publishAndTell(
 }
 
 }   // namespace
-
-Max24305Sm::Max24305Sm(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo )
-   : status_( status ), pllStatus_( pllStatus ), resetGpo_( resetGpo ) {
-   redundancyStatus_.notifierIs( redundancyStatus );
-   config_.notifierIs( config );
-   timeSyncStatus_.notifierIs( timeSyncStatus );
-}
-
-Vor::Ptr<Max24305Sm> Max24305Sm::Max24305SmIs(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   auto const machine =
-      Vor::allocate<Max24305Sm>( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo );
-   machine->hasNotificationActiveIs( true );
-   return machine;
-}
 
 void Max24305Sm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
@@ -104,10 +68,11 @@ void Max24305Sm::handleEnvironmentChanges() {
    wired( hamImpl() );
    wired( config() );
    if ( !simulationVmid() ) wired( setClearGpo() );
-   Readiness const rows = readiness();
-   gateTell();
-   if ( !allMet( rows ) ) {
-      for ( GateRow const & row : rows )
+   Gate const rows = gate();
+   tellStep( *this, Steps::GateEvaluated{ rows } );
+   auto const readiness = std::span( rows ).first( timeSyncPlace );
+   if ( !allMet( readiness ) ) {
+      for ( GateRow const & row : readiness )
          if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
@@ -115,7 +80,7 @@ void Max24305Sm::handleEnvironmentChanges() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
    wired( timeSyncStatus() );
-   if ( GateRow const row = timeSyncRow(); !row.met ) {
+   if ( GateRow const & row = rows[timeSyncPlace]; !row.met ) {
       publishedStatesReset();
       VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
@@ -203,7 +168,7 @@ void Max24305Sm::doProgramMax24305() {
       nsleep( retryPauseNs );
    }
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   logInitFailed();
+   logInitFailed( max24305InitFailed );
 }
 
 void Max24305Sm::doWaitForLock() {
@@ -231,7 +196,7 @@ void Max24305Sm::doWaitForLock() {
       lockStatusClock()->timeMinIs( now() + lockPollPeriod );
       return;
    }
-   logInitFailed();
+   logInitFailed( max24305InitFailed );
    publishAndTell( *this, status(), Max24305::failed_ );
    publishAndTell( *this, pllStatus(), Kiv::ClockStatus::failed_ );
    VOR_TRACE( traceHandle, 1, "Could not get APLL lock. FAILED" );
@@ -250,9 +215,9 @@ void Max24305Sm::publishedStatesReset() {
 }
 
 Gate Max24305Sm::gate() const {
-   Readiness const ready = readiness();
-   Gate rows( ready.begin(), ready.end() );
-   rows.push_back( timeSyncRow() );
+   Gate rows{
+      hardwareRow( hamImpl(), " Kiv hardware not present" ), sequenceRow( config(), " Invalid programming sequence." ),
+      inputRow_(), timeSyncRow( timeSyncStatus(), " TimeSync not enabled" ) };
    if ( !redundancyStatus() )
       rows.push_back( { "redundancy", "missing" } );
    else if ( redundancyStatus()->mode() == Redundancy::switchover_ )
@@ -262,35 +227,8 @@ Gate Max24305Sm::gate() const {
    return rows;
 }
 
-Max24305Sm::Readiness Max24305Sm::readiness() const {
-   return {
-      hardwareRow( hamImpl(), " Kiv hardware not present" ), sequenceRow( config(), " Invalid programming sequence." ),
-      ( this->*inputRow_ )() };
-}
-
-GateRow Max24305Sm::resetOutputRow() const {
-   return Hardware::resetOutputRow( setClearGpo(), " Gpo ham not available yet" );
-}
-
-GateRow Max24305Sm::timeSyncRow() const { return Hardware::timeSyncRow( timeSyncStatus(), " TimeSync not enabled" ); }
-
-void Max24305Sm::gateTell() const {
-   if ( stepsTold() ) tellStep( *this, Steps::GateEvaluated{ gate() } );
-}
-
 bool Max24305Sm::dovraWritable() const {
    return redundancyStatus()->switchoverStage().value( dovraWritableSwitchoverStage );
-}
-
-void Max24305Sm::kivSpiIntfIs( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
-   kivSpiIntf_ = kivSpiInterfaceFactory( base, hamImpl, resetSupported );
-}
-
-void Max24305Sm::timerWheelIs(
-   Vor::Ptr<Vor::Clock const> const & systemClock, U32 tickMsecs, U32 initialMaxTicks, bool preserveOrder,
-   U32 defaultBucketSize ) {
-   timerWheel_ =
-      Jor::TimerWheel::TimerWheelIs( systemClock, tickMsecs, initialMaxTicks, preserveOrder, defaultBucketSize );
 }
 
 Vor::Type const & Max24305Sm::staticType() {
@@ -298,26 +236,6 @@ Vor::Type const & Max24305Sm::staticType() {
    return type;
 }
 
-Vor::Ptr<Max24305Sm> max24305SmFactory(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   return Max24305Sm::Max24305SmIs( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo );
-}
-
-namespace Max24305SmModule {
-
-Vor::TraceHandle const traceHandle( "Hardware::Max24305Sm" );
-
-void registerTypes( Vor::Module & module ) {
-   module.typeNodeIs( KivSpiInterface::staticType() );
-   registerWithTolvaneInput( module );
-   registerWithStuffedClockInput( module );
-   module.typeNodeIs( Max24305Sm::staticType() );
-   initFailed();
-}
-
-}   // namespace Max24305SmModule
+Vor::TraceHandle const Max24305SmModule::traceHandle( "Hardware::Max24305Sm" );
 
 }   // namespace Hardware

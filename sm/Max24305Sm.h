@@ -26,11 +26,12 @@
 #include "platform/PtpTimeSyncStatus.h"
 #include "platform/RedundancyStatus.h"
 #include "platform/SetClearGpo.h"
+#include "sm/Creator.h"
 #include "sm/Gate.h"
 #include "sm/KivSpiInterface.h"
 #include "sm/Max24305SmModule.h"
 
-#include <array>
+#include <functional>
 
 namespace Hardware {
 
@@ -74,14 +75,17 @@ class Max24305Sm : public Vor::StateMachine {
       Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
       Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
       Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+      Vor::Ptr<Fru::Gpo const> const & resetGpo )
+      : status_( status ), pllStatus_( pllStatus ), resetGpo_( resetGpo ) {
+      redundancyStatus_.notifierIs( redundancyStatus );
+      config_.notifierIs( config );
+      timeSyncStatus_.notifierIs( timeSyncStatus );
+   }
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<Max24305Sm> Max24305SmIs(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<Max24305Sm> Max24305SmIs( auto const &... parameters ) {
+      return creatorOf<Max24305Sm>( parameters... );
+   }
 
    /// Completes the wiring; runs once.
    virtual void handleInitialized();
@@ -146,12 +150,17 @@ class Max24305Sm : public Vor::StateMachine {
    Vor::Ptr<Fru::Gpo const> resetGpo() const { return resetGpo_; }
 
    Vor::Ptr<KivSpiInterface> kivSpiIntf() const { return kivSpiIntf_; }
-   void kivSpiIntfIs( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported );
+   void kivSpiIntfIs( U32 base, Vor::Ptr<Fru::HamImpl> const & hamImpl, bool resetSupported ) {
+      kivSpiIntf_ = kivSpiInterfaceFactory( base, hamImpl, resetSupported );
+   }
    void kivSpiIntfDel() { kivSpiIntf_ = nullptr; }
    Vor::Ptr<Jor::TimerWheel> timerWheel() const { return timerWheel_; }
    void timerWheelIs(
       Vor::Ptr<Vor::Clock const> const & systemClock, U32 tickMsecs, U32 initialMaxTicks, bool preserveOrder,
-      U32 defaultBucketSize );
+      U32 defaultBucketSize ) {
+      timerWheel_ =
+         Jor::TimerWheel::TimerWheelIs( systemClock, tickMsecs, initialMaxTicks, preserveOrder, defaultBucketSize );
+   }
    void timerWheelDel() { timerWheel_ = nullptr; }
 
    /// Polls since the last successful programming.
@@ -189,26 +198,18 @@ class Max24305Sm : public Vor::StateMachine {
  protected:
    static constexpr auto & vorSource = Max24305SmModule::source;
 
-   // The rows without which no gate goes on.
-   using Readiness = std::array<GateRow, 3>;
-   Readiness readiness() const;
-   GateRow timeSyncRow() const;
-   /// Hands the rows to the step sink.
-   void gateTell() const;
+   /// The place of time sync among the gate's rows; a gate looks at it only when those before it are met.
+   static constexpr std::size_t timeSyncPlace = 3;
 
-   /// The row that depends on where the chip's input comes from; that of the reset output unless a variant has another.
-   template<class Variant> void inputRowIs( GateRow ( Variant::*row )() const ) {
-      inputRow_ = static_cast<InputRow>( row );
-   }
+   /// Makes the row that depends on where the chip's input comes from; that of the reset output unless a variant has
+   /// another.
+   void inputRowIs( std::function<GateRow()> row ) { inputRow_ = std::move( row ); }
 
    /// Sets both published records to 0, the chip's first.
    void publishedStatesReset();
 
  private:
-   using InputRow = GateRow ( Max24305Sm::* )() const;
-
    bool dovraWritable() const;
-   GateRow resetOutputRow() const;
 
    Watched<VorRedundancyStatus, Redundancy::RedundancyStatus const> redundancyStatus_{ *this };
    Watched<VorConfig, Max24305::Config const> config_{ *this };
@@ -223,14 +224,12 @@ class Max24305Sm : public Vor::StateMachine {
    Vor::Ptr<Jor::TimerWheel> timerWheel_;
    Watched<VorLockStatusClock, Jor::TimerWheel const> lockStatusClock_{ *this };
    bool initialized_ = false;
-   InputRow inputRow_ = &Max24305Sm::resetOutputRow;
+   std::function<GateRow()> inputRow_ = [this] {
+      return resetOutputRow( setClearGpo(), " Gpo ham not available yet" );
+   };
 };
 
 /// What Max24305SmIs returns, for creation by the type's name.
-Vor::Ptr<Max24305Sm> max24305SmFactory(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo );
+inline constexpr auto & max24305SmFactory = creatorOf<Max24305Sm>;
 
 }   // namespace Hardware

@@ -8,19 +8,16 @@ namespace Hardware {
 
 class Max24305WithStuffedClockInputSm final : public Max24305Sm {
  public:
-   /// Wires the machine and evaluates its gate once, which may bring the chip up before this returns.
-   Max24305WithStuffedClockInputSm(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+   /// Takes what the base takes, wires the machine and evaluates its gate once, which may bring the chip up before this
+   /// returns.
+   explicit Max24305WithStuffedClockInputSm( auto const &... parameters ) : Max24305Sm( parameters... ) {
+      handleInitialized();
+   }
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<Max24305WithStuffedClockInputSm> Max24305WithStuffedClockInputSmIs(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<Max24305WithStuffedClockInputSm> Max24305WithStuffedClockInputSmIs( auto const &... parameters ) {
+      return creatorOf<Max24305WithStuffedClockInputSm>( parameters... );
+   }
 
    void handleInitialized() override;
 

@@ -1,35 +1,12 @@
 #include "sm/Max24305WithTolvaneInputSm.h"
 
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/TypeRegistry.h"
+#include "sm/Steps.h"
 
 namespace Hardware {
 
 using Max24305SmModule::traceHandle;
-
-Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSm(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
-   : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
-   tolvaneStatus_.notifierIs( tolvaneStatus );
-   inputRowIs( &Max24305WithTolvaneInputSm::tolvaneRow );
-   handleInitialized();
-}
-
-Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSm::Max24305WithTolvaneInputSmIs(
-   Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-   Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-   Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus ) {
-   auto const machine = Vor::allocate<Max24305WithTolvaneInputSm>(
-      redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo, tolvaneStatus );
-   machine->hasNotificationActiveIs( true );
-   return machine;
-}
 
 void Max24305WithTolvaneInputSm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
@@ -47,10 +24,11 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    }
    wired( hamImpl() );
    wired( config() );
-   Readiness const rows = readiness();
-   gateTell();
-   if ( !allMet( rows ) ) {
-      for ( GateRow const & row : rows )
+   Gate const rows = gate();
+   tellStep( *this, Steps::GateEvaluated{ rows } );
+   auto const readiness = std::span( rows ).first( timeSyncPlace );
+   if ( !allMet( readiness ) ) {
+      for ( GateRow const & row : readiness )
          if ( !row.met ) VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       publishedStatesReset();
       return;
@@ -58,7 +36,7 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ << " state : " << timeSyncStatus()->state() );
    VOR_TRACE( traceHandle, 1, " status : " << status()->state() << " pllStatus : " << pllStatus()->state() );
    auto const timeSync = timeSyncStatus()->state();
-   if ( GateRow const row = timeSyncRow(); !row.met ) {
+   if ( GateRow const & row = rows[timeSyncPlace]; !row.met ) {
       publishedStatesReset();
       VOR_TRACE( traceHandle, 1, __func__ << row.trace );
       return;
@@ -77,18 +55,10 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
    doProgramMax24305();
 }
 
-GateRow Max24305WithTolvaneInputSm::tolvaneRow() const {
-   return Hardware::tolvaneRow( tolvaneStatus(), " Tolvane does not exist or its not ready." );
-}
-
 Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
-   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &Max24305WithTolvaneInputSmIs>(
+   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &creatorOf<Max24305WithTolvaneInputSm>>(
       "Hardware::Max24305WithTolvaneInputSm" );
    return type;
-}
-
-void Max24305SmModule::registerWithTolvaneInput( Vor::Module & module ) {
-   module.typeNodeIs( Max24305WithTolvaneInputSm::staticType() );
 }
 
 }   // namespace Hardware

@@ -21,14 +21,17 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
       Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
       Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
       Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus );
+      Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus )
+      : Max24305Sm( redundancyStatus, config, status, pllStatus, timeSyncStatus, resetGpo ) {
+      tolvaneStatus_.notifierIs( tolvaneStatus );
+      inputRowIs( [this] { return tolvaneRow( this->tolvaneStatus(), " Tolvane does not exist or its not ready." ); } );
+      handleInitialized();
+   }
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSmIs(
-      Vor::Ptr<Redundancy::RedundancyStatus const> const & redundancyStatus,
-      Vor::Ptr<Max24305::Config const> const & config, Vor::Ptr<Max24305::Status> const & status,
-      Vor::Ptr<Kiv::ClockStatus> const & pllStatus, Vor::Ptr<PtpTimeSync::Status const> const & timeSyncStatus,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo, Vor::Ptr<Tolvane::Status const> const & tolvaneStatus );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSmIs( auto const &... parameters ) {
+      return creatorOf<Max24305WithTolvaneInputSm>( parameters... );
+   }
 
    void handleInitialized() override;
    void handleEnvironmentChanges() override;
@@ -48,8 +51,6 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
          "tolvaneStatus", &Max24305WithTolvaneInputSm::tolvaneStatus, &Max24305WithTolvaneInputSm::tolvaneStatusIs>>;
 
  private:
-   GateRow tolvaneRow() const;
-
    Vor::ReactorAttribute<VorTolvaneStatus, Tolvane::Status const, Max24305WithTolvaneInputSm> tolvaneStatus_{ *this };
 };
 

@@ -1,12 +1,10 @@
 #include "sm/TolvaneSm.h"
 
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
-#include "framework/Log.h"
-#include "framework/TypeRegistry.h"
 #include "hal/KivHal.h"
 #include "platform/SimulationVmid.h"
+#include "sm/InitFailed.h"
 #include "sm/ResetPulse.h"
 #include "sm/Steps.h"
 
@@ -15,14 +13,6 @@ namespace Hardware {
 namespace {
 
 Vor::TraceHandle const traceHandle( "Hardware::TolvaneSm" );
-
-// The message is declared with the module's types.
-Vor::LogHandle const & initFailed() {
-   static Vor::LogHandle const handle(
-      "TOLVANE_INIT_FAILED", 3, "Possible hardware error with the Tolvane chip.",
-      "Initialization of the Tolvane chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
-   return handle;
-}
 
 constexpr U32 resetActiveNs = 100'000'000;
 constexpr U32 resetRecoveryNs = 200'000'000;
@@ -37,22 +27,25 @@ void publishAndTell( TolvaneSm const & machine, Tolvane::State state, First cons
    } );
 }
 
+// Resets and enables the chip, and asks whether it answers.
+Steps::EnableDone attempt( TolvaneSm const & machine ) {
+   pulseReset( machine.resetGpo(), resetActiveNs, resetRecoveryNs );
+   tellStep( machine, Steps::ResetPulsed{} );
+
+   U32 const address = machine.config()->offset() + TolvaneEnable::address();
+   U32 value = 0;
+   machine.hamImpl()->read32( address, value );
+   TolvaneEnable enable( value );
+   enable.enableIs( 1 );
+   machine.hamImpl()->write32( address, enable.value() );
+   nsleep( enableNs );
+   machine.hamImpl()->read32( address, value );
+   enable.valueIs( value );
+   // Either bit shows that the chip is there.
+   return { value, enable.powerGood() || enable.enable() };
+}
+
 }   // namespace
-
-TolvaneSm::TolvaneSm(
-   Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo )
-   : config_( config ), status_( status ), resetGpo_( resetGpo ) {
-   handleInitialized();
-}
-
-Vor::Ptr<TolvaneSm> TolvaneSm::TolvaneSmIs(
-   Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-   Vor::Ptr<Fru::Gpo const> const & resetGpo ) {
-   auto const machine = Vor::allocate<TolvaneSm>( config, status, resetGpo );
-   machine->hasNotificationActiveIs( true );
-   return machine;
-}
 
 void TolvaneSm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
@@ -96,7 +89,7 @@ void TolvaneSm::doProgramTolvane() {
       numRetries_ = retries;
       U32 const number = maxAttempts + 1 - retries;
       tellStep( *this, Steps::AttemptBegun{ number, maxAttempts } );
-      Steps::EnableDone const done = attempt();
+      Steps::EnableDone const done = attempt( *this );
       tellStep( *this, done );
       if ( done.answers ) {
          publishAndTell( *this, Tolvane::ready_, Steps::ProgrammingEnded{ number, true } );
@@ -107,35 +100,12 @@ void TolvaneSm::doProgramTolvane() {
    }
    numRetries_ = 0;
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   if ( Vor::okToLog( initFailed().id() ) ) Vor::log( initFailed().id(), nullptr, 0 );
-}
-
-/// Resets and enables the chip, and asks whether it answers.
-Steps::EnableDone TolvaneSm::attempt() {
-   pulseReset( resetGpo(), resetActiveNs, resetRecoveryNs );
-   tellStep( *this, Steps::ResetPulsed{} );
-
-   U32 const address = config()->offset() + TolvaneEnable::address();
-   U32 value = 0;
-   hamImpl()->read32( address, value );
-   TolvaneEnable enable( value );
-   enable.enableIs( 1 );
-   hamImpl()->write32( address, enable.value() );
-   nsleep( enableNs );
-   hamImpl()->read32( address, value );
-   enable.valueIs( value );
-   // Either bit shows that the chip is there.
-   return { value, enable.powerGood() || enable.enable() };
+   logInitFailed( tolvaneInitFailed );
 }
 
 Vor::Type const & TolvaneSm::staticType() {
-   static constinit auto const type = Vor::describe<TolvaneSm, &TolvaneSm::TolvaneSmIs>( "Hardware::TolvaneSm" );
+   static constinit auto const type = Vor::describe<TolvaneSm, &creatorOf<TolvaneSm>>( "Hardware::TolvaneSm" );
    return type;
-}
-
-void registerTolvaneSm( Vor::Module & module ) {
-   module.typeNodeIs( TolvaneSm::staticType() );
-   initFailed();
 }
 
 }   // namespace Hardware

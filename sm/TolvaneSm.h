@@ -11,13 +11,10 @@
 #include "framework/Trace.h"
 #include "hardware/HwTolvane.h"
 #include "platform/SetClearGpo.h"
+#include "sm/Creator.h"
 #include "sm/Gate.h"
 
 namespace Hardware {
-
-namespace Steps {
-struct EnableDone;
-}
 
 class TolvaneSm final : public Vor::StateMachine {
    class VorSetClearGpo final : public Vor::Reactor<SetClearGpo::NotifieeConst, TolvaneSm> {
@@ -35,12 +32,15 @@ class TolvaneSm final : public Vor::StateMachine {
    /// Keeps its three arguments and runs handleInitialized.
    TolvaneSm(
       Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+      Vor::Ptr<Fru::Gpo const> const & resetGpo )
+      : config_( config ), status_( status ), resetGpo_( resetGpo ) {
+      handleInitialized();
+   }
 
-   /// A new machine with its notification switched on.
-   static Vor::Ptr<TolvaneSm> TolvaneSmIs(
-      Vor::Ptr<Tolvane::Config const> const & config, Vor::Ptr<Tolvane::Status> const & status,
-      Vor::Ptr<Fru::Gpo const> const & resetGpo );
+   /// A new machine with its notification switched on; takes what its constructor takes.
+   static Vor::Ptr<TolvaneSm> TolvaneSmIs( auto const &... parameters ) {
+      return creatorOf<TolvaneSm>( parameters... );
+   }
 
    /// Wires both reactors, then decides for the first time.
    void handleInitialized();
@@ -85,8 +85,6 @@ class TolvaneSm final : public Vor::StateMachine {
    static constexpr char vorSource[] = "TolvaneSm";
    static constexpr U32 maxAttempts = 5;
 
-   Steps::EnableDone attempt();
-
    Vor::Ptr<Tolvane::Config const> const config_;
    Vor::Ptr<Tolvane::Status> const status_;
    Vor::Ptr<Fru::Gpo const> const resetGpo_;
@@ -95,8 +93,5 @@ class TolvaneSm final : public Vor::StateMachine {
    bool initialized_ = false;
    U32 numRetries_ = maxAttempts;
 };
-
-/// Registers this module's type and declares its logged message.
-void registerTolvaneSm( Vor::Module & module );
 
 }   // namespace Hardware
