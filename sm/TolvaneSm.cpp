@@ -12,10 +12,10 @@ namespace Hardware {
 
 namespace {
 
-Vor::TraceHandle const traceHandle( "Hardware::TolvaneSm" );
+Vor::TraceHandle const tolvaneTrace( "Hardware::TolvaneSm" );
 
-constexpr U32 resetActiveNs = 100'000'000;
-constexpr U32 resetRecoveryNs = 200'000'000;
+constexpr U32 tolvaneResetNs = 100'000'000;
+constexpr U32 tolvaneRecoveryNs = 200'000'000;
 constexpr U32 enableNs = 500'000'000;
 
 // Sets the published record, and tells of `first` and of the change.
@@ -29,7 +29,7 @@ void publishAndTell( TolvaneSm const & machine, Tolvane::State state, First cons
 
 // Resets and enables the chip, and asks whether it answers.
 Steps::EnableDone attempt( TolvaneSm const & machine ) {
-   pulseReset( machine.resetGpo(), resetActiveNs, resetRecoveryNs );
+   pulseReset( machine.resetGpo(), tolvaneResetNs, tolvaneRecoveryNs );
    tellStep( machine, Steps::ResetPulsed{} );
 
    U32 const address = machine.config()->offset() + TolvaneEnable::address();
@@ -48,7 +48,7 @@ Steps::EnableDone attempt( TolvaneSm const & machine ) {
 }   // namespace
 
 void TolvaneSm::handleInitialized() {
-   VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
+   VOR_TRACE( tolvaneTrace, 1, __PRETTY_FUNCTION__ );
    VOR_ASSERT( config() );
    VOR_ASSERT( status() );
    VOR_ASSERT( resetGpo() );
@@ -65,7 +65,7 @@ void TolvaneSm::handleInitialized() {
 
 void TolvaneSm::handleEnvironmentChanges() {
    if ( !initialized() ) return;
-   VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
+   VOR_TRACE( tolvaneTrace, 1, __PRETTY_FUNCTION__ );
    wired( hamImpl() );
    Gate const rows = gate();
    // It stops at the first row that is not met: behind it, missing wiring is of no matter.
@@ -81,7 +81,7 @@ Gate TolvaneSm::gate() const { return { hardwareRow( hamImpl() ), resetOutputRow
 
 void TolvaneSm::doProgramTolvane() {
    if ( !initialized() ) return;
-   VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );
+   VOR_TRACE( tolvaneTrace, 1, __PRETTY_FUNCTION__ );
    publishAndTell( *this, Tolvane::uninitialized_ );
    VOR_ASSERT( resetGpo() );
    // The run counts for itself: a change during one of its sleeps may start another run within it.
@@ -96,7 +96,7 @@ void TolvaneSm::doProgramTolvane() {
          return;
       }
       publishAndTell( *this, Tolvane::failed_, Steps::AttemptFailed{ number, maxAttempts, done } );
-      VOR_TRACE( traceHandle, 1, "Tolvane initialization failed. Retrying." );
+      VOR_TRACE( tolvaneTrace, 1, "Tolvane initialization failed. Retrying." );
    }
    numRetries_ = 0;
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
