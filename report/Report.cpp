@@ -2,6 +2,7 @@
 
 #include "framework/Log.h"
 #include "framework/Trace.h"
+#include "hal/Max24305Hal.h"
 #include "report/ReportText.h"
 
 #include <fmt/format.h>
@@ -100,9 +101,8 @@ struct Report::Chip {
       switch ( published.state ) {
       case Max24305::ready_:
          steps.endNs = nowNs();
-         details = fmt::format(
-            "after {} {}, output {}", poll.number, poll.number == 1 ? "poll" : "polls",
-            frequencyText( frequencyInHz ) );
+         details =
+            fmt::format( "after {} {}, output {}", poll.number, poll.number == 1 ? "poll" : "polls", frequencyText() );
          break;
       case Max24305::failed_:
          if ( !wasLocking ) return;   // the attempt has told of itself
@@ -133,8 +133,16 @@ struct Report::Chip {
 
    void pollShow( U64 ns ) {
       if ( std::exchange( pollShown, true ) ) return;
-      report.line( ns, name, fmt::format( "lock poll {}", poll.number ), apllText( ApllStatus( poll.status ) ) );
+      ApllStatus const status( poll.status );
+      auto const locked = []( bool is ) { return is ? "locked" : "not locked"; };
+      report.line(
+         ns, name, fmt::format( "lock poll {}", poll.number ),
+         fmt::format(
+            "APLL status 0x{:02x}: APLL 1 {}, APLL 2 {}", status.value(), locked( status.apll1Locked() ),
+            locked( status.apll2Locked() ) ) );
    }
+
+   std::string frequencyText() const { return frequencyInHz ? fmt::format( "{} Hz", *frequencyInHz ) : "unknown"; }
 
    std::vector<std::string> stateRow() const {
       std::string const tries = std::to_string( attempts );
@@ -147,7 +155,7 @@ struct Report::Chip {
          tries,
          fmt::format( "{}/{}", operation, operations ),
          std::to_string( poll.number ),
-         state == "ready" ? frequencyText( frequencyInHz ) : "" };
+         state == "ready" ? frequencyText() : "" };
    }
 
    // Of the last attempt, which is the successful one where the chip is ready. What was cut short has no time.

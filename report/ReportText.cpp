@@ -9,17 +9,6 @@ std::string secondsText( U64 ns ) {
    return fmt::format( "{}.{:09}", ns / nsPerSecond, ns % nsPerSecond );
 }
 
-std::string frequencyText( std::optional<U32> frequencyInHz ) {
-   return frequencyInHz ? fmt::format( "{} Hz", *frequencyInHz ) : "unknown";
-}
-
-std::string apllText( Hardware::ApllStatus status ) {
-   auto const locked = []( bool is ) { return is ? "locked" : "not locked"; };
-   return fmt::format(
-      "APLL status 0x{:02x}: APLL 1 {}, APLL 2 {}", status.value(), locked( status.apll1Locked() ),
-      locked( status.apll2Locked() ) );
-}
-
 std::string failureText( Hardware::Steps::AttemptFailed const & failed ) {
    auto const * const done = std::get_if<Hardware::Steps::OperationDone>( &failed.at );
    if ( !done ) return "neither enable nor power good reads back";

@@ -1,12 +1,10 @@
 // The wording of what the command tells people about chips and times.
 #pragma once
 
-#include "hal/Max24305Hal.h"
 #include "input/CardDescription.h"
 #include "report/Style.h"
 #include "sm/Steps.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,12 +12,6 @@ namespace Host {
 
 /// "1.300000000": to the nanosecond, for that is how finely runs repeat.
 std::string secondsText( U64 ns );
-
-/// "10000000 Hz", "unknown" for none.
-std::string frequencyText( std::optional<U32> frequencyInHz );
-
-/// "APLL status 0x01: APLL 1 locked, APLL 2 not locked".
-std::string apllText( Hardware::ApllStatus status );
 
 /// Why an attempt failed: "operation 3 of 5, read 0x10: expected 0x3c, found 0x3d".
 std::string failureText( Hardware::Steps::AttemptFailed const & failed );
