@@ -24,13 +24,30 @@ namespace Vor {
 
 class Activity;
 
+class StateMachine;
+
+/// What every reactor attribute does, whatever it watches.
 class ReactorAttributeBase {
  public:
-   virtual void hasNotificationActiveIs( bool active ) = 0;
-   virtual void zombieIs( bool zombie ) = 0;
+   ReactorAttributeBase( ReactorAttributeBase const & ) = delete;
+   ReactorAttributeBase & operator=( ReactorAttributeBase const & ) = delete;
+   ~ReactorAttributeBase() { notifierDel(); }
+
+   void notifierDel();
 
  protected:
-   ~ReactorAttributeBase() = default;
+   explicit ReactorAttributeBase( StateMachine & machine );
+
+   /// Points the reactor that is there at another notifier; a null one deletes it.
+   void pointTo( Ptr<PtrInterface const> const & notifier );
+   /// Puts a reactor in the place of one that is there.
+   void reactorIs( Ptr<NotifieeBase> const & made );
+
+   StateMachine & machine_;
+   Ptr<NotifieeBase> reactor_;
+
+ private:
+   friend StateMachine;
 };
 
 /// Base of the state machines: switches its reactors, in the order in which they are declared.
@@ -50,7 +67,7 @@ class StateMachine : public PtrInterface {
    void zeroReferencesIs( bool zero ) override;
 
  private:
-   template<class, class, class> friend class ReactorAttribute;
+   friend ReactorAttributeBase;
 
    std::vector<ReactorAttributeBase *> reactors_;
    bool notificationActive_ = false;
@@ -87,50 +104,23 @@ template<class Notifiee, class Machine> class Reactor : public Notifiee {
 /// The attribute that holds a reactor on a `Notifier`; declared in the machine, in the order of its attributes.
 template<class ReactorType, class Notifier, class Machine> class ReactorAttribute final : public ReactorAttributeBase {
  public:
-   explicit ReactorAttribute( Machine & machine ) : machine_( machine ) {
-      static_cast<StateMachine &>( machine ).reactors_.push_back( this );
-   }
-   ReactorAttribute( ReactorAttribute const & ) = delete;
-   ReactorAttribute & operator=( ReactorAttribute const & ) = delete;
-   ~ReactorAttribute() { notifierDel(); }
+   explicit ReactorAttribute( Machine & machine ) : ReactorAttributeBase( machine ) {}
 
-   ReactorType * reactor() const { return reactor_.ptr(); }
-   Ptr<Notifier> notifier() const { return reactor_ ? const_cast<Notifier *>( reactor_->notifier().ptr() ) : nullptr; }
+   ReactorType * reactor() const { return static_cast<ReactorType *>( reactor_.ptr() ); }
+   Ptr<Notifier> notifier() const { return reactor_ ? const_cast<Notifier *>( reactor()->notifier().ptr() ) : nullptr; }
 
    void notifierIs( Ptr<Notifier> const & notifier ) {
-      if ( !notifier ) {
-         notifierDel();
-      } else if ( reactor_ ) {
-         Ptr<ReactorType> const held = reactor_;
-         held->notifierIs( Ptr<PtrInterface const>( notifier ) );
-      } else {
+      if ( notifier && !reactor_ )
          newReactor( notifier );
-      }
+      else
+         pointTo( notifier );
    }
    /// Makes the reactor, in place of one that is there.
    Ptr<ReactorType> newReactor( Ptr<Notifier> const & notifier ) {
-      Ptr<ReactorType> const made = new ReactorType( notifier, &machine_ );
-      made->hasNotificationActiveIs( machine_.hasNotificationActive() );
-      notifierDel();
-      return reactor_ = made;
+      Ptr<ReactorType> const made = new ReactorType( notifier, static_cast<Machine *>( &machine_ ) );
+      reactorIs( made );
+      return made;
    }
-   void notifierDel() {
-      Ptr<ReactorType> const dropped = std::exchange( reactor_, nullptr );
-      if ( !dropped ) return;
-      dropped->vorZombieIs( true );
-      dropped->notifierIs( Ptr<PtrInterface const>() );
-   }
-
-   void hasNotificationActiveIs( bool active ) override {
-      if ( reactor_ ) reactor_->hasNotificationActiveIs( active );
-   }
-   void zombieIs( bool zombie ) override {
-      if ( reactor_ ) reactor_->vorZombieIs( zombie );
-   }
-
- private:
-   Machine & machine_;
-   Ptr<ReactorType> reactor_;
 };
 
 }   // namespace Vor
