@@ -32,51 +32,45 @@ template<std::size_t size> struct Tag {
    constexpr operator std::string_view() const { return { text, size - 1 }; }
 };
 
-/// Set by the constructor and never changed.
-template<Tag tag, auto getter> struct Fixed {
+/// What every entry of a list has.
+template<Tag tag, Attribute::Kind is> struct Entry {
    static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::constructorParameter;
+   static constexpr Attribute::Kind kind = is;
+};
+
+/// Set by the constructor and never changed.
+template<Tag tag, auto getter> struct Fixed : Entry<tag, Attribute::Kind::constructorParameter> {
    static constexpr auto get = getter;
 };
 
 /// A constructor parameter that can be changed afterwards; the setter decides what that does.
-template<Tag tag, auto getter, auto setter> struct FixedAtFirst {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::constructorParameter;
-   static constexpr auto get = getter;
+template<Tag tag, auto getter, auto setter> struct FixedAtFirst : Fixed<tag, getter> {
    static constexpr auto set = setter;
 };
 
 /// Stored and notified by its setter. A new object has the `first` value; without one, the default value of the type.
-template<Tag tag, auto getter, auto setter, auto callback, auto first = nullptr> struct Changeable {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::changeable;
+template<Tag tag, auto getter, auto setter, auto callback, auto first = nullptr>
+struct Changeable : Entry<tag, Attribute::Kind::changeable> {
    static constexpr auto get = getter;
    static constexpr auto set = setter;
    static constexpr auto notify = callback;
 };
 
 /// Readable without notification; settable where a setter is named. A getter may also be the address of a constant.
-template<Tag tag, auto getter, auto setter = nullptr> struct Plain {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::plain;
+template<Tag tag, auto getter, auto setter = nullptr> struct Plain : Entry<tag, Attribute::Kind::plain> {
    static constexpr auto get = getter;
    static constexpr auto set = setter;
 };
 
 /// A public data member of a value type, read and set as it is.
-template<Tag tag, auto member> struct Member {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::plain;
+template<Tag tag, auto member> struct Member : Entry<tag, Attribute::Kind::plain> {
    static constexpr auto get = member;
    static constexpr auto store = member;
 };
 
 /// Values by key, notifying nobody. `getter` gives an object that has keys() and value( key ); setter and deleter are
 /// the owner's own operations, null where it has none.
-template<Tag tag, auto getter, auto setter, auto deleter> struct Keyed {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::collection;
+template<Tag tag, auto getter, auto setter, auto deleter> struct Keyed : Entry<tag, Attribute::Kind::collection> {
    static constexpr auto collection = getter;
    static constexpr auto setAt = setter;
    static constexpr auto deleteAt = deleter;
@@ -88,23 +82,19 @@ template<
    Tag tag, auto getter, auto setter, auto deleter, class NotifieeConst, class KeyArgument,
    void ( NotifieeConst::*callback )( KeyArgument ), void ( NotifieeConst::*wholeCallback )()>
 struct Collection : Keyed<tag, getter, setter, deleter> {
+   using Key = std::remove_cvref_t<KeyArgument>;
    static constexpr auto notify = callback;
-   static constexpr auto notifyWhole = wholeCallback;
 };
 
 /// A collection that is computed rather than kept: it can be read, set or deleted by key, but not walked.
-template<Tag tag, auto getter, auto setter, auto deleter> struct Indexed {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::collection;
+template<Tag tag, auto getter, auto setter, auto deleter> struct Indexed : Entry<tag, Attribute::Kind::collection> {
    static constexpr auto getAt = getter;
    static constexpr auto setAt = setter;
    static constexpr auto deleteAt = deleter;
 };
 
 /// A function, with the names of its arguments.
-template<Tag tag, auto function, Tag... argumentNames> struct Operation {
-   static constexpr std::string_view name = tag;
-   static constexpr auto kind = Attribute::Kind::operation;
+template<Tag tag, auto function, Tag... argumentNames> struct Operation : Entry<tag, Attribute::Kind::operation> {
    static constexpr auto call = function;
    static constexpr std::array<std::string_view, sizeof...( argumentNames )> arguments{ argumentNames... };
 };
@@ -135,14 +125,10 @@ template<class... A> struct Attributes {
       return found;
    }
    template<Tag tag> using Named = std::tuple_element_t<index<tag>(), std::tuple<A...>>;
+   template<class... More> using Then = Attributes<A..., More...>;
 };
 
 namespace Detail {
-
-template<class List, class... More> struct AttributesThen;
-template<class... A, class... More> struct AttributesThen<Attributes<A...>, More...> {
-   using type = Attributes<A..., More...>;
-};
 
 template<class... A> struct TypeList {};
 template<class... A, class... B> TypeList<A..., B...> operator+( TypeList<A...>, TypeList<B...> );
@@ -214,7 +200,7 @@ template<class Owner, class List> class Stored : decltype( Detail::storageOf<Own
 };
 
 /// The list of a derived type: its base's, then its own.
-template<class BaseList, class... More> using AttributesThen = typename Detail::AttributesThen<BaseList, More...>::type;
+template<class BaseList, class... More> using AttributesThen = typename BaseList::template Then<More...>;
 
 /// The constructor parameters of `T`, in order, as a TypeList of list entries.
 template<class T> using ConstructorParameters = decltype( Detail::constructorParameters( typename T::Attributes() ) );

@@ -108,6 +108,8 @@ template<class T, class A> constexpr Attribute describeAttribute() {
             std::invoke( A::collection, *static_cast<T const *>( object ) ).value( fromValue<Key>( key ) ) );
       };
    }
+   if constexpr ( requires { typename A::Key; } )
+      attribute.keyValue = []( void const * key ) { return toValue( *static_cast<typename A::Key const *>( key ) ); };
    if constexpr ( requires { A::getAt; } ) {
       using F = decltype( A::getAt );
       attribute.typeName = typeName<std::remove_cvref_t<typename Signature<F>::Result>>;

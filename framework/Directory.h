@@ -17,16 +17,15 @@
 #include "framework/Allocate.h"
 #include "framework/Entity.h"
 #include "framework/HashMap.h"
+#include "framework/Strep.h"
 
 namespace Vor {
 
 namespace Detail {
 
-template<class T> String parameterText( T const & value, T const & beside ) {
-   if constexpr ( isPtr<T> )
-      return referenceToStrep( value.ptr(), beside.ptr() );
-   else
-      return valueToStrep( value );
+template<class T> String parameterText( T const & value, T const & ) { return valueToStrep( value ); }
+template<class T> String parameterText( Ptr<T> const & value, Ptr<T> const & beside ) {
+   return referenceToStrep( value.ptr(), beside.ptr() );
 }
 
 template<class Parameter, class Member, class Requested>

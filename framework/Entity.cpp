@@ -18,12 +18,12 @@ String Entity::parentAttrName() const {
    return parent_ ? String( parent_->fwkType().attributes()[parentAttrId_].name ) : String();
 }
 
-void Entity::vorTellObservers( std::size_t attributeIndex ) const { vorTellObservers( attributeIndex, Value() ); }
-
-void Entity::vorTellObservers( std::size_t attributeIndex, Value const & key ) const {
+void Entity::vorTellObservers( std::size_t attributeIndex, void const * key ) const {
    Attribute const & attribute = fwkType().attributes()[attributeIndex];
-   observerList_.doVisit(
-      [&]( NotifieeBase & member ) { static_cast<EntityObserver &>( member ).onAttribute( *this, attribute, key ); } );
+   Value const changed = key ? attribute.keyValue( key ) : Value();
+   observerList_.doVisit( [&]( NotifieeBase & member ) {
+      static_cast<EntityObserver &>( member ).onAttribute( *this, attribute, changed );
+   } );
 }
 
 Type const & Entity::staticType() { return entityType<Entity, "Vor::Entity">(); }

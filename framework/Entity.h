@@ -32,9 +32,9 @@
 #pragma once
 
 #include "framework/Allocate.h"
+#include "framework/Enumeration.h"
 #include "framework/Notifiee.h"
 #include "framework/Text.h"
-#include "framework/Value.h"
 
 namespace Vor {
 
@@ -69,9 +69,8 @@ class Entity : public PtrInterface {
    using Attributes = Vor::Attributes<Fixed<"name", &Entity::name>>;
 
  protected:
-   /// Tells the generic observers, of whom there are some.
-   void vorTellObservers( std::size_t attributeIndex, Value const & key ) const;
-   void vorTellObservers( std::size_t attributeIndex ) const;
+   /// Tells the generic observers, of whom there are some; `key` is the changed one of a collection.
+   void vorTellObservers( std::size_t attributeIndex, void const * key = nullptr ) const;
 
  private:
    Name const name_;
@@ -84,6 +83,10 @@ class Entity : public PtrInterface {
 
 /// A new entity that only gives its members a place in the tree of names.
 inline constexpr auto & entityFactory = factoryOf<Entity>;
+
+/// The text form of a reference as it stands beside another one: an entity is told apart from another of its full name
+/// by its ordinal.
+String referenceToStrep( PtrInterface const * object, PtrInterface const * beside );
 
 /// Gets every change of an entity, as it is stored and before the observers of the entity's type are told.
 class EntityObserver : public Entity::NotifieeConst {
@@ -119,9 +122,14 @@ template<class Self, class Base = Entity> class EntityOf : public Base {
       attributeIs<tag>( stored.template get<tag>(), std::move( value ) );
    }
 
-   /// Tells of a change of the attribute or, where that is a collection, of one key of it.
-   template<Tag tag, class... Key> void attributeNotify( Key const &... key ) const {
-      if ( !this->notifieeList()->empty() || !this->observerList().empty() ) tell<tag>( key... );
+   /// Tells of a change of the attribute.
+   template<Tag tag> void attributeNotify() const {
+      if ( observed() ) tell<tag>();
+   }
+   /// Tells of a change of one key of the attribute, which is a collection.
+   template<Tag tag, class Key> void attributeNotify( Key const & key ) const {
+      using Listed = typename Self::Attributes::template Named<tag>::Key;
+      if ( observed() ) tell<tag>( static_cast<Listed const &>( key ) );
    }
 
    /// Held for the length of a change, so that an observer may drop the last reference. An object without observers may
@@ -132,11 +140,12 @@ template<class Self, class Base = Entity> class EntityOf : public Base {
    }
 
  private:
+   bool observed() const { return !this->notifieeList()->empty() || !this->observerList().empty(); }
    template<Tag tag, class... Key> void tell( Key const &... key ) const {
       using List = typename Self::Attributes;
       using Observer = typename Self::NotifieeConst;
       Ptr<PtrInterface const> const held = vorHeld();
-      if ( !this->observerList().empty() ) this->vorTellObservers( List::template index<tag>(), toValue( key )... );
+      if ( !this->observerList().empty() ) this->vorTellObservers( List::template index<tag>(), &key... );
       this->notifieeList()->doVisit( [&]( NotifieeBase & member ) {
          if ( member.vorIs<Observer>() )
             ( static_cast<Observer &>( member ).*List::template Named<tag>::notify )( key... );

@@ -43,6 +43,7 @@ struct Attribute {
    Value ( *get )( void const * object ) = nullptr;
    void ( *set )( void * object, Value const & value ) = nullptr;
 
+   Value ( *keyValue )( void const * key ) = nullptr;   ///< of a key as notifications hand it on
    std::vector<Value> ( *keys )( void const * object ) = nullptr;
    Value ( *getAt )( void const * object, Value const & key ) = nullptr;
    void ( *setAt )( void * object, Value const & key, Value const & value ) = nullptr;

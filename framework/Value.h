@@ -16,13 +16,8 @@
 
 namespace Vor {
 
-using Value = std::variant<std::monostate, bool, U64, double, String, Ptr<PtrInterface const>, Ptr<PtrInterface>>;
-
 /// The value for people: bare texts, decimal numbers, an object's full name where it has one, "none" when empty.
 String valueText( Value const & value );
-/// The text form of a reference as it stands beside another one: an entity is told apart from another of its full name
-/// by its ordinal.
-String referenceToStrep( PtrInterface const * object, PtrInterface const * beside );
 
 namespace Detail {
 
