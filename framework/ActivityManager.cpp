@@ -35,11 +35,6 @@ double ActivityManager::nextTime() {
    return next;
 }
 
-void ActivityManager::run( Done const & done, Idle const & idle ) {
-   while ( !done() ) {
-      turn();
-      idle( std::max( 0.0, nextTime() - config_.clock()->now() ) );
-   }
-}
+double ActivityManager::secondsLeft() { return std::max( 0.0, nextTime() - config_.clock()->now() ); }
 
 }   // namespace Vor

@@ -15,8 +15,6 @@
 #include "framework/Clock.h"
 #include "framework/Notifiee.h"
 
-#include <functional>
-
 namespace Vor {
 
 class ActivityManagerConfig {
@@ -59,15 +57,18 @@ class ActivityManager {
    /// The earliest time at which anything is due, on the configured clock; not later than now when it is due already.
    double nextTime();
 
-   using Done = std::function<bool()>;
-   using Idle = std::function<void( double seconds )>;
-
-   /// Turns until `done()`, which is asked before each turn. After each turn `idle` may wait up to the seconds it is
-   /// given: none when something is due, infinity when nothing is armed. It may come back earlier.
-   void run( Done const & done, Idle const & idle );
+   /// Turns until `done()`, which is asked before each turn. After each turn `idle( seconds )` may wait up to the
+   /// seconds it is given: none when something is due, infinity when nothing is armed. It may come back earlier.
+   template<class Done, class Idle> void run( Done const & done, Idle const & idle ) {
+      while ( !done() ) {
+         turn();
+         idle( secondsLeft() );
+      }
+   }
 
  private:
    friend Activity;
+   double secondsLeft();
 
    ActivityManagerConfig config_;
    NotifieeList activities_;

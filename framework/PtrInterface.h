@@ -16,7 +16,7 @@
 
 #include <atomic>
 #include <cstddef>
-#include <functional>
+#include <string_view>   // std::hash
 #include <type_traits>
 #include <utility>
 

@@ -3,6 +3,7 @@
 #include "framework/ActivityManager.h"
 #include "framework/Assert.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <ctime>
