@@ -49,6 +49,6 @@ struct UnhashableTypeException : Exception {
    using Exception::Exception;
 };
 
-[[noreturn]] void throwNameInUseException( String const & message );
+[[noreturn]] inline void throwNameInUseException( String const & message ) { throw NameInUseException( message ); }
 
 }   // namespace Vor

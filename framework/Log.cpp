@@ -2,7 +2,6 @@
 
 #include "framework/ActivityManager.h"
 #include "framework/Exception.h"
-#include "framework/OneLine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,8 +19,7 @@ constinit std::vector<LogHandle const *> handles;
 constinit Ptr<LogSink> installedSink;
 
 LogHandle const * find( String const & id ) {
-   auto const at =
-      std::find_if( handles.begin(), handles.end(), [&]( LogHandle const * handle ) { return handle->id() == id; } );
+   auto const at = std::ranges::find( handles, id, &LogHandle::id );
    return at == handles.end() ? nullptr : *at;
 }
 
@@ -91,10 +89,6 @@ void log( String const & id, String const * arguments, std::size_t count ) {
 
 std::vector<LogHandle const *> logHandles() { return handles; }
 
-Ptr<LogSink> logSinkIs( Ptr<LogSink> const & sink ) {
-   Ptr<LogSink> previous = installedSink;
-   installedSink = sink;
-   return previous;
-}
+Ptr<LogSink> logSinkIs( Ptr<LogSink> const & sink ) { return std::exchange( installedSink, sink ); }
 
 }   // namespace Vor

@@ -17,20 +17,8 @@ String valueToStrep( double value ) {
 String valueToStrep( String const & value ) {
    std::string text = "'";
    for ( char const c : value ) {
-      switch ( c ) {
-      case '\n':
-         text += "\\n";
-         break;
-      case '\0':
-         text += "\\0";
-         break;
-      case '\'':
-      case '\\':
-         text += '\\';
-         [[fallthrough]];
-      default:
-         text += c;
-      }
+      if ( c == '\n' || c == '\0' || c == '\'' || c == '\\' ) text += '\\';
+      text += c == '\n' ? 'n' : c == '\0' ? '0' : c;
    }
    return text + "'";
 }

@@ -68,4 +68,21 @@ String format( char const * conversion, ... ) {
    return String( std::move( text ) );
 }
 
+String oneLine( std::string_view text ) {
+   constexpr std::string_view named = "\\\n\r\t";
+   constexpr std::string_view names = "\\nrt";
+   std::string line;
+   line.reserve( text.size() );
+   for ( char const c : text ) {
+      auto const code = static_cast<unsigned char>( c );
+      if ( auto const which = named.find( c ); which != named.npos )
+         line.append( { '\\', names[which] } );
+      else if ( code < 0x20 || code == 0x7F )
+         line += format( "\\x%02x", code );
+      else
+         line += c;
+   }
+   return line;
+}
+
 }   // namespace Vor

@@ -1,4 +1,4 @@
-// Text: `String`, the immutable `Name` that keys directories, and printf-style `format`.
+// Text: `String`, the immutable `Name` that keys directories, printf-style `format`, and text for one line.
 //
 //    Vor::String text = Vor::format( "0x%x at 0x%x.", value, address );
 //    Vor::Name name = "ptp0";                    // copies share one text
@@ -83,6 +83,9 @@ std::ostream & operator<<( std::ostream & out, Name const & name );
 
 /// printf conventions; the result has no length limit.
 [[gnu::format( printf, 1, 2 )]] String format( char const * conversion, ... );
+
+/// The text fit for one line of a terminal or a file: control characters and backslashes escaped in the way of C.
+String oneLine( std::string_view text );
 
 }   // namespace Vor
 

@@ -2,7 +2,6 @@
 
 #include "framework/ActivityManager.h"
 #include "framework/Exception.h"
-#include "framework/OneLine.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -75,11 +74,7 @@ std::vector<String> traceFacilities() {
    return names;
 }
 
-Ptr<TraceSink> traceSinkIs( Ptr<TraceSink> const & sink ) {
-   Ptr<TraceSink> previous = installedSink;
-   installedSink = sink;
-   return previous;
-}
+Ptr<TraceSink> traceSinkIs( Ptr<TraceSink> const & sink ) { return std::exchange( installedSink, sink ); }
 
 void TraceHelper::trace( char const * file, U32 line, String const & text ) const {
    if ( !handle_ ) return;

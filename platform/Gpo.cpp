@@ -10,9 +10,6 @@ Vor::EnumType const & enumType( ActiveType ) {
    return type;
 }
 
-Vor::Type const & Gpo::staticType() {
-   static constinit auto const type = Vor::describe<Gpo>( "Fru::Gpo" );
-   return type;
-}
+Vor::Type const & Gpo::staticType() { return Vor::entityType<Gpo, "Fru::Gpo">(); }
 
 }   // namespace Fru

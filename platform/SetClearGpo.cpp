@@ -1,6 +1,5 @@
 #include "platform/SetClearGpo.h"
 
-#include "framework/Allocate.h"
 #include "framework/Assert.h"
 #include "framework/Describe.h"
 
@@ -19,11 +18,6 @@ void SetClearGpo::levelIs( bool active ) const {
    hamImpl->write32( offset_, Fru::OutputBit{ bit_, activeType() }.driven( value, active ) );
 }
 
-Vor::Type const & SetClearGpo::staticType() {
-   static constinit auto const type = Vor::describe<SetClearGpo, &setClearGpoFactory>( "Hardware::SetClearGpo" );
-   return type;
-}
-
-Vor::Ptr<SetClearGpo> setClearGpoFactory( Vor::Name name ) { return Vor::allocate<SetClearGpo>( std::move( name ) ); }
+Vor::Type const & SetClearGpo::staticType() { return Vor::entityType<SetClearGpo, "Hardware::SetClearGpo">(); }
 
 }   // namespace Hardware

@@ -78,6 +78,6 @@ class SetClearGpo : public Vor::EntityOf<SetClearGpo, Fru::Gpo> {
    U32 bit_ = 0;
 };
 
-Vor::Ptr<SetClearGpo> setClearGpoFactory( Vor::Name name );
+inline constexpr auto & setClearGpoFactory = Vor::factoryOf<SetClearGpo>;
 
 }   // namespace Hardware

@@ -1,7 +1,5 @@
 #include "framework/Text.h"
 
-#include "framework/OneLine.h"
-
 #include <gtest/gtest.h>
 
 #include <cstring>
