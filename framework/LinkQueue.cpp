@@ -12,44 +12,10 @@ auto at( auto & slots, std::size_t place ) { return slots.begin() + static_cast<
 
 }   // namespace
 
-// Places are for readers and writers alike.
-LinkQueueBase::Blocks & LinkQueueBase::blocks() const { return const_cast<Blocks &>( blocks_ ); }
-LinkQueueBase::Slot & LinkQueueBase::Place::slot() const { return block->second.slots[at]; }
-bool LinkQueueBase::Place::atEndOfBlock() const { return at == block->second.slots.size(); }
-
-LinkQueueBase::Place LinkQueueBase::headPlace() const {
-   return { blocks().begin(), empty() ? 0 : blocks_.begin()->second.first };
-}
-
-LinkQueueBase::Link * LinkQueueBase::linkAt( Place place, U32 index ) const {
-   return !empty() && !place.atEndOfBlock() && place.slot().index == index ? place.slot().element.ptr() : nullptr;
-}
-
 LinkQueueBase::Link * LinkQueueBase::head() const { return empty() ? nullptr : headPlace().slot().element.ptr(); }
 
 LinkQueueBase::Link * LinkQueueBase::tail() const {
    return empty() ? nullptr : blocks_.rbegin()->second.slots.back().element.ptr();
-}
-
-LinkQueueBase::Walk::Walk( LinkQueueBase const & queue ) : queue_( &queue ), place_( queue.headPlace() ) { settle(); }
-
-LinkQueueBase::Walk & LinkQueueBase::Walk::operator++() {
-   U32 const index = link_->index();
-   if ( edits_ != queue_->edits_ ) place_ = queue_->placeOf( index );
-   if ( queue_->linkAt( place_, index ) ) ++place_.at;
-   settle();
-   return *this;
-}
-
-void LinkQueueBase::Walk::settle() {
-   edits_ = queue_->edits_;
-   link_ = nullptr;
-   if ( queue_->empty() ) return;
-   if ( place_.atEndOfBlock() ) {
-      if ( ++place_.block == queue_->blocks_.end() ) return;
-      place_.at = place_.block->second.first;
-   }
-   link_ = place_.slot().element;
 }
 
 std::vector<U32> LinkQueueBase::keys() const {
@@ -76,8 +42,10 @@ LinkQueueBase::Place LinkQueueBase::placeOf( U32 index ) const {
 
 U32 LinkQueueBase::indexToAssign() const {
    U32 index = nextIndex_;
-   if ( Link const * const last = tail(); last && last->index() >= index ) index = last->index() + 1;
-   if ( linkAt( placeOf( index ), index ) ) throwFull();
+   Link const * const last = tail();
+   if ( last && last->index() >= index ) index = last->index() + 1;
+   // Nothing stands behind the last one: only an index that came round can be taken.
+   if ( last && index <= last->index() && linkAt( placeOf( index ), index ) ) throwFull();
    return index;
 }
 

@@ -63,21 +63,36 @@ class LinkQueueBase {
       Blocks::iterator block;
       std::size_t at = 0;
 
-      Slot & slot() const;
-      bool atEndOfBlock() const;
+      Slot & slot() const { return block->second.slots[at]; }
+      bool atEndOfBlock() const { return at == block->second.slots.size(); }
    };
 
    class Walk {
     public:
-      Walk & operator++();
+      Walk & operator++() {
+         U32 const index = link_->index();
+         if ( edits_ != queue_->edits_ ) place_ = queue_->placeOf( index );
+         if ( queue_->linkAt( place_, index ) ) ++place_.at;
+         settle();
+         return *this;
+      }
       bool operator==( std::nullptr_t ) const { return !link_; }
 
     protected:
-      explicit Walk( LinkQueueBase const & queue );
+      explicit Walk( LinkQueueBase const & queue ) : queue_( &queue ), place_( queue.headPlace() ) { settle(); }
       Ptr<Link const> const & link() const { return link_; }
 
     private:
-      void settle();
+      void settle() {
+         edits_ = queue_->edits_;
+         link_ = nullptr;
+         if ( queue_->empty() ) return;
+         if ( place_.atEndOfBlock() ) {
+            if ( ++place_.block == queue_->blocks_.end() ) return;
+            place_.at = place_.block->second.first;
+         }
+         link_ = place_.slot().element;
+      }
 
       LinkQueueBase const * queue_;
       U64 edits_ = 0;   // of the queue, when the place was found
@@ -89,7 +104,9 @@ class LinkQueueBase {
    Link * tail() const;
    Place placeOf( U32 index ) const;
    /// The element of the index at its place, null where there is none.
-   Link * linkAt( Place place, U32 index ) const;
+   Link * linkAt( Place place, U32 index ) const {
+      return !empty() && !place.atEndOfBlock() && place.slot().index == index ? place.slot().element.ptr() : nullptr;
+   }
    /// The index that an enqueue takes. Throws RangeException when the index space is used up.
    U32 indexToAssign() const;
    /// Throws as indexToAssign does.
@@ -99,8 +116,9 @@ class LinkQueueBase {
    // A full block is split. Of larger ones the allocator takes its slow path, smaller ones deepen the map.
    static constexpr std::size_t blockMax = 64;
 
-   Blocks & blocks() const;
-   Place headPlace() const;
+   // Places are for readers and writers alike.
+   Blocks & blocks() const { return const_cast<Blocks &>( blocks_ ); }
+   Place headPlace() const { return { blocks().begin(), empty() ? 0 : blocks_.begin()->second.first }; }
    void placeIn( Place place, Slot slot );
 
    Blocks blocks_;

@@ -3,6 +3,7 @@
 
 #include "framework/Directory.h"
 #include "framework/HashMap.h"
+#include "framework/Value.h"
 
 #include <functional>
 #include <string>

@@ -263,8 +263,8 @@ TEST_F( ReportByHand, AGateIsToldAgainOnlyWhenItsRowsChange ) {
 
 TEST_F( ReportByHand, PollsAreThoseSinceTheLastProgramming ) {
    using Hardware::Max24305::State;
-   using Clock = Hardware::Kiv::ClockStatus;
-   told( Hardware::Steps::Published{ State::locking_, Clock::notReady_ } );
+   using Output = Hardware::Kiv::ClockStatus;
+   told( Hardware::Steps::Published{ State::locking_, Output::notReady_ } );
    EXPECT_NE( told( Hardware::Steps::LockPolled{ 1, 101, 0 } ), "" );
    EXPECT_EQ( told( Hardware::Steps::LockPolled{ 2, 101, 0 } ), "" );
    told( Hardware::Steps::ProgrammingEnded{ 1, true } );
