@@ -20,7 +20,10 @@ void PtrInterface::zeroReferencesIs( bool ) {
    // The type is asked while the object is still whole.
    if ( allocationTracked_ ) fwkType().vorAllocatedDec();
    references_.store( destroyedBias, std::memory_order_relaxed );
+   // The analyzer does not know what the count says, and would take each reference that goes for the last one.
+#ifndef __clang_analyzer__
    delete this;
+#endif
 }
 
 void PtrInterface::vorZombieIs( bool zombie ) {

@@ -75,7 +75,7 @@ String oneLine( std::string_view text ) {
    line.reserve( text.size() );
    for ( char const c : text ) {
       auto const code = static_cast<unsigned char>( c );
-      if ( auto const which = named.find( c ); which != named.npos )
+      if ( auto const which = named.find( c ); which != std::string_view::npos )
          line.append( { '\\', names[which] } );
       else if ( code < 0x20 || code == 0x7F )
          line += format( "\\x%02x", code );

@@ -52,7 +52,7 @@ U8 KivSpiInterface::doRead( U16 address ) {
          return 0xFF;
       }
       if ( count == 1 ) {
-         SpiResponseFifo const response = read<SpiResponseFifo>();
+         auto const response = read<SpiResponseFifo>();
          if ( response.dataValid() ) return response.data();
       }
    }
@@ -83,7 +83,7 @@ bool KivSpiInterface::doWrite( U16 address, U8 value ) {
 }
 
 void KivSpiInterface::doResetHwSm() {
-   SpiCtrl ctrl = read<SpiCtrl>();
+   auto ctrl = read<SpiCtrl>();
    // Both limit and counter have 8 bits, so that the limit comes round at 256.
    auto const limit = static_cast<U8>( 3 * ( ctrl.readFifoCount() + ctrl.writeFifoCount() ) );
    for ( U8 steps = 0; steps < limit && ( ctrl.readFifoCount() || ctrl.writeFifoCount() ); ++steps ) {
