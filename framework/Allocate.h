@@ -22,12 +22,17 @@ namespace Detail {
 
 template<class T, class Parameters = ConstructorParameters<T>> struct Factory;
 template<class T, class... Parameter> struct Factory<T, TypeList<Parameter...>> {
-   static Ptr<T> make( ValueOf<Parameter::get>... values ) { return allocate<T>( std::move( values )... ); }
+   static Ptr<T> make( ValueOf<Parameter::get>... values ) {
+      Ptr<T> made = allocate<T>( std::move( values )... );
+      made->hasNotificationActiveIs( true );   // a machine starts with it off
+      return made;
+   }
 };
 
 }   // namespace Detail
 
-/// The function that makes a `T`; it takes the constructor parameters of the list, in order, by value.
+/// The function that makes a `T` and switches its notification on; it takes the constructor parameters of the list, in
+/// order, by value.
 template<class T> inline constexpr auto & factoryOf = Detail::Factory<T>::make;
 
 }   // namespace Vor

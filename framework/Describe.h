@@ -1,6 +1,6 @@
 // Makes a type's descriptor from its attribute list; included by the source file that defines the type only.
 //
-//    Vor::Type const & Status::staticType() { return Vor::entityType<Status, "Hardware::Max24305::Status">(); }
+//    Vor::Type const & Status::staticType() { return Vor::typeOf<Status, "Hardware::Max24305::Status">(); }
 #pragma once
 
 #include "framework/Allocate.h"
@@ -156,10 +156,15 @@ template<class T, class... A> constexpr std::array<Attribute, sizeof...( A )> de
 
 template<class T> inline constexpr auto attributesOf = describeAttributes<T>( typename T::Attributes{} );
 
-}   // namespace Detail
+/// The factory of `T`, null where it is a value or abstract.
+template<class T> consteval auto factoryIfAny() {
+   if constexpr ( std::derived_from<T, PtrInterface> && !std::is_abstract_v<T> )
+      return &factoryOf<T>;
+   else
+      return nullptr;
+}
 
-/// The descriptor of `T`; `factory` takes the constructor parameters of the list, in order.
-template<class T, auto factory = nullptr> constexpr Type describe( char const * name ) {
+template<class T, auto factory> constexpr Type::Operations describeOperations() {
    Type::Operations operations;
    if constexpr ( std::derived_from<T, PtrInterface> ) {
       operations.ofObject = []( PtrInterface const * object ) -> void const * {
@@ -170,26 +175,23 @@ template<class T, auto factory = nullptr> constexpr Type describe( char const * 
       operations.isDefault = []( void const * object ) { return *static_cast<T const *>( object ) == T(); };
    }
    if constexpr ( requires { T::access(); } ) operations.access = [] { return toValue( T::access() ); };
-   if constexpr ( !Detail::isNull( factory ) ) {
+   if constexpr ( !isNull( factory ) ) {
       static_assert(
-         Detail::count( ConstructorParameters<T>() ) ==
-            std::tuple_size_v<typename Detail::Signature<decltype( factory )>::Arguments>,
+         count( ConstructorParameters<T>() ) == std::tuple_size_v<typename Signature<decltype( factory )>::Arguments>,
          "the factory takes the constructor parameters of the list" );
       operations.make = []( std::span<Value const> arguments ) {
-         return std::get<Ptr<PtrInterface>>( Detail::callWith<decltype( factory )>( arguments, factory ) );
+         return std::get<Ptr<PtrInterface>>( callWith<decltype( factory )>( arguments, factory ) );
       };
    }
-   return Type( name, Detail::attributesOf<T>, operations );
+   return operations;
 }
 
-/// The one descriptor of the entity type `T`; an abstract one has no factory.
-template<class T, Tag name> Type const & entityType() {
-   static constinit Type const type = [] {
-      if constexpr ( std::is_abstract_v<T> )
-         return describe<T>( name.text );
-      else
-         return describe<T, &factoryOf<T>>( name.text );
-   }();
+}   // namespace Detail
+
+/// The one descriptor of `T`. A `factory` other than the type's own takes the constructor parameters of the list, in
+/// order; null makes none.
+template<class T, Tag name, auto factory = Detail::factoryIfAny<T>()> Type const & typeOf() {
+   static constinit Type const type( name.text, Detail::attributesOf<T>, Detail::describeOperations<T, factory>() );
    return type;
 }
 

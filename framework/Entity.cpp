@@ -26,6 +26,6 @@ void Entity::vorTellObservers( std::size_t attributeIndex, void const * key ) co
    } );
 }
 
-Type const & Entity::staticType() { return entityType<Entity, "Vor::Entity">(); }
+Type const & Entity::staticType() { return typeOf<Entity, "Vor::Entity">(); }
 
 }   // namespace Vor

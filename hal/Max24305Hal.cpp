@@ -4,9 +4,6 @@
 
 namespace Hardware {
 
-Vor::Type const & ApllStatus::staticType() {
-   static constinit auto const type = Vor::describe<ApllStatus>( "Hardware::ApllStatus" );
-   return type;
-}
+Vor::Type const & ApllStatus::staticType() { return Vor::typeOf<ApllStatus, "Hardware::ApllStatus">(); }
 
 }   // namespace Hardware

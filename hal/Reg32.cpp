@@ -44,9 +44,6 @@ Vor::String valueToStrep( Reg32 const & reg ) { return Vor::valueToStrep( reg.va
 
 std::ostream & operator<<( std::ostream & out, Reg32 const & reg ) { return out << valueToStrep( reg ); }
 
-Vor::Type const & Reg32::staticType() {
-   static constinit auto const type = Vor::describe<Reg32>( "Hal::Reg32" );
-   return type;
-}
+Vor::Type const & Reg32::staticType() { return Vor::typeOf<Reg32, "Hal::Reg32">(); }
 
 }   // namespace Hal

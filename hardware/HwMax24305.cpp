@@ -4,9 +4,9 @@
 
 namespace Hardware::Max24305 {
 
-Vor::Type const & Config::staticType() { return Vor::entityType<Config, "Hardware::Max24305::Config">(); }
-Vor::Type const & ConfigDir::staticType() { return Vor::entityType<ConfigDir, "Hardware::Max24305::ConfigDir">(); }
-Vor::Type const & Status::staticType() { return Vor::entityType<Status, "Hardware::Max24305::Status">(); }
-Vor::Type const & StatusDir::staticType() { return Vor::entityType<StatusDir, "Hardware::Max24305::StatusDir">(); }
+Vor::Type const & Config::staticType() { return Vor::typeOf<Config, "Hardware::Max24305::Config">(); }
+Vor::Type const & ConfigDir::staticType() { return Vor::typeOf<ConfigDir, "Hardware::Max24305::ConfigDir">(); }
+Vor::Type const & Status::staticType() { return Vor::typeOf<Status, "Hardware::Max24305::Status">(); }
+Vor::Type const & StatusDir::staticType() { return Vor::typeOf<StatusDir, "Hardware::Max24305::StatusDir">(); }
 
 }   // namespace Hardware::Max24305

@@ -4,9 +4,9 @@
 
 namespace Hardware::Tolvane {
 
-Vor::Type const & Config::staticType() { return Vor::entityType<Config, "Hardware::Tolvane::Config">(); }
-Vor::Type const & ConfigDir::staticType() { return Vor::entityType<ConfigDir, "Hardware::Tolvane::ConfigDir">(); }
-Vor::Type const & Status::staticType() { return Vor::entityType<Status, "Hardware::Tolvane::Status">(); }
-Vor::Type const & StatusDir::staticType() { return Vor::entityType<StatusDir, "Hardware::Tolvane::StatusDir">(); }
+Vor::Type const & Config::staticType() { return Vor::typeOf<Config, "Hardware::Tolvane::Config">(); }
+Vor::Type const & ConfigDir::staticType() { return Vor::typeOf<ConfigDir, "Hardware::Tolvane::ConfigDir">(); }
+Vor::Type const & Status::staticType() { return Vor::typeOf<Status, "Hardware::Tolvane::Status">(); }
+Vor::Type const & StatusDir::staticType() { return Vor::typeOf<StatusDir, "Hardware::Tolvane::StatusDir">(); }
 
 }   // namespace Hardware::Tolvane

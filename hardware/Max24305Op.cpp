@@ -32,9 +32,6 @@ Vor::String valueToStrep( Op const & op ) {
 
 std::ostream & operator<<( std::ostream & out, Op const & op ) { return out << valueToStrep( op ); }
 
-Vor::Type const & Op::staticType() {
-   static constinit auto const type = Vor::describe<Op>( "Hardware::Max24305::Op" );
-   return type;
-}
+Vor::Type const & Op::staticType() { return Vor::typeOf<Op, "Hardware::Max24305::Op">(); }
 
 }   // namespace Hardware::Max24305

@@ -4,6 +4,6 @@
 
 namespace Inventory {
 
-Vor::Type const & Max24305::staticType() { return Vor::entityType<Max24305, "Inventory::Max24305">(); }
+Vor::Type const & Max24305::staticType() { return Vor::typeOf<Max24305, "Inventory::Max24305">(); }
 
 }   // namespace Inventory

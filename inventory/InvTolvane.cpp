@@ -4,6 +4,6 @@
 
 namespace Inventory {
 
-Vor::Type const & Tolvane::staticType() { return Vor::entityType<Tolvane, "Inventory::Tolvane">(); }
+Vor::Type const & Tolvane::staticType() { return Vor::typeOf<Tolvane, "Inventory::Tolvane">(); }
 
 }   // namespace Inventory

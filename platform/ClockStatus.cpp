@@ -12,6 +12,6 @@ Vor::EnumType const & enumType( ClockStatus::State ) {
    return type;
 }
 
-Vor::Type const & ClockStatus::staticType() { return Vor::entityType<ClockStatus, "Hardware::Kiv::ClockStatus">(); }
+Vor::Type const & ClockStatus::staticType() { return Vor::typeOf<ClockStatus, "Hardware::Kiv::ClockStatus">(); }
 
 }   // namespace Hardware::Kiv

@@ -10,6 +10,6 @@ Vor::EnumType const & enumType( ActiveType ) {
    return type;
 }
 
-Vor::Type const & Gpo::staticType() { return Vor::entityType<Gpo, "Fru::Gpo">(); }
+Vor::Type const & Gpo::staticType() { return Vor::typeOf<Gpo, "Fru::Gpo">(); }
 
 }   // namespace Fru

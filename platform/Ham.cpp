@@ -4,8 +4,7 @@
 
 namespace Fru {
 
-Vor::Type const & HamImpl::staticType() { return Vor::entityType<HamImpl, "Fru::HamImpl">(); }
-
-Vor::Type const & Ham::staticType() { return Vor::entityType<Ham, "Fru::Ham">(); }
+Vor::Type const & HamImpl::staticType() { return Vor::typeOf<HamImpl, "Fru::HamImpl">(); }
+Vor::Type const & Ham::staticType() { return Vor::typeOf<Ham, "Fru::Ham">(); }
 
 }   // namespace Fru

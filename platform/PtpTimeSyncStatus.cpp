@@ -16,6 +16,6 @@ Vor::EnumType const & enumType( OperationalState ) {
    return type;
 }
 
-Vor::Type const & Status::staticType() { return Vor::entityType<Status, "PtpTimeSync::Status">(); }
+Vor::Type const & Status::staticType() { return Vor::typeOf<Status, "PtpTimeSync::Status">(); }
 
 }   // namespace PtpTimeSync

@@ -23,7 +23,7 @@ void RedundancyStatus::switchoverStageDel( Vor::String stage ) {
 }
 
 Vor::Type const & RedundancyStatus::staticType() {
-   return Vor::entityType<RedundancyStatus, "Redundancy::RedundancyStatus">();
+   return Vor::typeOf<RedundancyStatus, "Redundancy::RedundancyStatus">();
 }
 
 }   // namespace Redundancy

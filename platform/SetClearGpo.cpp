@@ -18,6 +18,6 @@ void SetClearGpo::levelIs( bool active ) const {
    hamImpl->write32( offset_, Fru::OutputBit{ bit_, activeType() }.driven( value, active ) );
 }
 
-Vor::Type const & SetClearGpo::staticType() { return Vor::entityType<SetClearGpo, "Hardware::SetClearGpo">(); }
+Vor::Type const & SetClearGpo::staticType() { return Vor::typeOf<SetClearGpo, "Hardware::SetClearGpo">(); }
 
 }   // namespace Hardware

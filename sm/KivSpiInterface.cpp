@@ -117,10 +117,6 @@ void KivSpiInterface::sendRegisterAddress( SpiCommandFifo & command, U64 instruc
    write( command );
 }
 
-Vor::Type const & KivSpiInterface::staticType() {
-   static constinit auto const type =
-      Vor::describe<KivSpiInterface, &kivSpiInterfaceFactory>( "Hardware::KivSpiInterface" );
-   return type;
-}
+Vor::Type const & KivSpiInterface::staticType() { return Vor::typeOf<KivSpiInterface, "Hardware::KivSpiInterface">(); }
 
 }   // namespace Hardware

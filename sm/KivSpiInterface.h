@@ -12,7 +12,6 @@
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "platform/Ham.h"
-#include "sm/Creator.h"
 
 namespace Hardware {
 
@@ -77,6 +76,6 @@ class KivSpiInterface final : public Vor::PtrInterface {
    SimulatedData simulatedData_;
 };
 
-inline constexpr auto & kivSpiInterfaceFactory = creatorOf<KivSpiInterface>;
+inline constexpr auto & kivSpiInterfaceFactory = Vor::factoryOf<KivSpiInterface>;
 
 }   // namespace Hardware

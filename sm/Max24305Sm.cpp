@@ -231,10 +231,7 @@ bool Max24305Sm::dovraWritable() const {
    return redundancyStatus()->switchoverStage().value( dovraWritableSwitchoverStage );
 }
 
-Vor::Type const & Max24305Sm::staticType() {
-   static constinit auto const type = Vor::describe<Max24305Sm, &max24305SmFactory>( "Hardware::Max24305Sm" );
-   return type;
-}
+Vor::Type const & Max24305Sm::staticType() { return Vor::typeOf<Max24305Sm, "Hardware::Max24305Sm">(); }
 
 Vor::TraceHandle const Max24305SmModule::traceHandle( "Hardware::Max24305Sm" );
 

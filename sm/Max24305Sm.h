@@ -26,7 +26,6 @@
 #include "platform/PtpTimeSyncStatus.h"
 #include "platform/RedundancyStatus.h"
 #include "platform/SetClearGpo.h"
-#include "sm/Creator.h"
 #include "sm/Gate.h"
 #include "sm/KivSpiInterface.h"
 #include "sm/Max24305SmModule.h"
@@ -84,7 +83,7 @@ class Max24305Sm : public Vor::StateMachine {
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<Max24305Sm> Max24305SmIs( auto const &... parameters ) {
-      return creatorOf<Max24305Sm>( parameters... );
+      return Vor::factoryOf<Max24305Sm>( parameters... );
    }
 
    /// Completes the wiring; runs once.
@@ -230,6 +229,6 @@ class Max24305Sm : public Vor::StateMachine {
 };
 
 /// What Max24305SmIs returns, for creation by the type's name.
-inline constexpr auto & max24305SmFactory = creatorOf<Max24305Sm>;
+inline constexpr auto & max24305SmFactory = Vor::factoryOf<Max24305Sm>;
 
 }   // namespace Hardware

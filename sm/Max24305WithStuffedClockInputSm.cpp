@@ -14,10 +14,7 @@ void Max24305WithStuffedClockInputSm::handleInitialized() {
 }
 
 Vor::Type const & Max24305WithStuffedClockInputSm::staticType() {
-   static constinit auto const type =
-      Vor::describe<Max24305WithStuffedClockInputSm, &creatorOf<Max24305WithStuffedClockInputSm>>(
-         "Hardware::Max24305WithStuffedClockInputSm" );
-   return type;
+   return Vor::typeOf<Max24305WithStuffedClockInputSm, "Hardware::Max24305WithStuffedClockInputSm">();
 }
 
 }   // namespace Hardware

@@ -16,7 +16,7 @@ class Max24305WithStuffedClockInputSm final : public Max24305Sm {
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<Max24305WithStuffedClockInputSm> Max24305WithStuffedClockInputSmIs( auto const &... parameters ) {
-      return creatorOf<Max24305WithStuffedClockInputSm>( parameters... );
+      return Vor::factoryOf<Max24305WithStuffedClockInputSm>( parameters... );
    }
 
    void handleInitialized() override;

@@ -56,9 +56,7 @@ void Max24305WithTolvaneInputSm::handleEnvironmentChanges() {
 }
 
 Vor::Type const & Max24305WithTolvaneInputSm::staticType() {
-   static constinit auto const type = Vor::describe<Max24305WithTolvaneInputSm, &creatorOf<Max24305WithTolvaneInputSm>>(
-      "Hardware::Max24305WithTolvaneInputSm" );
-   return type;
+   return Vor::typeOf<Max24305WithTolvaneInputSm, "Hardware::Max24305WithTolvaneInputSm">();
 }
 
 }   // namespace Hardware

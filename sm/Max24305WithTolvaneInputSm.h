@@ -30,7 +30,7 @@ class Max24305WithTolvaneInputSm final : public Max24305Sm {
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<Max24305WithTolvaneInputSm> Max24305WithTolvaneInputSmIs( auto const &... parameters ) {
-      return creatorOf<Max24305WithTolvaneInputSm>( parameters... );
+      return Vor::factoryOf<Max24305WithTolvaneInputSm>( parameters... );
    }
 
    void handleInitialized() override;

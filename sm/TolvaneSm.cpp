@@ -103,9 +103,6 @@ void TolvaneSm::doProgramTolvane() {
    logInitFailed( tolvaneInitFailed );
 }
 
-Vor::Type const & TolvaneSm::staticType() {
-   static constinit auto const type = Vor::describe<TolvaneSm, &creatorOf<TolvaneSm>>( "Hardware::TolvaneSm" );
-   return type;
-}
+Vor::Type const & TolvaneSm::staticType() { return Vor::typeOf<TolvaneSm, "Hardware::TolvaneSm">(); }
 
 }   // namespace Hardware

@@ -11,7 +11,6 @@
 #include "framework/Trace.h"
 #include "hardware/HwTolvane.h"
 #include "platform/SetClearGpo.h"
-#include "sm/Creator.h"
 #include "sm/Gate.h"
 
 namespace Hardware {
@@ -39,7 +38,7 @@ class TolvaneSm final : public Vor::StateMachine {
 
    /// A new machine with its notification switched on; takes what its constructor takes.
    static Vor::Ptr<TolvaneSm> TolvaneSmIs( auto const &... parameters ) {
-      return creatorOf<TolvaneSm>( parameters... );
+      return Vor::factoryOf<TolvaneSm>( parameters... );
    }
 
    /// Wires both reactors, then decides for the first time.

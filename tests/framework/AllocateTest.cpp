@@ -22,10 +22,7 @@ class Fragile final : public Vor::EntityOf<Fragile> {
    using Attributes = Vor::Attributes<Vor::Fixed<"name", &Fragile::name>>;
 };
 
-Vor::Type const & Fragile::staticType() {
-   static constinit auto const type = Vor::describe<Fragile>( "Test::Fragile" );
-   return type;
-}
+Vor::Type const & Fragile::staticType() { return Vor::typeOf<Fragile, "Test::Fragile", nullptr>(); }
 
 TEST( Allocate, LivingObjectsAreCountedPerType ) {
    Vor::Type const & type = Fragile::staticType();

@@ -16,24 +16,15 @@ Vor::EnumType const & enumType( Mood ) {
    return type;
 }
 
-Vor::Type const & Lamp::staticType() {
-   static constinit auto const type = Vor::describe<Lamp, &lampFactory>( "Test::Lamp" );
-   return type;
-}
+Vor::Type const & Lamp::staticType() { return Vor::typeOf<Lamp, "Test::Lamp", &lampFactory>(); }
 
 Vor::Ptr<Lamp> lampFactory( Vor::Name name, U32 watts, Colour colour, Vor::Ptr<Vor::Entity const> socket ) {
    return Vor::allocate<Lamp>( name, watts, colour, socket );
 }
 
-Vor::Type const & DimmedLamp::staticType() {
-   static constinit auto const type = Vor::describe<DimmedLamp>( "Test::DimmedLamp" );
-   return type;
-}
+Vor::Type const & DimmedLamp::staticType() { return Vor::typeOf<DimmedLamp, "Test::DimmedLamp", nullptr>(); }
 
-Vor::Type const & LampDir::staticType() {
-   static constinit auto const type = Vor::describe<LampDir, &lampDirFactory>( "Test::LampDir" );
-   return type;
-}
+Vor::Type const & LampDir::staticType() { return Vor::typeOf<LampDir, "Test::LampDir", &lampDirFactory>(); }
 
 Vor::Ptr<LampDir> lampDirFactory( Vor::Name name ) { return Vor::allocate<LampDir>( std::move( name ) ); }
 

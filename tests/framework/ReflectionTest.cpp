@@ -29,10 +29,7 @@ struct Point {
       Vor::Member<"x", &Point::x>, Vor::Member<"y", &Point::y>, Vor::Plain<"dimensions", &Point::dimensions>>;
 };
 
-Vor::Type const & Point::staticType() {
-   static constinit auto const type = Vor::describe<Point>( "Test::Point" );
-   return type;
-}
+Vor::Type const & Point::staticType() { return Vor::typeOf<Point, "Test::Point">(); }
 
 TEST( Reflection, AttributesAreGotByName ) {
    Ptr<Lamp> const lamp = lampFactory( "hall", 60, red_, Vor::entityFactory( "socket" ) );

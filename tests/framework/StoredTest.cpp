@@ -48,7 +48,7 @@ class Valve : public Vor::EntityOf<Valve> {
    Vor::Stored<Valve, Attributes> stored_;
 };
 
-Vor::Type const & Valve::staticType() { return Vor::entityType<Valve, "Test::Valve">(); }
+Vor::Type const & Valve::staticType() { return Vor::typeOf<Valve, "Test::Valve">(); }
 
 constexpr auto & valveFactory = Vor::factoryOf<Valve>;
 
@@ -67,7 +67,7 @@ class HotValve final : public Vor::EntityOf<HotValve, Valve> {
    Vor::Stored<HotValve, Attributes> own_;
 };
 
-Vor::Type const & HotValve::staticType() { return Vor::entityType<HotValve, "Test::HotValve">(); }
+Vor::Type const & HotValve::staticType() { return Vor::typeOf<HotValve, "Test::HotValve">(); }
 
 struct ValveWatch final : Valve::NotifieeConst {
    void onOpening() override { story.push_back( "opening " + std::to_string( notifier()->opening() ) ); }

@@ -22,7 +22,4 @@ Vor::Ptr<Switch> switchFactory( Vor::Name name ) { return Vor::allocate<Switch>(
 Vor::Ptr<Switch> switchFactory( Vor::Name name, U32 poles ) { return Vor::allocate<Switch>( name, poles ); }
 #endif
 
-Vor::Type const & Switch::staticType() {
-   static constinit auto const type = Vor::describe<Switch, &switchFactory>( "Switch" );
-   return type;
-}
+Vor::Type const & Switch::staticType() { return Vor::typeOf<Switch, "Switch", &switchFactory>(); }
