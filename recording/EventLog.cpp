@@ -1,6 +1,7 @@
 #include "recording/EventLog.h"
 
 #include "framework/Assert.h"
+#include "framework/Log.h"
 #include "framework/Trace.h"
 
 #include <fmt/format.h>
@@ -136,7 +137,7 @@ void EventLog::onTrace( U64 ns, Vor::TraceRecord const & record ) {
       .field( "text", record.text );
 }
 
-void EventLog::onLog( U64 ns, std::string_view id ) { line( ns, "log" ).field( "id", id ); }
+void EventLog::onLog( U64 ns, Vor::LogRecord const & record ) { line( ns, "log" ).field( "id", record.id ); }
 
 void EventLog::onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) {
    line( ns, "spi" ).field( "chip", chip ).field( "bytes", bytes ).field( "response", response );

@@ -38,7 +38,7 @@ class EventLog final : public Sim::CardListener {
    void onSleep( U64 ns, U64 forNs ) override;
    void onState( U64 ns, Sim::StateChange const & change ) override;
    void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
-   void onLog( U64 ns, std::string_view id ) override;
+   void onLog( U64 ns, Vor::LogRecord const & record ) override;
    void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) override;
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
 

@@ -41,13 +41,9 @@ void Journal::onTrace( U64, Vor::TraceRecord const & record ) {
              "trace {} {} {}: {}", record.level, record.source, record.function, printable( record.text ) ) ) );
 }
 
-void Journal::onLog( U64, std::string_view id ) {
-   for ( Vor::LogHandle const * handle : Vor::logHandles() )
-      if ( handle->id() == Vor::String( id ) )
-         line(
-            "", fmt::format(
-                   "{}: {} {} {}", style_.bad( id ), handle->event().stdString(), handle->cause().stdString(),
-                   handle->recommendedAction().stdString() ) );
+void Journal::onLog( U64, Vor::LogRecord const & record ) {
+   Vor::String const told = record.event + " " + record.cause + " " + record.recommendedAction;
+   line( "", style_.bad( record.id ) + ": " + told.stdString() );
 }
 
 void Journal::onUnclaimed( U64, U32 address, Sim::AccessDirection direction ) {

@@ -32,7 +32,7 @@ class Journal final : public Vor::EntityObserver, public Sim::CardListener, priv
    void line( std::string_view chip, std::string const & text ) const;
 
    void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
-   void onLog( U64 ns, std::string_view id ) override;
+   void onLog( U64 ns, Vor::LogRecord const & record ) override;
    void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
 
  private:

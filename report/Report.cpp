@@ -225,11 +225,8 @@ void Report::onTrace( U64 ns, Vor::TraceRecord const & record ) {
       style_.quiet( fmt::format( "{} {}: {}", record.source, record.function, printable( record.text ) ) ) );
 }
 
-void Report::onLog( U64 ns, std::string_view id ) {
-   std::string event;
-   for ( Vor::LogHandle const * handle : Vor::logHandles() )
-      if ( handle->id() == Vor::String( id ) ) event = handle->event().stdString();
-   line( ns, "", style_.bad( "log" ), std::string( id ) + ": " + event );
+void Report::onLog( U64 ns, Vor::LogRecord const & record ) {
+   line( ns, "", style_.bad( "log" ), ( record.id + ": " + record.event ).stdString() );
 }
 
 void Report::onAbort( U64 ns, Vor::AssertionFailure const & failure ) {

@@ -35,7 +35,7 @@ class Report final : public Sim::CardListener, private StepListener {
    void end();
 
    void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
-   void onLog( U64 ns, std::string_view id ) override;
+   void onLog( U64 ns, Vor::LogRecord const & record ) override;
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
    void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
    void onScenario( U64 ns, std::string_view what ) override;

@@ -14,7 +14,7 @@ struct TraceTap final : Vor::TraceSink {
 
 struct LogTap final : Vor::LogSink {
    explicit LogTap( CardEvents & events ) : events( events ) {}
-   void log( Vor::LogRecord const & record ) override { events.tell( &CardListener::onLog, record.id ); }
+   void log( Vor::LogRecord const & record ) override { events.tell( &CardListener::onLog, record ); }
    CardEvents & events;
 };
 

@@ -19,6 +19,7 @@
 
 namespace Vor {
 struct AssertionFailure;
+struct LogRecord;
 struct TraceRecord;
 }   // namespace Vor
 
@@ -47,7 +48,7 @@ class CardListener {
    virtual void onSleep( U64 /*ns*/, U64 /*forNs*/ ) {}
    virtual void onState( U64 /*ns*/, StateChange const & ) {}
    virtual void onTrace( U64 /*ns*/, Vor::TraceRecord const & ) {}
-   virtual void onLog( U64 /*ns*/, std::string_view /*id*/ ) {}
+   virtual void onLog( U64 /*ns*/, Vor::LogRecord const & ) {}
    /// A transaction of four bytes as the chip saw them, and what it shifted out during the last.
    virtual void onSpi( U64 /*ns*/, std::string_view /*chip*/, std::array<U8, 4> const & /*bytes*/, U8 /*response*/ ) {}
    /// The last one; the process aborts after it.

@@ -1,6 +1,7 @@
 #include "recording/EventLog.h"
 
 #include "framework/Assert.h"
+#include "framework/Log.h"
 #include "framework/Trace.h"
 
 #include <gtest/gtest.h>
@@ -61,6 +62,11 @@ TEST( JsonStringTest, EveryPairOfBytesIsValidJson ) {
    }
 }
 
+Vor::LogRecord logged( Vor::String const & id ) {
+   static Vor::String const unsaid;
+   return { id, 3, unsaid, unsaid, unsaid, {} };
+}
+
 class EventLogTest : public testing::Test {
  protected:
    std::string text() {
@@ -81,7 +87,7 @@ TEST_F( EventLogTest, EachEventIsALineWithItsFieldsInOrder ) {
    log.onState( 4'000, { "/hardware/kiv/clockStatus/ptp0", "state", 7, "" } );
    Vor::String const traced( "SPI ERROR: Read count = \x02" );
    log.onTrace( 5'000, { "Hardware::Max24305Sm", 1, "Max24305Sm", "doRead", 42, traced } );
-   log.onLog( 6'000, "MAX24305_INIT_FAILED" );
+   log.onLog( 6'000, logged( "MAX24305_INIT_FAILED" ) );
    log.onSpi( 7'000, "ptp0", { 3, 0x12, 0x34, 0 }, 0x5A );
    log.onAbort( std::numeric_limits<U64>::max(), { "resetGpo()", "Max24305Sm", "void Machine::start()", 12 } );
    log.onScenario( 8'000, "no line" );
@@ -126,7 +132,7 @@ TEST_F( EventLogTest, LinesAreWrittenInPiecesAndNoneIsLost ) {
 }
 
 TEST_F( EventLogTest, AnAbortWritesOutAtOnce ) {
-   log.onLog( 1, "A" );
+   log.onLog( 1, logged( "A" ) );
    EXPECT_EQ( out.str(), "" );
    log.onAbort( 2, { "0", "S", "f()", 3 } );
    std::string const expected = R"json({"ns":1,"ev":"log","id":"A"}
@@ -137,7 +143,7 @@ TEST_F( EventLogTest, AnAbortWritesOutAtOnce ) {
 
 TEST( EventLogEndTest, TheEndOfTheLogWritesOut ) {
    std::ostringstream out;
-   { EventLog( out ).onLog( 1, "A" ); }
+   { EventLog( out ).onLog( 1, logged( "A" ) ); }
    EXPECT_EQ( out.str(), "{\"ns\":1,\"ev\":\"log\",\"id\":\"A\"}\n" );
 }
 
@@ -145,7 +151,7 @@ TEST( EventLogEndTest, AStreamThatCannotBeWrittenTellsSo ) {
    std::ostringstream out;
    out.setstate( std::ios::badbit );
    EventLog log( out );
-   log.onLog( 1, "A" );
+   log.onLog( 1, logged( "A" ) );
    log.flush();
    EXPECT_FALSE( out.good() );
 }

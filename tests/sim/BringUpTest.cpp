@@ -1,4 +1,5 @@
 // The library's machine on the modelled card: what each fault does to a bring-up, and when.
+#include "framework/Log.h"
 #include "hardware/Max24305Status.h"
 #include "platform/ClockStatus.h"
 #include "sim/CardEvents.h"
@@ -35,7 +36,7 @@ struct Seen final : CardListener {
       bool const ofChip = change.entity.find( "chip" ) != std::string_view::npos;
       states.emplace_back( ns, ( ofChip ? "chip " : "clock " ) + std::string( change.text ) );
    }
-   void onLog( U64 ns, std::string_view id ) override { logs.emplace_back( ns, id ); }
+   void onLog( U64 ns, Vor::LogRecord const & record ) override { logs.emplace_back( ns, record.id.stdString() ); }
    void onSpi( U64 ns, std::string_view, std::array<U8, 4> const & bytes, U8 response ) override {
       if ( bytes[0] == 3 && bytes[2] == 7 ) polls.emplace_back( ns, std::to_string( response ) );
       ++transactions;
