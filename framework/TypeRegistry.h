@@ -3,9 +3,10 @@
 // A library registers its modules from one place, in a fixed order, because the order of static initialisers across
 // source files is nobody's promise and an archive drops the files that nobody names:
 //
-//    // each function stands in its module's own source file: void registerKivHal( Vor::Module & module );
-//    static Vor::Module const kivHal( "KivHal", registerKivHal );
-//    static Vor::Module const max24305Hal( "Max24305Hal", registerMax24305Hal );
+//    static Vor::Module const fanHal( "FanHal", []( Vor::Module & module ) {
+//       module.typeNodeIs( FanSpeed::staticType() );
+//       module.typeNodeIs( FanStatus::staticType() );
+//    } );
 //
 // A module's types leave the registry when the library is unloaded.
 #pragma once
