@@ -6,6 +6,8 @@
 
 #include "framework/PtrInterface.h"
 
+#include <ctime>
+
 namespace Vor {
 
 class Clock : public PtrInterface {
@@ -17,7 +19,11 @@ class Clock : public PtrInterface {
 /// The operating system's clock that no one sets (CLOCK_MONOTONIC).
 class MonotonicClock final : public Clock {
  public:
-   double now() const override;
+   double now() const override {
+      timespec time{};
+      clock_gettime( CLOCK_MONOTONIC, &time );
+      return static_cast<double>( time.tv_sec ) + static_cast<double>( time.tv_nsec ) * 1e-9;
+   }
 };
 
 }   // namespace Vor
