@@ -56,9 +56,7 @@ void requireEqualParameters( Member const & member, Requested const &... request
 template<class Self, class Member, Tag tag> class DirectoryOf : public EntityOf<Self> {
  public:
    using Members = HashMap<Name, Ptr<Member>>;
-   static constexpr std::size_t initialCapacity = 4;
-
-   explicit DirectoryOf( Name name ) : EntityOf<Self>( std::move( name ) ), members_( initialCapacity ) {}
+   using EntityOf<Self>::EntityOf;
    ~DirectoryOf() override {
       for ( auto const & [name, member] : members_ ) member->parentIs( nullptr );
    }

@@ -26,15 +26,13 @@ class Reflected {
    /// A shared object, held while this lives; read-only through a `Ptr<T const>`.
    template<class T>
    explicit Reflected( Ptr<T> const & object ) : Reflected( Ptr<PtrInterface const>( object ), !std::is_const_v<T> ) {}
-   /// A value such as a register; borrowed.
+   /// A value such as a register; borrowed, and read-only where it is constant.
    template<class T>
    requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<std::remove_const_t<T>> ) explicit Reflected(
       T & value )
-      : type_( &T::staticType() ), object_( &value ), writable_( &value ) {}
-   template<class T>
-   requires( !std::derived_from<T, PtrInterface> && !Detail::isPtr<std::remove_const_t<T>> ) explicit Reflected(
-      T const & value )
-      : type_( &T::staticType() ), object_( &value ) {}
+      : type_( &T::staticType() ), object_( &value ) {
+      if constexpr ( !std::is_const_v<T> ) writable_ = &value;
+   }
 
    Type const & type() const { return *type_; }
 
