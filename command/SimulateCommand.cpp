@@ -22,18 +22,6 @@ namespace {
 
 constexpr char toStandardOutput[] = "-";
 
-// The card that a scenario names, or holds in place.
-Input::CardDescription cardOf( Input::JsonValue const & scenario ) {
-   Input::JsonValue const card = scenario.object()["card"];
-   if ( card.isText() ) {
-      Input::NamedFile const file = card.file( "the card description" );
-      Input::JsonDocument const document( file.path, file.content );
-      return Input::cardDescription( document.root() );
-   }
-   if ( !card.isObject() ) card.fail( "the path of a card description, or a card description in place" );
-   return Input::cardDescription( card );
-}
-
 // The event log and where it goes.
 class EventsFile {
  public:
@@ -66,7 +54,7 @@ class EventsFile {
 
 int simulate( SimulateOptions const & options ) {
    Input::JsonDocument const file = Input::readJson( options.scenario );
-   Input::CardDescription card = cardOf( file.root() );
+   Input::CardDescription card = Input::cardOfScenario( file.root() );
    std::vector<Sim::ScenarioChip> const chips = card.scenarioChips();
    Sim::Scenario scenario = Input::readScenario( file.root(), chips );
    if ( !std::holds_alternative<Input::SimulatedAccess>( card.access ) )

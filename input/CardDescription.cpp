@@ -15,9 +15,7 @@ std::string inQuotes( std::string const & name ) { return "\"" + name + "\""; }
 
 template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
    auto const enumerators = enumType( E{} ).enumerators();
-   std::vector<std::string_view> texts;
-   for ( Vor::Enumerator const & enumerator : enumerators ) texts.push_back( enumerator.text );
-   return static_cast<E>( enumerators[value.oneOf( texts )].value );
+   return static_cast<E>( enumerators[value.oneOf( namesOf( enumerators, &Vor::Enumerator::text ) )].value );
 }
 
 // "0x2000", as addresses stand in messages.
@@ -238,11 +236,18 @@ std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
    return chips;
 }
 
-CardDescription readCard( std::string const & path ) {
-   JsonDocument const document = readJson( path );
-   return cardDescription( document.root() );
-}
-
 CardDescription cardDescription( JsonValue const & root ) { return CardReader( root ).read(); }
+
+CardDescription readCard( std::string const & path ) { return cardDescription( readJson( path ).root() ); }
+
+CardDescription cardOfScenario( JsonValue const & scenario ) {
+   JsonValue const card = scenario.object()["card"];
+   if ( card.isText() ) {
+      NamedFile const file = card.file( "the card description" );
+      return cardDescription( JsonDocument( file.path, file.content ).root() );
+   }
+   if ( !card.isObject() ) card.fail( "the path of a card description, or a card description in place" );
+   return cardDescription( card );
+}
 
 }   // namespace Input

@@ -3,7 +3,7 @@
 // something, registers are aligned, inside the space and nobody else's.
 //
 //    Input::CardDescription const card = Input::readCard( "card.json" );
-//    Input::CardDescription const inPlace = Input::cardDescription( scenarioFile.root().object()[ "card" ] );
+//    Input::CardDescription const simulated = Input::cardOfScenario( scenarioFile.root() );
 //
 // Sequence files are read along with it; relative paths start at the folder of the file that names them.
 #pragma once
@@ -83,8 +83,10 @@ struct CardDescription {
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };
 
-/// Reads a description. Throws Input::InputError, which names the place, what stood there and what is accepted.
+/// Reads a description. Throws InputError, which names the place, what stood there and what is accepted.
 CardDescription readCard( std::string const & path );
-CardDescription cardDescription( Input::JsonValue const & root );
+CardDescription cardDescription( JsonValue const & root );
+/// The same of the card that a scenario names, or holds in place, under "card".
+CardDescription cardOfScenario( JsonValue const & scenario );
 
 }   // namespace Input

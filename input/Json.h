@@ -17,6 +17,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -123,10 +124,13 @@ std::string readFile( std::string const & path );
 /// Reads and parses a file. Throws InputError, for wrong syntax with line and column.
 JsonDocument readJson( std::string const & path );
 
-/// The names of things that have a `name`, as choices.
-template<class Things> std::vector<std::string_view> namesOf( Things const & things ) {
+inline constexpr auto nameOf = []( auto const & thing ) -> std::string_view { return thing.name; };
+
+/// What the things are called, as choices: each by its `name`, or by what `called` gives of it.
+template<class Things, class Called = decltype( nameOf )>
+std::vector<std::string_view> namesOf( Things const & things, Called const & called = nameOf ) {
    std::vector<std::string_view> names;
-   for ( auto const & thing : things ) names.push_back( thing.name );
+   for ( auto const & thing : things ) names.push_back( std::invoke( called, thing ) );
    return names;
 }
 

@@ -28,9 +28,7 @@ class ScenarioReader {
          for ( JsonValue const & value : object["events"].list() ) scenario.events.push_back( event( value ) );
       if ( object.has( "untilNs" ) ) scenario.untilNs = object["untilNs"].u64();
       object.finish();
-      std::stable_sort( scenario.events.begin(), scenario.events.end(), []( Event const & a, Event const & b ) {
-         return a.atNs < b.atNs;
-      } );
+      std::ranges::stable_sort( scenario.events, {}, &Event::atNs );
       return scenario;
    }
 
@@ -50,16 +48,14 @@ class ScenarioReader {
       JsonObject object = value.object();
       Event event;
       event.atNs = object["atNs"].u64();
-      std::vector<std::string_view> keys;
-      for ( ActionType const & type : actionTypes() ) {
-         object[type.key];
-         keys.push_back( type.key );
-      }
+      for ( ActionType const & type : actionTypes() ) object[type.key];
       object.finish();
       for ( auto const & [key, what] : object.members() )
          if ( key != "atNs" ) actionsAppend( typeOf( { .key = key } ), what, false, event.actions );
       if ( event.actions.empty() )
-         value.failWith( "nothing happens here; expected one of " + choicesText( keys ) + " beside \"atNs\"" );
+         value.failWith(
+            "nothing happens here; expected one of " + choicesText( namesOf( actionTypes(), &ActionType::key ) ) +
+            " beside \"atNs\"" );
       return event;
    }
 
@@ -104,10 +100,8 @@ class ScenarioReader {
    Action fault( JsonValue const & value ) const {
       JsonObject object = value.object();
       Action result{ .key = "fault" };
-      std::vector<std::string_view> kinds;
-      for ( FaultKind const kind : faultKinds() ) kinds.push_back( faultKindText( kind ) );
       Fault & fault = result.fault;
-      fault.kind = faultKinds()[object["kind"].oneOf( kinds )];
+      fault.kind = faultKinds()[object["kind"].oneOf( namesOf( faultKinds(), faultKindText ) )];
       result.name = faultChip( object["chip"], fault.kind );
       if ( fault.kind == FaultKind::bitFlip_ ) {
          fault.address = static_cast<U16>( object["address"].u32( 0xFFFF ) );
@@ -141,8 +135,7 @@ class ScenarioReader {
    }
 
    ScenarioChip const & chipNamed( JsonValue const & where, std::string const & name, bool max24305Only ) const {
-      auto const chip =
-         std::find_if( chips_.begin(), chips_.end(), [&]( ScenarioChip const & c ) { return c.name == name; } );
+      auto const chip = std::ranges::find( chips_, name, &ScenarioChip::name );
       if ( chip == chips_.end() )
          where.failWith( "the card has no chip \"" + name + "\"; expected " + choicesText( namesOf( chips_ ) ) );
       if ( max24305Only && chip->target != FaultTarget::max24305_ )

@@ -5,8 +5,8 @@
 //       { "osc0", Sim::FaultTarget::tolvane_ }, { "ptp0", Sim::FaultTarget::max24305_ } };
 //    Sim::Scenario const scenario = readScenario( file.root(), chips );
 //
-// The card itself, which the file names or holds under "card", is read by whoever knows card descriptions; the chips
-// found there are handed in, so that an event or a fault for a chip that the card has not is an error with a place.
+// The card itself is read by cardOfScenario (input/CardDescription.h); the chips found there are handed in, so that an
+// event or a fault for a chip that the card has not is an error with a place.
 #pragma once
 
 #include "sim/Scenario.h"
