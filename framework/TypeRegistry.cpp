@@ -15,15 +15,10 @@ TypeRegistry & registry() {
 
 TypeRegistry const & typeRegistry() { return registry(); }
 
-Module::Module( char const * name, void ( *registerTypes )( Module & ) ) : name_( name ) {
-   registry().modules_.push_back( this );
-   try {
-      registerTypes( *this );
-   } catch ( ... ) {
-      std::erase( registry().modules_, this );
-      throw;
-   }
-}
+Module::Module( char const * name ) : name_( name ) { registry().modules_.push_back( this ); }
+
+// Where the registration throws, the module is made already, and its destructor runs.
+Module::Module( char const * name, void ( *registerTypes )( Module & ) ) : Module( name ) { registerTypes( *this ); }
 
 Module::~Module() { std::erase( registry().modules_, this ); }
 

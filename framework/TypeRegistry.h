@@ -33,6 +33,8 @@ class Module {
    void typeNodeIs( Type const & type );
 
  private:
+   explicit Module( char const * name );
+
    char const * name_;
    std::vector<Type const *> types_;
 };
