@@ -81,12 +81,10 @@ template<class T, class A> constexpr Attribute describeAttribute() {
          return toValue( read<A::get>( *static_cast<T const *>( object ) ) );
       };
    }
-   if constexpr ( requires { A::set; } ) {
-      if constexpr ( !isNull( A::set ) )
-         attribute.set = []( void * object, Value const & value ) {
-            std::invoke( A::set, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::set ), 0>>( value ) );
-         };
-   }
+   if constexpr ( requires { requires !isNull( A::set ); } )
+      attribute.set = []( void * object, Value const & value ) {
+         std::invoke( A::set, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::set ), 0>>( value ) );
+      };
    if constexpr ( requires { A::store; } )
       attribute.set = []( void * object, Value const & value ) {
          auto & stored = static_cast<T *>( object )->*A::store;
@@ -119,22 +117,18 @@ template<class T, class A> constexpr Attribute describeAttribute() {
             std::invoke( A::getAt, *static_cast<T const *>( object ), fromValue<ArgumentOf<F, 0>>( key ) ) );
       };
    }
-   if constexpr ( requires { A::setAt; } ) {
-      if constexpr ( !isNull( A::setAt ) )
-         attribute.setAt = []( void * object, Value const & key, Value const & value ) {
-            using F = decltype( A::setAt );
-            std::invoke(
-               A::setAt, *static_cast<T *>( object ), fromValue<ArgumentOf<F, 0>>( key ),
-               fromValue<ArgumentOf<F, 1>>( value ) );
-         };
-   }
-   if constexpr ( requires { A::deleteAt; } ) {
-      if constexpr ( !isNull( A::deleteAt ) )
-         attribute.deleteAt = []( void * object, Value const & key ) {
-            std::invoke(
-               A::deleteAt, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::deleteAt ), 0>>( key ) );
-         };
-   }
+   if constexpr ( requires { requires !isNull( A::setAt ); } )
+      attribute.setAt = []( void * object, Value const & key, Value const & value ) {
+         using F = decltype( A::setAt );
+         std::invoke(
+            A::setAt, *static_cast<T *>( object ), fromValue<ArgumentOf<F, 0>>( key ),
+            fromValue<ArgumentOf<F, 1>>( value ) );
+      };
+   if constexpr ( requires { requires !isNull( A::deleteAt ); } )
+      attribute.deleteAt = []( void * object, Value const & key ) {
+         std::invoke(
+            A::deleteAt, *static_cast<T *>( object ), fromValue<ArgumentOf<decltype( A::deleteAt ), 0>>( key ) );
+      };
    if constexpr ( requires { A::call; } ) {
       using F = decltype( A::call );
       static_assert( std::tuple_size_v<typename Signature<F>::Arguments> == A::arguments.size() );
@@ -170,7 +164,6 @@ template<class T, auto factory> constexpr Type::Operations describeOperations() 
       operations.ofObject = []( PtrInterface const * object ) -> void const * {
          return static_cast<T const *>( object );
       };
-      operations.hash = []( void const * object ) { return std::hash<void const *>()( object ); };
    } else if constexpr ( std::default_initializable<T> && std::equality_comparable<T> ) {
       operations.isDefault = []( void const * object ) { return *static_cast<T const *>( object ) == T(); };
    }

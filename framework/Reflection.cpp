@@ -66,8 +66,8 @@ Value Reflected::call( std::string_view name, std::initializer_list<NamedValue> 
 }
 
 std::size_t Reflected::hash() const {
-   if ( !type_->operations().hash ) throw UnhashableTypeException( String( type_->name() ) + " is not hashable" );
-   return type_->operations().hash( object_ );
+   if ( !type_->operations().ofObject ) throw UnhashableTypeException( String( type_->name() ) + " is not hashable" );
+   return std::hash<void const *>()( object_ );
 }
 
 bool Reflected::isDefault() const {

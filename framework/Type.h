@@ -58,9 +58,8 @@ class Type {
  public:
    /// What differs from type to type; null where the type does not offer it.
    struct Operations {
-      void const * ( *ofObject )( PtrInterface const * ) = nullptr;   ///< the object as reflection addresses it
+      void const * ( *ofObject )( PtrInterface const * ) = nullptr;   ///< a shared object as reflection addresses it
       Ptr<PtrInterface> ( *make )( std::span<Value const> constructorArguments ) = nullptr;
-      std::size_t ( *hash )( void const * object ) = nullptr;
       bool ( *isDefault )( void const * object ) = nullptr;
       Value ( *access )() = nullptr;   ///< of a register type: how the hardware lets it be used, as text
    };
