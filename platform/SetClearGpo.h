@@ -19,6 +19,7 @@ namespace Hardware {
 class SetClearGpo : public Vor::EntityOf<SetClearGpo, Fru::Gpo> {
  public:
    explicit SetClearGpo( Vor::Name name );
+   ~SetClearGpo() override;
 
    struct NotifieeConst : NotifieeConstBase {
       virtual void onHam() {}
@@ -66,10 +67,6 @@ class SetClearGpo : public Vor::EntityOf<SetClearGpo, Fru::Gpo> {
       SetClearGpo const * gpo_;   // until the output goes
    };
 
- public:
-   ~SetClearGpo() override;
-
- private:
    void levelIs( bool active ) const;
 
    Vor::Ptr<Impl> const impl_;
