@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 #include <sstream>
 
 namespace Vor {
@@ -56,8 +57,7 @@ void TraceHandle::levelIs( U32 level, bool enabled ) {
 
 void traceLevelIs( String const & facility, U32 level, bool enabled ) {
    requireLevel( level );
-   auto setting =
-      std::find_if( settings.begin(), settings.end(), [&]( Setting const & s ) { return s.facility == facility; } );
+   auto setting = std::ranges::find( settings, facility, &Setting::facility );
    if ( setting == settings.end() ) setting = settings.insert( settings.end(), Setting{ facility, 0 } );
    U32 const bit = U32( 1 ) << level;
    setting->enabled = enabled ? setting->enabled | bit : setting->enabled & ~bit;
@@ -66,12 +66,9 @@ void traceLevelIs( String const & facility, U32 level, bool enabled ) {
 }
 
 std::vector<String> traceFacilities() {
-   std::vector<String> names;
-   names.reserve( handles.size() );
-   for ( TraceHandle const * handle : handles ) names.push_back( handle->facility() );
-   std::sort( names.begin(), names.end() );
-   names.erase( std::unique( names.begin(), names.end() ), names.end() );
-   return names;
+   std::set<String> names;
+   for ( TraceHandle const * handle : handles ) names.insert( handle->facility() );
+   return { names.begin(), names.end() };
 }
 
 Ptr<TraceSink> traceSinkIs( Ptr<TraceSink> const & sink ) { return std::exchange( installedSink, sink ); }

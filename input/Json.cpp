@@ -157,7 +157,7 @@ std::vector<JsonValue> JsonValue::list() const {
 
 std::size_t JsonValue::oneOf( std::vector<std::string_view> const & texts ) const {
    if ( isText() ) {
-      auto const match = std::find( texts.begin(), texts.end(), json_->get_ref<std::string const &>() );
+      auto const match = std::ranges::find( texts, json_->get_ref<std::string const &>() );
       if ( match != texts.end() ) return static_cast<std::size_t>( match - texts.begin() );
    }
    fail( choicesText( texts ) );
@@ -181,7 +181,7 @@ void JsonValue::failWith( std::string const & message ) const {
 }
 
 JsonValue JsonObject::operator[]( std::string_view key ) {
-   if ( std::find( known_.begin(), known_.end(), key ) == known_.end() ) known_.emplace_back( key );
+   if ( std::ranges::find( known_, key ) == known_.end() ) known_.emplace_back( key );
    auto const member = place_.json_->find( std::string( key ) );
    Json const * const value = member == place_.json_->end() ? nullptr : &*member;
    return { *place_.document_, value, place_.pointer_ / std::string( key ) };
@@ -196,7 +196,7 @@ std::vector<std::pair<std::string, JsonValue>> JsonObject::members() {
 void JsonObject::finish() const {
    std::vector<std::string_view> const known( known_.begin(), known_.end() );
    for ( auto const & item : place_.json_->items() ) {
-      if ( std::find( known.begin(), known.end(), item.key() ) != known.end() ) continue;
+      if ( std::ranges::find( known, item.key() ) != known.end() ) continue;
       std::string_view const near = nearestChoice( item.key(), known );
       throw InputError(
          placeText( place_.document_->name(), place_.pointer_ / item.key() ) + "unknown key, found with " +

@@ -2,6 +2,8 @@
 
 #include "input/Json.h"
 
+#include <sstream>
+
 namespace Input {
 
 using Hardware::Max24305::Op;
@@ -23,30 +25,28 @@ Op opOf( std::string_view text ) {
 std::vector<Op> sequenceOf( std::string const & name, std::string_view content ) {
    constexpr std::string_view blanks = " \t\r\v\f";
    std::vector<Op> sequence;
+   std::istringstream lines{ std::string( content ) };
    std::size_t lineNumber = 0;
-   while ( !content.empty() ) {
+   for ( std::string line; std::getline( lines, line ); ) {
       ++lineNumber;
-      std::size_t const lineEnd = content.find( '\n' );
-      std::string_view line = content.substr( 0, lineEnd );
-      content.remove_prefix( lineEnd == std::string_view::npos ? content.size() : lineEnd + 1 );
       std::size_t const start = line.find_first_not_of( blanks );
-      if ( start == std::string_view::npos || line[start] == '#' ) continue;
-      line = line.substr( 0, line.find_last_not_of( blanks ) + 1 );
+      if ( start == line.npos || line[start] == '#' ) continue;
+      line.erase( line.find_last_not_of( blanks ) + 1 );
       try {
          sequence.push_back( opOf( line.substr( start ) ) );
       } catch ( OpError const & error ) {
-         throw Input::InputError(
+         throw InputError(
             name + ":" + std::to_string( lineNumber ) + ":" + std::to_string( start + error.column ) + ": " +
             error.message );
       }
    }
    if ( sequence.empty() )
-      throw Input::InputError(
+      throw InputError(
          name + ": expected at least one operation, such as " +
          valueToStrep( Op( 0, Hardware::Max24305::read_, 0, 36 ) ).stdString() + ", found none" );
    return sequence;
 }
 
-std::vector<Op> readSequence( std::string const & path ) { return sequenceOf( path, Input::readFile( path ) ); }
+std::vector<Op> readSequence( std::string const & path ) { return sequenceOf( path, readFile( path ) ); }
 
 }   // namespace Input
