@@ -30,16 +30,6 @@ constexpr char switchoverTrace[] = "Switchover in progress. Wait for Dovra to be
 // What "now" is for the lock timer.
 double now() { return Vor::activityManager().config().clock()->now(); }
 
-// Sets one of the two published records, and tells of `first` and of the change.
-template<class Record, class State, class... First>
-void publishAndTell(
-   Max24305Sm const & machine, Vor::Ptr<Record> const & record, State state, First const &... first ) {
-   publish( record, state, [&]( bool changed ) {
-      ( tellStep( machine, first ), ... );
-      if ( changed ) tellStep( machine, Steps::Published{ machine.status()->state(), machine.pllStatus()->state() } );
-   } );
-}
-
 }   // namespace
 
 void Max24305Sm::handleInitialized() {
@@ -156,14 +146,13 @@ void Max24305Sm::doProgramMax24305() {
          tellStep( *this, done );
       }
       if ( done.outcome == Steps::Outcome::done_ ) {
-         publishAndTell( *this, status(), Max24305::locking_, Steps::ProgrammingEnded{ attempt, true } );
+         publish( *this, status(), Max24305::locking_, Steps::ProgrammingEnded{ attempt, true } );
          lockPollCountIs( 0 );
          lockStatusClock()->timeMinIs( now() );
          return;
       }
-      publishAndTell( *this, status(), Max24305::failed_ );
-      publishAndTell(
-         *this, pllStatus(), Kiv::ClockStatus::failed_, Steps::AttemptFailed{ attempt, maxAttempts, done } );
+      publish( *this, status(), Max24305::failed_ );
+      publish( *this, pllStatus(), Kiv::ClockStatus::failed_, Steps::AttemptFailed{ attempt, maxAttempts, done } );
       VOR_TRACE( traceHandle, 1, "Max24305 Programming sequence failed. Retrying." );
       nsleep( retryPauseNs );
    }
@@ -187,8 +176,8 @@ void Max24305Sm::doWaitForLock() {
       U32 const frequencyInHz = Max24305Status( value ).frequencyInHz();
       tellStep( *this, Steps::FrequencyRead{ frequencyInHz } );
       VOR_TRACE( traceHandle, 1, "Success. Output clock frequency ( in Hz ) = " << frequencyInHz );
-      publishAndTell( *this, status(), Max24305::ready_ );
-      publishAndTell( *this, pllStatus(), Kiv::ClockStatus::ready_ );
+      publish( *this, status(), Max24305::ready_ );
+      publish( *this, pllStatus(), Kiv::ClockStatus::ready_ );
       return;
    }
    // The count was moved before it is looked at, so that the poll after the hundredth is the last.
@@ -197,8 +186,8 @@ void Max24305Sm::doWaitForLock() {
       return;
    }
    logInitFailed( max24305InitFailed );
-   publishAndTell( *this, status(), Max24305::failed_ );
-   publishAndTell( *this, pllStatus(), Kiv::ClockStatus::failed_ );
+   publish( *this, status(), Max24305::failed_ );
+   publish( *this, pllStatus(), Kiv::ClockStatus::failed_ );
    VOR_TRACE( traceHandle, 1, "Could not get APLL lock. FAILED" );
    lockStatusClock()->timeMinIs( never );
 }
@@ -210,8 +199,8 @@ void Max24305Sm::handleSwitchoverStage( Vor::String stage ) {
 }
 
 void Max24305Sm::publishedStatesReset() {
-   publishAndTell( *this, status(), Max24305::uninitialized_ );
-   publishAndTell( *this, pllStatus(), Kiv::ClockStatus::notReady_ );
+   publish( *this, status(), Max24305::uninitialized_ );
+   publish( *this, pllStatus(), Kiv::ClockStatus::notReady_ );
 }
 
 Gate Max24305Sm::gate() const {

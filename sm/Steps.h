@@ -133,10 +133,22 @@ template<class Machine, class OneStep> void tellStep( Machine const & machine, O
    if ( auto const config = machine.config() ) Detail::tellStep( *config, step );
 }
 
-/// Sets the state of a record that a machine publishes. `tell( changed )` runs as soon as it is stored, where there is
-/// a sink to tell.
-template<class Record, class State, class Tell>
-void publish( Vor::Ptr<Record> const & record, State state, Tell const & tell ) {
+/// The records that a machine publishes, as they stand.
+template<class Machine> auto published( Machine const & machine ) {
+   if constexpr ( requires { machine.pllStatus(); } )
+      return Steps::Published{ machine.status()->state(), machine.pllStatus()->state() };
+   else
+      return Steps::TolvanePublished{ machine.status()->state() };
+}
+
+/// Sets the state of a record that a machine publishes. Where there is a sink, it is told of `first`, then of the
+/// change, as soon as the state is stored.
+template<class Machine, class Record, class State, class... First>
+void publish( Machine const & machine, Vor::Ptr<Record> const & record, State state, First const &... first ) {
+   auto const tell = [&]( bool changed ) {
+      ( tellStep( machine, first ), ... );
+      if ( changed ) tellStep( machine, published( machine ) );
+   };
    if ( !stepsTold() )
       record->stateIs( state );
    else if ( record->state() == state )

@@ -18,15 +18,6 @@ constexpr U32 tolvaneResetNs = 100'000'000;
 constexpr U32 tolvaneRecoveryNs = 200'000'000;
 constexpr U32 enableNs = 500'000'000;
 
-// Sets the published record, and tells of `first` and of the change.
-template<class... First>
-void publishAndTell( TolvaneSm const & machine, Tolvane::State state, First const &... first ) {
-   publish( machine.status(), state, [&]( bool changed ) {
-      ( tellStep( machine, first ), ... );
-      if ( changed ) tellStep( machine, Steps::TolvanePublished{ machine.status()->state() } );
-   } );
-}
-
 // Resets and enables the chip, and asks whether it answers.
 Steps::EnableDone attempt( TolvaneSm const & machine ) {
    pulseReset( machine.resetGpo(), tolvaneResetNs, tolvaneRecoveryNs );
@@ -74,7 +65,7 @@ void TolvaneSm::handleEnvironmentChanges() {
    if ( allMet( rows ) )
       doProgramTolvane();
    else
-      publishAndTell( *this, Tolvane::uninitialized_ );
+      publish( *this, status(), Tolvane::uninitialized_ );
 }
 
 Gate TolvaneSm::gate() const { return { hardwareRow( hamImpl() ), resetOutputRow( setClearGpo() ) }; }
@@ -82,7 +73,7 @@ Gate TolvaneSm::gate() const { return { hardwareRow( hamImpl() ), resetOutputRow
 void TolvaneSm::doProgramTolvane() {
    if ( !initialized() ) return;
    VOR_TRACE( tolvaneTrace, 1, __PRETTY_FUNCTION__ );
-   publishAndTell( *this, Tolvane::uninitialized_ );
+   publish( *this, status(), Tolvane::uninitialized_ );
    VOR_ASSERT( resetGpo() );
    // The run counts for itself: a change during one of its sleeps may start another run within it.
    for ( U32 retries = maxAttempts; retries > 0; --retries ) {
@@ -92,10 +83,10 @@ void TolvaneSm::doProgramTolvane() {
       Steps::EnableDone const done = attempt( *this );
       tellStep( *this, done );
       if ( done.answers ) {
-         publishAndTell( *this, Tolvane::ready_, Steps::ProgrammingEnded{ number, true } );
+         publish( *this, status(), Tolvane::ready_, Steps::ProgrammingEnded{ number, true } );
          return;
       }
-      publishAndTell( *this, Tolvane::failed_, Steps::AttemptFailed{ number, maxAttempts, done } );
+      publish( *this, status(), Tolvane::failed_, Steps::AttemptFailed{ number, maxAttempts, done } );
       VOR_TRACE( tolvaneTrace, 1, "Tolvane initialization failed. Retrying." );
    }
    numRetries_ = 0;
