@@ -6,8 +6,6 @@
 
 namespace Vor {
 
-String valueToStrep( unsigned long long value ) { return std::to_string( value ); }
-
 String valueToStrep( double value ) {
    char text[32];
    auto const [end, error] = std::to_chars( text, text + sizeof text, value );

@@ -17,11 +17,8 @@
 
 namespace Vor {
 
-String valueToStrep( unsigned long long value );
 template<std::unsigned_integral T>
-requires( !std::same_as<T, bool> && !std::same_as<T, unsigned long long> ) String valueToStrep( T value ) {
-   return valueToStrep( static_cast<unsigned long long>( value ) );
-}
+requires( !std::same_as<T, bool> ) String valueToStrep( T value ) { return std::to_string( value ); }
 String valueToStrep( double value );
 template<std::same_as<bool> T> String valueToStrep( T value ) { return value ? "true" : "false"; }
 String valueToStrep( String const & value );
