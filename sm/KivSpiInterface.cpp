@@ -7,11 +7,9 @@
 
 namespace Hardware {
 
-using Max24305SmModule::traceHandle;
+using namespace Max24305SmModule;
 
 namespace {
-
-constexpr auto & vorSource = Max24305SmModule::source;
 
 constexpr U32 maxPolls = 10;
 constexpr U32 pollPeriodNs = 1'000;

@@ -14,7 +14,7 @@
 
 namespace Hardware {
 
-using Max24305SmModule::traceHandle;
+using namespace Max24305SmModule;
 
 namespace {
 

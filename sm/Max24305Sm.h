@@ -195,8 +195,6 @@ class Max24305Sm : public Vor::StateMachine {
       Vor::Operation<"kivSpiIntfIs", &Max24305Sm::kivSpiIntfIs, "base", "hamImpl", "resetSupported">>;
 
  protected:
-   static constexpr auto & vorSource = Max24305SmModule::source;
-
    /// The place of time sync among the gate's rows; a gate looks at it only when those before it are met.
    static constexpr std::size_t timeSyncPlace = 3;
 

@@ -5,7 +5,7 @@
 
 namespace Hardware::Max24305SmModule {
 
-inline constexpr char source[] = "Max24305Sm";
+inline constexpr char vorSource[] = "Max24305Sm";
 
 extern Vor::TraceHandle const traceHandle;
 

@@ -6,7 +6,7 @@
 
 namespace Hardware {
 
-using Max24305SmModule::traceHandle;
+using namespace Max24305SmModule;
 
 void Max24305WithTolvaneInputSm::handleInitialized() {
    VOR_TRACE( traceHandle, 1, __PRETTY_FUNCTION__ );

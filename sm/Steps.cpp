@@ -34,10 +34,8 @@ void Detail::tellOnce( Vor::Entity const & record, std::function<void()> const &
 }
 
 Vor::Ptr<StepSink> stepSinkIs( Vor::Ptr<StepSink> const & sink ) {
-   Vor::Ptr<StepSink> previous = installedSink;
-   installedSink = sink;
    Detail::stepSinkSet.store( bool( sink ), std::memory_order_relaxed );
-   return previous;
+   return std::exchange( installedSink, sink );
 }
 
 }   // namespace Hardware
