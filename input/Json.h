@@ -130,6 +130,7 @@ inline constexpr auto nameOf = []( auto const & thing ) -> std::string_view { re
 template<class Things, class Called = decltype( nameOf )>
 std::vector<std::string_view> namesOf( Things const & things, Called const & called = nameOf ) {
    std::vector<std::string_view> names;
+   names.reserve( things.size() );
    for ( auto const & thing : things ) names.push_back( std::invoke( called, thing ) );
    return names;
 }

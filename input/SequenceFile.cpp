@@ -30,7 +30,7 @@ std::vector<Op> sequenceOf( std::string const & name, std::string_view content )
    for ( std::string line; std::getline( lines, line ); ) {
       ++lineNumber;
       std::size_t const start = line.find_first_not_of( blanks );
-      if ( start == line.npos || line[start] == '#' ) continue;
+      if ( start == std::string::npos || line[start] == '#' ) continue;
       line.erase( line.find_last_not_of( blanks ) + 1 );
       try {
          sequence.push_back( opOf( line.substr( start ) ) );
