@@ -39,8 +39,7 @@ if ( CLOCKPATH_SANITIZERS )
    target_link_options( clockpath_compiler INTERFACE -fsanitize=${CLOCKPATH_SANITIZERS} )
 endif()
 
-# What nearly every source of the house reads. It takes half of the time of a build that does not optimise, but hides an
-# include that is missing: a build for use reads what each source says.
+# What nearly every source of the house reads. It takes half of the time of a build that does not optimise.
 option( CLOCKPATH_PRECOMPILED "Read the framework's headers once for each library" OFF )
 set( CLOCKPATH_PRECOMPILED_HEADERS Describe.h Directory.h Entity.h Enumeration.h Reactor.h Trace.h TypeRegistry.h )
 list( TRANSFORM CLOCKPATH_PRECOMPILED_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/framework/ )

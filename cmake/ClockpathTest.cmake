@@ -1,20 +1,22 @@
-# The tests of one folder as one executable; every case of it is a test of ctest, named FOLDER.SUITE.CASE.
+# The tests of one folder as one executable; every case of it is a test of ctest, named FOLDER.SUITE.CASE. With a
+# sanitizer the executable is one test, named FOLDER.
 #
 #    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
 #
-# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken. The sources are
-# compiled as one: a source whose helpers have the names of another's puts them into a namespace of its own.
+# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken. The presets
+# compile the sources as one: a source whose helpers have the names of another's puts them into a namespace of its own.
 find_package( GTest REQUIRED )
 include( GoogleTest )
 
-# The headers of GoogleTest and GoogleMock, compiled once for all.
+# The headers of GoogleTest, GoogleMock and the framework, compiled once for all.
 file( CONFIGURE OUTPUT pch.cpp CONTENT "" )
 add_library( clockpath_test_pch OBJECT ${CMAKE_CURRENT_BINARY_DIR}/pch.cpp )
 clockpath_target( clockpath_test_pch )
 # Test code runs once: optimising it costs far more than it gives back. What it tests is built as it is shipped.
 target_compile_options( clockpath_test_pch PRIVATE -O0 )
 target_link_libraries( clockpath_test_pch PRIVATE GTest::gmock )
-target_precompile_headers( clockpath_test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h> )
+target_precompile_headers(
+   clockpath_test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h> ${CLOCKPATH_PRECOMPILED_HEADERS} )
 
 function( clockpath_test name )
    cmake_parse_arguments( PARSE_ARGV 1 arg "" "" "SOURCES;LIBS" )
@@ -25,7 +27,12 @@ function( clockpath_test name )
    target_link_libraries( ${target} PRIVATE ${arg_LIBS} GTest::gmock_main GTest::gmock GTest::gtest )
    target_include_directories( ${target} PRIVATE ${PROJECT_SOURCE_DIR} )
    target_precompile_headers( ${target} REUSE_FROM clockpath_test_pch )
-   set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0 )
+   # To start a process with a sanitizer takes longer than most tests.
+   if ( CLOCKPATH_SANITIZERS )
+      add_test( NAME ${name} COMMAND ${target} )
+      set_tests_properties( ${name} PROPERTIES TIMEOUT 300 LABELS ${name} )
+      return()
+   endif()
    gtest_discover_tests(
       ${target}
       TEST_PREFIX "${name}."

@@ -11,7 +11,8 @@ class TracesOn {
  public:
    /// Levels 0 to one less than `levels`.
    explicit TracesOn( U32 levels ) : facilities_( Vor::traceFacilities() ), levels_( levels ) { switchAll( true ); }
-   ~TracesOn() { switchAll( false ); }
+   // What could be switched on can be switched off.
+   ~TracesOn() { switchAll( false ); }   // NOLINT(bugprone-exception-escape)
    TracesOn( TracesOn const & ) = delete;
    TracesOn & operator=( TracesOn const & ) = delete;
 
