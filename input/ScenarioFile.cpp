@@ -1,5 +1,6 @@
 #include "input/ScenarioFile.h"
 
+#include "hal/Max24305Hal.h"
 #include "input/Json.h"
 
 #include <algorithm>
@@ -103,29 +104,70 @@ class ScenarioReader {
       Fault & fault = result.fault;
       fault.kind = faultKinds()[object["kind"].oneOf( namesOf( faultKinds(), faultKindText ) )];
       result.name = faultChip( object["chip"], fault.kind );
-      if ( fault.kind == FaultKind::bitFlip_ ) {
-         fault.address = static_cast<U16>( object["address"].u32( 0xFFFF ) );
-         fault.mask = static_cast<U8>( object["mask"].u64( 1, 0xFF ) );
+      parameters( object, result );
+      if ( fault.kind != FaultKind::chipReset_ ) {   // which takes no time
+         if ( object.has( "forNs" ) ) fault.forNs = object["forNs"].u64();
+         if ( object.has( "count" ) ) fault.count = object["count"].u64( 1 );
       }
-      if ( fault.kind == FaultKind::slowLock_ )
-         fault.extraNs = object.has( "extraNs" ) ? object["extraNs"].u64() : slowLockExtraNs;
-      if ( object.has( "forNs" ) ) fault.forNs = object["forNs"].u64();
-      if ( object.has( "count" ) ) fault.count = object["count"].u64( 1 );
       if ( fault.forNs && fault.count )
          value.failWith( "a fault lasts for a span or a number of times; expected \"forNs\" or \"count\", found both" );
       object.finish();
       return result;
    }
 
+   // What the action's kind of fault takes beside its chip and its end.
+   void parameters( JsonObject & object, Action & action ) const {
+      Fault & fault = action.fault;
+      switch ( fault.kind ) {
+      case FaultKind::bitFlip_:
+      case FaultKind::bitStuck_: {
+         bool const ofTolvane = chipNamed( object["chip"], action.name, false ).target == FaultTarget::tolvane_;
+         U32 const lastBits = ofTolvane ? 0xFFFF'FFFF : 0xFF;
+         // A Tolvane's only register need not be told.
+         if ( !ofTolvane || object.has( "address" ) )
+            fault.address = static_cast<U16>( object["address"].u32( ofTolvane ? 0 : 0xFFFF ) );
+         fault.mask = static_cast<U32>( object["mask"].u64( 1, lastBits ) );
+         if ( fault.kind == FaultKind::bitStuck_ ) fault.value = object["value"].u32( lastBits );
+         break;
+      }
+      case FaultKind::misoStuck_:
+         fault.value = object["value"].u32( 1 );
+         break;
+      case FaultKind::spiShift_:
+         fault.bits = static_cast<U32>( object["bits"].u64( 1, 7 ) );
+         break;
+      case FaultKind::flapLock_:
+         fault.periodNs = object["periodNs"].u64( 1 );
+         fault.lockedNs = object["lockedNs"].u64( 0, fault.periodNs - 1 );
+         [[fallthrough]];
+      case FaultKind::loseLock_:
+         if ( object.has( "mask" ) ) fault.mask = apllMask( object["mask"] );
+         break;
+      case FaultKind::slowLock_:
+         fault.extraNs = object.has( "extraNs" ) ? object["extraNs"].u64() : slowLockExtraNs;
+         break;
+      default:
+         break;
+      }
+   }
+
+   static U32 apllMask( JsonValue const & value ) {
+      Hardware::ApllStatus const aplls( value.u32( 0xFF ) );
+      if ( !aplls.apll1Locked() && !aplls.apll2Locked() )
+         value.fail( "a mask with the bit of an APLL in register 7: 1, 16, or 17 for both" );
+      return aplls.value();
+   }
+
    // A fault of the whole card may name one of its chips. The name may be left out where only one chip comes into
-   // question.
+   // question; for the bits of a register, where only one MAX24305 does.
    std::string faultChip( JsonValue const & where, FaultKind kind ) const {
       std::vector<std::string_view> const able = chipsWith( kind );
       if ( faultFits( kind, FaultTarget::card_ ) ) {
          if ( where.present() ) chipNamed( where, where.name(), false );
          return {};
       }
-      if ( !where.present() && able.size() == 1 ) return std::string( able.front() );
+      for ( auto const & meant : { able, chipsWith( kind, ofRegister( kind ) ) } )
+         if ( !where.present() && meant.size() == 1 ) return std::string( meant.front() );
       std::string const name = where.name();
       if ( !faultFits( kind, chipNamed( where, name, false ).target ) )
          where.failWith(
@@ -143,10 +185,13 @@ class ScenarioReader {
       return *chip;
    }
 
-   std::vector<std::string_view> chipsWith( FaultKind kind ) const {
+   static bool ofRegister( FaultKind kind ) { return kind == FaultKind::bitFlip_ || kind == FaultKind::bitStuck_; }
+
+   std::vector<std::string_view> chipsWith( FaultKind kind, bool max24305Only = false ) const {
       std::vector<std::string_view> names;
       for ( ScenarioChip const & chip : chips_ )
-         if ( faultFits( kind, chip.target ) ) names.push_back( chip.name );
+         if ( faultFits( kind, chip.target ) && ( !max24305Only || chip.target == FaultTarget::max24305_ ) )
+            names.push_back( chip.name );
       return names;
    }
 

@@ -17,10 +17,17 @@ constexpr KindRow kindRows[] = {
    { "spiStuckWrite", FaultKind::spiStuckWrite_, { true, false, false } },
    { "spiInvalid", FaultKind::spiInvalid_, { true, false, false } },
    { "spiExtra", FaultKind::spiExtra_, { true, false, false } },
-   { "bitFlip", FaultKind::bitFlip_, { true, false, false } },
+   { "spiShift", FaultKind::spiShift_, { true, false, false } },
+   { "spiLate", FaultKind::spiLate_, { true, false, false } },
+   { "misoStuck", FaultKind::misoStuck_, { true, false, false } },
+   { "bitFlip", FaultKind::bitFlip_, { true, true, false } },
+   { "bitStuck", FaultKind::bitStuck_, { true, true, false } },
+   { "writeLost", FaultKind::writeLost_, { true, false, false } },
    { "neverLock", FaultKind::neverLock_, { true, false, false } },
    { "loseLock", FaultKind::loseLock_, { true, false, false } },
+   { "flapLock", FaultKind::flapLock_, { true, false, false } },
    { "slowLock", FaultKind::slowLock_, { true, false, false } },
+   { "chipReset", FaultKind::chipReset_, { true, false, false } },
    { "resetStuck", FaultKind::resetStuck_, { true, true, false } },
    { "noPower", FaultKind::noPower_, { false, true, false } },
    { "hardwareGone", FaultKind::hardwareGone_, { false, false, true } },
@@ -48,6 +55,7 @@ void FaultBoard::faultBegin( Fault const & fault ) {
    std::erase_if( faults_, []( Active const & active ) { return active.usedUp(); } );
    auto const begun = faults_.emplace( faults_.end() );
    begun->fault = fault;
+   begun->fault.beganNs = clock_.nowNs();
    if ( fault.forNs ) {
       begun->spanEnd.emplace( clock_, [this, begun] {
          FaultKind const kind = begun->fault.kind;
@@ -72,14 +80,15 @@ Fault const * FaultBoard::occurs( FaultKind kind ) {
    return nullptr;
 }
 
-U8 FaultBoard::flippedBits( U16 address ) {
-   U8 bits = 0;
-   for ( Active & active : faults_ ) {
-      if ( !active.isOf( FaultKind::bitFlip_ ) || active.fault.address != address ) continue;
-      active.use();
-      bits ^= active.fault.mask;
-   }
-   return bits;
+U32 FaultBoard::asRead( U16 address, U32 stored ) {
+   U32 read = stored;
+   occurEach( [&]( Fault const & fault ) {
+      bool const flips = fault.kind == FaultKind::bitFlip_;
+      if ( fault.address != address || !( flips || fault.kind == FaultKind::bitStuck_ ) ) return false;
+      read = flips ? read ^ fault.mask : ( read & ~fault.mask ) | ( fault.value & fault.mask );
+      return true;
+   } );
+   return read;
 }
 
 void FaultBoard::tell( FaultKind kind, Moment moment ) const {

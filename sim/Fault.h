@@ -9,11 +9,22 @@
 //                   sent once it moves again                                  the FIFO (a lone closing word is none)
 //    spiInvalid     responses stand in the FIFO without their valid bit       such a response
 //    spiExtra       each response stands in the FIFO twice                    such a response
+//    spiShift       an answer arrives `bits` bits late: the last bits that    an answer that arrives so
+//                   the chip shifted out before it come first
+//    spiLate        an answer arrives in place of the next one; what stands   an answer that arrives so
+//                   in place of the first is 0
+//    misoStuck      an answer reads as 0x00 (`value` 0) or 0xFF (1)           an answer that arrives so
 //    bitFlip        a read of register `address` gives its bits of `mask`     a read of that register
 //                   inverted
+//    bitStuck       a read of register `address` gives its bits of `mask`     a read of that register
+//                   as they are in `value`
+//    writeLost      a register write reaches nothing                          a write lost
 //    neverLock      the APLLs do not lock; one that is locked stays so        a lock that did not come about
-//    loseLock       the APLLs lose their lock                                 a lock lost
+//    loseLock       the APLLs of `mask` lose their lock                       a lock lost
+//    flapLock       in each `periodNs` from its beginning on the APLLs of     a period
+//                   `mask` can be in lock for the first `lockedNs` alone
 //    slowLock       locking takes `extraNs` longer                            a lock delayed
+//    chipReset      the chip resets itself as it begins                       that reset
 //    resetStuck     the release of the reset line does not reach the chip     a release lost
 //    noPower        the Tolvane has no supply: neither bit reads back         a write that would have enabled it
 //    hardwareGone   reads of the whole card give 0xFFFFFFFF, writes are lost  a read or write
@@ -21,6 +32,10 @@
 // After a span of neverLock or loseLock the APLLs start locking anew, and so they do at once after a counted loseLock;
 // after a counted neverLock they wait for the next register write or reset. After a span of resetStuck the chip
 // follows its reset line again, after a counted one from the next pulse on. After noPower the Tolvane is not enabled.
+// After a flapLock the APLLs are at once as they would be without it.
+//
+// An answer is a data byte of a read, from a chip held in reset too. Where several kinds trouble it, they do so in the
+// order of the table; several faults of one register's bits do in the order in which they began.
 //
 //    Fault flip{ .kind = FaultKind::bitFlip_, .address = 16, .mask = 1, .count = 3 };
 #pragma once
@@ -41,10 +56,17 @@ enum class FaultKind {
    spiStuckWrite_,
    spiInvalid_,
    spiExtra_,
+   spiShift_,
+   spiLate_,
+   misoStuck_,
    bitFlip_,
+   bitStuck_,
+   writeLost_,
    neverLock_,
    loseLock_,
+   flapLock_,
    slowLock_,
+   chipReset_,
    resetStuck_,
    noPower_,
    hardwareGone_,
@@ -61,12 +83,19 @@ std::vector<FaultKind> faultKinds();
 bool faultFits( FaultKind kind, FaultTarget target );
 
 struct Fault {
+   static constexpr U32 allBits = 0xFFFF'FFFF;
+
    FaultKind kind = FaultKind::spiDead_;
-   U16 address = 0;   ///< bitFlip: the chip's register
-   U8 mask = 0;       ///< bitFlip: the bits that read inverted
-   U64 extraNs = 0;   ///< slowLock: by how much locking takes longer
+   U16 address = 0;      ///< bitFlip, bitStuck: the chip's register
+   U32 mask = allBits;   ///< bitFlip, bitStuck: bits of that register; loseLock, flapLock: APLLs, as register 7's
+   U32 value = 0;        ///< bitStuck: how the bits read; misoStuck: 0 or 1
+   U32 bits = 1;         ///< spiShift: 1 to 7
+   U64 extraNs = 0;      ///< slowLock: by how much locking takes longer
+   U64 periodNs = 1;     ///< flapLock: at least 1
+   U64 lockedNs = 0;     ///< flapLock: less than the period
    std::optional<U64> forNs = std::nullopt;
    std::optional<U64> count = std::nullopt;
+   U64 beganNs = 0;   ///< when it was handed to the card, which sets it
 };
 
 /// The faults that trouble one chip, or the card. The models ask it at the moment a fault would show.
@@ -91,8 +120,15 @@ class FaultBoard {
    /// good until the next call of a member.
    Fault const * occurs( FaultKind kind );
 
-   /// As occurs( bitFlip_ ), over all active flips of that register: the bits to invert.
-   U8 flippedBits( U16 address );
+   /// Shows all active faults, in the order in which they began: uses up one of the count of each for which `shows`
+   /// says true.
+   template<class Shows> void occurEach( Shows const & shows ) {
+      for ( Active & active : faults_ )
+         if ( !active.usedUp() && shows( active.fault ) ) active.use();
+   }
+
+   /// What a read of the chip's register gives, where `stored` stands in it: bits may be flipped or stuck.
+   U32 asRead( U16 address, U32 stored );
 
  private:
    struct Active {

@@ -3,6 +3,7 @@
 #include "hal/Max24305Hal.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Sim {
 
@@ -27,14 +28,22 @@ bool isReadOnly( U16 address ) {
 }   // namespace
 
 Max24305Chip::Max24305Chip( VirtualClock & clock, FaultBoard & faults, Parameters parameters )
-   : faults_( faults ), parameters_( std::move( parameters ) ), lockDue_( clock, [this] { handleLockDue(); } ) {
-   faults_.listenerAdd( FaultKind::loseLock_, FaultBoard::begins_, [this] {
-      if ( locked_ ) loseLock();
-   } );
+   : clock_( clock ),
+     faults_( faults ),
+     parameters_( std::move( parameters ) ),
+     lockDue_( clock, [this] { handleLockDue(); } ) {
+   faults_.listenerAdd( FaultKind::spiLate_, FaultBoard::begins_, [this] { lateAnswer_ = 0; } );
+   faults_.listenerAdd( FaultKind::loseLock_, FaultBoard::begins_, [this] { loseLock(); } );
    for ( FaultKind const kind : { FaultKind::neverLock_, FaultKind::loseLock_ } )
       faults_.listenerAdd( kind, FaultBoard::spanEnds_, [this] {
-         if ( !inReset_ && !locked_ && !lockDue_.pending() ) startLocking();
+         if ( !inReset_ && locked_ != parameters_.apllStatus && !lockDue_.pending() ) lockAgain();
       } );
+   faults_.listenerAdd( FaultKind::chipReset_, FaultBoard::begins_, [this] {
+      faults_.occurs( FaultKind::chipReset_ );
+      if ( inReset_ ) return;
+      resetIs( true );
+      resetIs( false );
+   } );
    powerUpRegisters();
    startLocking();
 }
@@ -44,11 +53,14 @@ U8 Max24305Chip::byteExchanged( U8 out ) {
    U8 const idle = transactionLost_ ? undrivenBus : 0;
    if ( place < 3 ) {
       header_[place] = out;
+      driven_ = idle;
       return idle;
    }
    U16 const first = static_cast<U16>( header_[1] << 8 | header_[2] );
    U16 const address = static_cast<U16>( first + ( place - 3 ) );
-   U8 const response = transactionLost_ ? idle : dataExchanged( header_[0], address, out );
+   U8 const before = driven_;
+   driven_ = transactionLost_ ? idle : dataExchanged( header_[0], address, out );
+   U8 const response = header_[0] == Hardware::spiRead_ ? arrived( driven_, before ) : driven_;
    if ( observer_ )
       observer_(
          parameters_.name, { header_[0], static_cast<U8>( address >> 8 ), static_cast<U8>( address ), out }, response );
@@ -65,7 +77,7 @@ void Max24305Chip::resetIs( bool asserted ) {
    inReset_ = asserted;
    if ( asserted ) {
       transactionLost_ = true;
-      locked_ = false;
+      locked_ = 0;
       lockDue_.cancel();
       powerUpRegisters();
    } else {
@@ -75,21 +87,31 @@ void Max24305Chip::resetIs( bool asserted ) {
 }
 
 U32 Max24305Chip::outputFrequencyInHz() const {
-   if ( !locked_ ) return 0;
-   return Hardware::ApllStatus( parameters_.apllStatus ).bothLocked() ? parameters_.outputFrequencyInHz : 0;
+   return Hardware::ApllStatus( apllStatus() ).bothLocked() ? parameters_.outputFrequencyInHz : 0;
 }
 
 U8 Max24305Chip::dataExchanged( U8 instruction, U16 address, U8 out ) {
    if ( instruction == Hardware::spiRead_ ) return registerRead( address );
-   if ( instruction == Hardware::spiWrite_ ) registerWritten( address, out );
+   if ( instruction == Hardware::spiWrite_ && !faults_.occurs( FaultKind::writeLost_ ) )
+      registerWritten( address, out );
    return 0;
+}
+
+// What arrives of an answer that the chip shifts out, `before` being the byte that it shifted out last.
+U8 Max24305Chip::arrived( U8 answer, U8 before ) {
+   U8 in = answer;
+   if ( Fault const * shift = faults_.occurs( FaultKind::spiShift_ ) )
+      in = static_cast<U8>( ( before << 8 | in ) >> shift->bits );
+   if ( faults_.occurs( FaultKind::spiLate_ ) ) std::swap( in, lateAnswer_ );
+   if ( Fault const * stuck = faults_.occurs( FaultKind::misoStuck_ ) ) in = stuck->value ? 0xFF : 0;
+   return in;
 }
 
 U8 Max24305Chip::registerRead( U16 address ) {
    auto const found = registers_.find( address );
    U8 stored = found == registers_.end() ? U8( 0 ) : found->second;
-   if ( address == apllStatusAddress ) stored = locked_ ? parameters_.apllStatus : U8( 0 );
-   return stored ^ faults_.flippedBits( address );
+   if ( address == apllStatusAddress ) stored = apllStatus();
+   return static_cast<U8>( faults_.asRead( address, stored ) );
 }
 
 void Max24305Chip::registerWritten( U16 address, U8 value ) {
@@ -102,8 +124,25 @@ void Max24305Chip::powerUpRegisters() {
    for ( PowerUpValue const & row : identification ) registers_[row.address] = row.value;
 }
 
+U8 Max24305Chip::apllStatus() const {
+   U32 status = locked_;
+   faults_.occurEach( [&]( Fault const & fault ) {
+      if ( fault.kind != FaultKind::flapLock_ ) return false;
+      U64 const agoNs = clock_.nowNs() - fault.beganNs;
+      bool const over = fault.count && agoNs / fault.periodNs >= *fault.count;
+      if ( !over && agoNs % fault.periodNs >= fault.lockedNs ) status &= ~fault.mask;
+      return false;   // its count is of periods, not of looks
+   } );
+   return static_cast<U8>( status );
+}
+
 void Max24305Chip::startLocking() {
-   locked_ = false;
+   locked_ = 0;
+   lockAgain();
+}
+
+// Those that are in lock stay so meanwhile.
+void Max24305Chip::lockAgain() {
    delayed_ = false;
    lockDue_.inNsIs( parameters_.lockAfterNs );
 }
@@ -117,14 +156,19 @@ void Max24305Chip::handleLockDue() {
       }
    }
    if ( faults_.occurs( FaultKind::neverLock_ ) ) return;
-   locked_ = true;
-   if ( faults_.active( FaultKind::loseLock_ ) ) loseLock();
+   locked_ = parameters_.apllStatus;
+   loseLock();
 }
 
 void Max24305Chip::loseLock() {
-   Fault const & fault = *faults_.occurs( FaultKind::loseLock_ );
-   locked_ = false;
-   if ( fault.count ) startLocking();
+   bool again = false;
+   faults_.occurEach( [&]( Fault const & fault ) {
+      if ( fault.kind != FaultKind::loseLock_ || !( locked_ & fault.mask ) ) return false;
+      locked_ &= static_cast<U8>( ~fault.mask );
+      again |= fault.count.has_value();
+      return true;
+   } );
+   if ( again ) lockAgain();
 }
 
 }   // namespace Sim

@@ -58,14 +58,18 @@ class Max24305Chip final : public SpiDevice {
 
  private:
    U8 dataExchanged( U8 instruction, U16 address, U8 out );
+   U8 arrived( U8 answer, U8 before );
    U8 registerRead( U16 address );
    void registerWritten( U16 address, U8 value );
    void powerUpRegisters();
 
+   U8 apllStatus() const;
    void startLocking();
+   void lockAgain();
    void handleLockDue();
    void loseLock();
 
+   VirtualClock const & clock_;
    FaultBoard & faults_;
    Parameters const parameters_;
    SpiObserver observer_;
@@ -76,8 +80,10 @@ class Max24305Chip final : public SpiDevice {
    std::array<U8, 3> header_{};   // instruction and address of the transaction under way
    U32 bytesOfTransaction_ = 0;
    bool transactionLost_ = false;   // reset was asserted during it, or still is
+   U8 driven_ = 0;                  // the byte that the chip shifted out last
+   U8 lateAnswer_ = 0;              // spiLate: what comes in place of the next answer
 
-   bool locked_ = false;
+   U8 locked_ = 0;          // what register 7 has of `apllStatus`: all of it, less the APLLs that lost their lock
    bool delayed_ = false;   // this lock was made slow already
    TimedEvent lockDue_;
 };

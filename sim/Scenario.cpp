@@ -7,13 +7,36 @@ namespace Sim {
 
 namespace {
 
+// What a kind takes beside its end.
+std::string parametersText( Fault const & fault ) {
+   auto const number = []( auto value ) { return std::to_string( value ); };
+   std::string const bits = ", register " + number( fault.address ) + " mask " + number( fault.mask );
+   std::string const aplls = fault.mask == Fault::allBits ? "" : ", APLLs of mask " + number( fault.mask );
+   switch ( fault.kind ) {
+   case FaultKind::bitFlip_:
+      return bits;
+   case FaultKind::bitStuck_:
+      return bits + " value " + number( fault.value );
+   case FaultKind::misoStuck_:
+      return ", at " + number( fault.value );
+   case FaultKind::spiShift_:
+      return ", by " + number( fault.bits ) + ( fault.bits == 1 ? " bit" : " bits" );
+   case FaultKind::loseLock_:
+      return aplls;
+   case FaultKind::flapLock_:
+      return aplls + ", locked " + number( fault.lockedNs ) + " of " + number( fault.periodNs ) + " ns";
+   case FaultKind::slowLock_:
+      return ", " + number( fault.extraNs ) + " ns longer";
+   default:
+      return "";
+   }
+}
+
 std::string faultText( Action const & action ) {
    Fault const & fault = action.fault;
    std::string text = "fault " + std::string( faultKindText( fault.kind ) );
    if ( !action.name.empty() ) text += " at " + action.name;
-   if ( fault.kind == FaultKind::bitFlip_ )
-      text += ", register " + std::to_string( fault.address ) + " mask " + std::to_string( fault.mask );
-   if ( fault.kind == FaultKind::slowLock_ ) text += ", " + std::to_string( fault.extraNs ) + " ns longer";
+   text += parametersText( fault );
    if ( fault.count ) text += *fault.count == 1 ? ", once" : ", " + std::to_string( *fault.count ) + " times";
    if ( fault.forNs ) text += ", for " + std::to_string( *fault.forNs ) + " ns";
    return text;

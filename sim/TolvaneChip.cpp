@@ -12,11 +12,11 @@ TolvaneChip::TolvaneChip( FaultBoard & faults ) : faults_( faults ) {
 
 Hal::Registers TolvaneChip::registers() const { return Hardware::tolvaneBlock; }
 
-U32 TolvaneChip::read( U32 ) {
+U32 TolvaneChip::read( U32 address ) {
    TolvaneEnable shown;
    shown.enableIs( enabled_ );
    shown.powerGoodIs( enabled_ );
-   return shown.value();
+   return faults_.asRead( static_cast<U16>( address ), shown.value() );
 }
 
 void TolvaneChip::write( U32, U32 value ) {

@@ -108,12 +108,111 @@ TEST( Scenario, ReadsEachFault ) {
    EXPECT_FALSE( flip.forNs );
 }
 
+std::vector<std::string> faultTexts( std::vector<std::string> const & faults ) {
+   std::vector<std::string> texts;
+   for ( std::string const & fault : faults ) {
+      Scenario const scenario = scenarioOf( R"({"events":[{"atNs":0,"fault":)" + fault + "}]}" );
+      texts.push_back( actionText( scenario.events.at( 0 ).actions.at( 0 ) ) );
+   }
+   return texts;
+}
+
+TEST( Scenario, ReadsWhatEachFaultTakes ) {
+   EXPECT_EQ(
+      faultTexts(
+         { R"({"kind":"bitStuck","chip":"ptp0","address":65535,"mask":255,"value":0,"count":1})",
+           R"({"kind":"bitStuck","chip":"osc0","mask":4294967295,"value":4294967295})",
+           R"({"kind":"bitFlip","chip":"osc0","address":0,"mask":3})",
+           R"({"kind":"misoStuck","chip":"ptp0","value":1,"forNs":5})", R"({"kind":"spiShift","chip":"ptp0","bits":1})",
+           R"({"kind":"spiShift","chip":"ptp0","bits":7,"count":2})", R"({"kind":"spiLate","chip":"ptp0"})",
+           R"({"kind":"writeLost","chip":"ptp0","count":4})", R"({"kind":"loseLock","chip":"ptp0"})",
+           R"({"kind":"loseLock","chip":"ptp0","mask":16})",
+           R"({"kind":"flapLock","chip":"ptp0","periodNs":10,"lockedNs":9,"count":3})",
+           R"({"kind":"flapLock","chip":"ptp0","mask":17,"periodNs":1,"lockedNs":0})",
+           R"({"kind":"chipReset","chip":"ptp0"})" } ),
+      ( std::vector<std::string>{
+         "fault bitStuck at ptp0, register 65535 mask 255 value 0, once",
+         "fault bitStuck at osc0, register 0 mask 4294967295 value 4294967295",
+         "fault bitFlip at osc0, register 0 mask 3", "fault misoStuck at ptp0, at 1, for 5 ns",
+         "fault spiShift at ptp0, by 1 bit", "fault spiShift at ptp0, by 7 bits, 2 times", "fault spiLate at ptp0",
+         "fault writeLost at ptp0, 4 times", "fault loseLock at ptp0", "fault loseLock at ptp0, APLLs of mask 16",
+         "fault flapLock at ptp0, locked 9 of 10 ns, 3 times",
+         "fault flapLock at ptp0, APLLs of mask 17, locked 0 of 1 ns", "fault chipReset at ptp0" } ) );
+}
+
+TEST( Scenario, WithoutANameBitsAreThoseOfTheOnlyMax24305 ) {
+   auto const chipMeant = []( std::vector<ScenarioChip> const & card ) {
+      JsonDocument const file( "s.json", R"({"events":[{"atNs":0,"fault":{"kind":"bitFlip","address":0,"mask":1}}]})" );
+      return readScenario( file.root(), card ).events.at( 0 ).actions.at( 0 ).name;
+   };
+   ScenarioChip const osc0{ "osc0", FaultTarget::tolvane_ };
+   ScenarioChip const ptp0{ "ptp0", FaultTarget::max24305_ };
+   EXPECT_EQ( chipMeant( { osc0, ptp0 } ), "ptp0" );
+   EXPECT_EQ( chipMeant( { osc0, { "osc1", FaultTarget::tolvane_ }, ptp0 } ), "ptp0" );
+   EXPECT_EQ( chipMeant( { osc0 } ), "osc0" );
+   EXPECT_THROW( chipMeant( chips ), InputError );
+}
+
+TEST( Scenario, WhatAFaultTakesIsChecked ) {
+   auto const faultError = []( std::string const & fault ) {
+      return eventError( R"({"atNs":0,"fault":{"chip":"ptp0",)" + fault + "}}" );
+   };
+   std::string const at = "s.json: /events/0/fault";
+   EXPECT_EQ(
+      faultError( R"("kind":"bitStuck","address":1,"mask":1)" ),
+      at + "/value: expected a whole number from 0 to 255, found nothing: the key is missing" );
+   EXPECT_EQ(
+      faultError( R"("kind":"bitStuck","address":1,"mask":1,"value":256)" ),
+      at + "/value: expected a whole number from 0 to 255, found 256" );
+   EXPECT_EQ(
+      faultError( R"("kind":"bitStuck","mask":1,"value":0)" ),
+      at + "/address: expected a whole number from 0 to 65535, found nothing: the key is missing" );
+   EXPECT_EQ(
+      faultError( R"("kind":"bitFlip","address":1,"mask":1,"value":0)" ),
+      at + "/value: unknown key, found with 0; known here: \"kind\", \"chip\", \"address\", \"mask\", \"forNs\" or "
+           "\"count\"" );
+   EXPECT_EQ(
+      eventError( R"({"atNs":0,"fault":{"kind":"bitFlip","chip":"osc0","address":12288,"mask":1}})" ),
+      at + "/address: expected a whole number from 0 to 0, found 12288" );
+   EXPECT_EQ(
+      eventError( R"({"atNs":0,"fault":{"kind":"bitFlip","chip":"osc0","mask":4294967296}})" ),
+      at + "/mask: expected a whole number from 1 to 4294967295, found 4294967296" );
+   EXPECT_EQ(
+      faultError( R"("kind":"misoStuck","value":2)" ), at + "/value: expected a whole number from 0 to 1, found 2" );
+   EXPECT_EQ(
+      faultError( R"("kind":"misoStuck")" ),
+      at + "/value: expected a whole number from 0 to 1, found nothing: the key is missing" );
+   EXPECT_EQ(
+      faultError( R"("kind":"spiShift","bits":0)" ), at + "/bits: expected a whole number from 1 to 7, found 0" );
+   EXPECT_EQ(
+      faultError( R"("kind":"spiShift","bits":8)" ), at + "/bits: expected a whole number from 1 to 7, found 8" );
+   EXPECT_EQ(
+      faultError( R"("kind":"loseLock","mask":2)" ),
+      at + "/mask: expected a mask with the bit of an APLL in register 7: 1, 16, or 17 for both, found 2" );
+   EXPECT_EQ(
+      faultError( R"("kind":"flapLock","periodNs":10,"lockedNs":10)" ),
+      at + "/lockedNs: expected a whole number from 0 to 9, found 10" );
+   EXPECT_EQ(
+      faultError( R"("kind":"flapLock","periodNs":0,"lockedNs":0)" ),
+      at + "/periodNs: expected a whole number from 1 to 18446744073709551615, found 0" );
+   EXPECT_EQ(
+      faultError( R"("kind":"flapLock","periodNs":10)" ),
+      at + "/lockedNs: expected a whole number from 0 to 9, found nothing: the key is missing" );
+   EXPECT_EQ(
+      faultError( R"("kind":"chipReset","forNs":5)" ),
+      at + "/forNs: unknown key, found with 5; known here: \"kind\" or \"chip\"" );
+   EXPECT_EQ(
+      eventError( R"({"atNs":0,"fault":{"kind":"writeLost","chip":"osc0"}})" ),
+      at + "/chip: the chip \"osc0\" cannot have the fault \"writeLost\"; expected \"ptp0\" or \"ptp1\"" );
+}
+
 TEST( Scenario, AnUnknownFaultListsTheKinds ) {
    EXPECT_EQ(
       eventError( R"({"atNs":0,"fault":{"kind":"meltdown","chip":"ptp0"}})" ),
       "s.json: /events/0/fault/kind: expected \"spiDead\", \"spiStuckWrite\", \"spiInvalid\", \"spiExtra\", "
-      "\"bitFlip\", \"neverLock\", \"loseLock\", \"slowLock\", \"resetStuck\", \"noPower\" or \"hardwareGone\", "
-      "found \"meltdown\"" );
+      "\"spiShift\", \"spiLate\", \"misoStuck\", \"bitFlip\", \"bitStuck\", \"writeLost\", \"neverLock\", "
+      "\"loseLock\", \"flapLock\", \"slowLock\", \"chipReset\", \"resetStuck\", \"noPower\" or "
+      "\"hardwareGone\", found \"meltdown\"" );
 }
 
 TEST( Scenario, AFaultHasASpanOrACount ) {

@@ -179,9 +179,16 @@ INSTANTIATE_TEST_SUITE_P(
       CountedFault{ { .kind = FaultKind::spiExtra_, .count = 1 }, 2 },
       CountedFault{ { .kind = FaultKind::spiStuckWrite_, .count = 1 }, 2 },
       CountedFault{ { .kind = FaultKind::spiStuckWrite_, .count = 3 }, 4 },
+      CountedFault{ { .kind = FaultKind::spiShift_, .bits = 1, .count = 2 }, 3 },
+      CountedFault{ { .kind = FaultKind::spiLate_, .count = 2 }, 2 },   // the second attempt reads the first's answer
+      CountedFault{ { .kind = FaultKind::misoStuck_, .value = 1, .count = 2 }, 3 },
       CountedFault{ { .kind = FaultKind::bitFlip_, .address = 0x30, .mask = 0x80, .count = 3 }, 4 },
+      CountedFault{ { .kind = FaultKind::bitStuck_, .address = 0x10, .mask = 0x04, .value = 0, .count = 3 }, 4 },
+      CountedFault{ { .kind = FaultKind::writeLost_, .count = 1 }, 2 },
       CountedFault{ { .kind = FaultKind::resetStuck_, .count = 2 }, 3 },
       CountedFault{ { .kind = FaultKind::loseLock_, .count = 2 }, 1 },
+      CountedFault{ { .kind = FaultKind::loseLock_, .mask = 0x10, .count = 3 }, 1 },
+      CountedFault{ { .kind = FaultKind::flapLock_, .periodNs = 20 * second, .lockedNs = 0, .count = 4 }, 1 },
       CountedFault{ { .kind = FaultKind::slowLock_, .extraNs = 50 * second, .count = 1 }, 1 } ),
    []( auto const & test ) {
       return std::string( faultKindText( test.param.fault.kind ) ) + std::to_string( *test.param.fault.count );
@@ -190,7 +197,7 @@ INSTANTIATE_TEST_SUITE_P(
 class LastingFaultTest : public BringUpTest, public testing::WithParamInterface<FaultKind> {};
 
 TEST_P( LastingFaultTest, UsesUpAllAttempts ) {
-   faultAt( 0, { .kind = GetParam(), .address = 0x30, .mask = 0x01 } );
+   faultAt( 0, { .kind = GetParam(), .address = 0x30, .mask = 0x01, .value = 0x01 } );
    run();
    EXPECT_EQ( attempts(), 10 );
    EXPECT_EQ( status->state(), Hardware::Max24305::failed_ );
@@ -202,8 +209,9 @@ TEST_P( LastingFaultTest, UsesUpAllAttempts ) {
 INSTANTIATE_TEST_SUITE_P(
    Kinds, LastingFaultTest,
    testing::Values(
-      FaultKind::spiDead_, FaultKind::spiStuckWrite_, FaultKind::spiInvalid_, FaultKind::spiExtra_, FaultKind::bitFlip_,
-      FaultKind::resetStuck_ ),
+      FaultKind::spiDead_, FaultKind::spiStuckWrite_, FaultKind::spiInvalid_, FaultKind::spiExtra_,
+      FaultKind::spiShift_, FaultKind::spiLate_, FaultKind::misoStuck_, FaultKind::bitFlip_, FaultKind::bitStuck_,
+      FaultKind::writeLost_, FaultKind::resetStuck_ ),
    []( auto const & test ) { return std::string( faultKindText( test.param ) ); } );
 
 TEST_F( BringUpTest, HardwareGoneUsesUpAllAttempts ) {
@@ -230,6 +238,61 @@ TEST_F( BringUpTest, AChipThatNeverLocksIsPolled101Times ) {
    EXPECT_EQ( status->state(), Hardware::Max24305::failed_ );
    EXPECT_EQ( clockStatus->state(), Hardware::Kiv::ClockStatus::failed_ );
    EXPECT_EQ( seen.logs.size(), 1u );
+}
+
+TEST_F( BringUpTest, AChipWithOneApllOutOfLockIsPolled101Times ) {
+   faultAt( 0, { .kind = FaultKind::loseLock_, .mask = 0x10 } );
+   run();
+   ASSERT_EQ( seen.polls.size(), 101u );
+   EXPECT_EQ( seen.polls.front().second, "0" );
+   EXPECT_EQ( seen.polls.back().second, "1" );
+   EXPECT_EQ( attempts(), 1 );
+   EXPECT_EQ( status->state(), Hardware::Max24305::failed_ );
+}
+
+TEST_F( BringUpTest, AFlappingLockIsTakenForOneAtThePollThatMeetsIt ) {
+   // Locked from 3.8 s on; in the periods from 7 s on for a second each, the first of which the poll at 7.3 s meets.
+   faultAt( 0, { .kind = FaultKind::flapLock_, .mask = 0x01, .periodNs = 7 * second, .lockedNs = second } );
+   run();
+   std::vector<std::string> answers;
+   for ( auto const & [ns, answer] : seen.polls ) answers.push_back( answer );
+   EXPECT_EQ( answers, ( std::vector<std::string>{ "0", "0", "0", "16", "16", "16", "17" } ) );
+   EXPECT_EQ( status->state(), Hardware::Max24305::ready_ );
+   EXPECT_EQ( clock->nowNs(), 300 * second );
+}
+
+TEST_F( BringUpTest, ALockThatFlapsBetweenThePollsIsNeverSeen ) {
+   faultAt( 0, { .kind = FaultKind::flapLock_, .periodNs = second, .lockedNs = 200 * ms } );
+   run();
+   EXPECT_EQ( seen.polls.size(), 101u );
+   EXPECT_EQ( status->state(), Hardware::Max24305::failed_ );
+}
+
+TEST_F( BringUpTest, AChipThatResetsItselfDuringProgrammingCostsAnAttempt ) {
+   faultAt( firstOpNs + 2 * opNs, { .kind = FaultKind::chipReset_ } );   // the write is done, its read-back is not
+   run();
+   EXPECT_EQ( attempts(), 2 );
+   EXPECT_EQ( seen.states.front(), Seen::Line( firstOpNs + 3 * opNs, "chip failed" ) );
+   EXPECT_EQ( status->state(), Hardware::Max24305::ready_ );
+}
+
+TEST_F( BringUpTest, AChipThatResetsItselfWhileLockingIsReadyWithoutItsSequence ) {
+   U64 const resetNs = 3'500 * ms;
+   faultAt( resetNs, { .kind = FaultKind::chipReset_ } );
+   run();
+   EXPECT_EQ( attempts(), 1 );
+   ASSERT_EQ( seen.states.size(), 3u );
+   EXPECT_EQ( seen.states[1].second, "chip ready" );
+   EXPECT_GT( seen.states[1].first, resetNs + 2'500 * ms );
+   EXPECT_LT( seen.states[1].first, resetNs + 3'500 * ms );
+}
+
+TEST_F( BringUpTest, AReadyChipThatResetsItselfIsReadyForTheMachine ) {
+   faultAt( 20 * second, { .kind = FaultKind::chipReset_ } );
+   run();
+   EXPECT_EQ( attempts(), 1 );
+   EXPECT_EQ( status->state(), Hardware::Max24305::ready_ );
+   EXPECT_EQ( seen.polls.size(), 4u );
 }
 
 TEST_F( BringUpTest, EveryRunIsTheSame ) {

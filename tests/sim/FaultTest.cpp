@@ -9,8 +9,9 @@ namespace Sim {
 namespace {
 
 TEST( FaultKindTest, TextsAndKindsBelongTogether ) {
-   std::vector<std::string> const expected = { "spiDead",    "spiStuckWrite", "spiInvalid",  "spiExtra",
-                                               "bitFlip",    "neverLock",     "loseLock",    "slowLock",
+   std::vector<std::string> const expected = { "spiDead",    "spiStuckWrite", "spiInvalid",  "spiExtra", "spiShift",
+                                               "spiLate",    "misoStuck",     "bitFlip",     "bitStuck", "writeLost",
+                                               "neverLock",  "loseLock",      "flapLock",    "slowLock", "chipReset",
                                                "resetStuck", "noPower",       "hardwareGone" };
    std::vector<std::string> texts;
    for ( FaultKind const kind : faultKinds() ) texts.emplace_back( faultKindText( kind ) );
@@ -19,7 +20,8 @@ TEST( FaultKindTest, TextsAndKindsBelongTogether ) {
 
 TEST( FaultKindTest, EachKindFitsWhatItCanTrouble ) {
    for ( FaultKind const kind : faultKinds() ) {
-      bool const ofTolvane = kind == FaultKind::noPower_ || kind == FaultKind::resetStuck_;
+      bool const ofTolvane = kind == FaultKind::noPower_ || kind == FaultKind::resetStuck_ ||
+                             kind == FaultKind::bitFlip_ || kind == FaultKind::bitStuck_;
       bool const ofCard = kind == FaultKind::hardwareGone_;
       bool const ofMax24305 = kind != FaultKind::noPower_ && !ofCard;
       EXPECT_EQ( faultFits( kind, FaultTarget::tolvane_ ), ofTolvane ) << faultKindText( kind );
@@ -48,7 +50,32 @@ TEST_F( FaultBoardTest, WithoutAFaultNothingOccurs ) {
       EXPECT_FALSE( faults.active( kind ) );
       EXPECT_EQ( faults.occurs( kind ), nullptr );
    }
-   EXPECT_EQ( faults.flippedBits( 0 ), 0 );
+   EXPECT_EQ( faults.asRead( 0, 0xFFFF0000 ), 0xFFFF0000 );
+}
+
+TEST_F( FaultBoardTest, BitsOfARegisterAreStuckAndFlippedInTheOrderInWhichTheFaultsBegan ) {
+   faults.faultBegin( { .kind = FaultKind::bitStuck_, .address = 4, .mask = 0x80000003, .value = 0x7FFFFFFD } );
+   EXPECT_EQ( faults.asRead( 4, 0x80000002 ), 0x00000001u );
+   EXPECT_EQ( faults.asRead( 5, 0x80000002 ), 0x80000002u );
+   faults.faultBegin( { .kind = FaultKind::bitFlip_, .address = 4, .mask = 0x01, .count = 1 } );
+   EXPECT_EQ( faults.asRead( 4, 0x80000002 ), 0x00000000u );
+   faults.faultBegin( { .kind = FaultKind::bitStuck_, .address = 4, .mask = 0x10, .value = 0x10, .count = 2 } );
+   EXPECT_EQ( faults.asRead( 4, 0 ), 0x00000011u );
+   EXPECT_EQ( faults.asRead( 4, 0 ), 0x00000011u );
+   EXPECT_EQ( faults.asRead( 4, 0 ), 0x00000001u );
+}
+
+TEST_F( FaultBoardTest, OnlyThoseOfAllFaultsThatShowAreUsedUp ) {
+   for ( U32 const mask : { 1u, 2u, 4u } )
+      faults.faultBegin( { .kind = FaultKind::loseLock_, .mask = mask, .count = 1 } );
+   std::vector<U32> masks;
+   auto const showing = [&]( Fault const & fault ) {
+      masks.push_back( fault.mask );
+      return fault.mask == 2;
+   };
+   faults.occurEach( showing );
+   faults.occurEach( showing );
+   EXPECT_EQ( masks, ( std::vector<U32>{ 1, 2, 4, 1, 4 } ) );
 }
 
 TEST_F( FaultBoardTest, ACountIsUsedUpByItsOccurrencesOnly ) {

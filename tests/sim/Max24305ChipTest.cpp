@@ -205,6 +205,134 @@ TEST_F( Max24305ChipTest, BitFlipReachesTheLockStatusToo ) {
    EXPECT_EQ( read( 7 ), 0x11 );
 }
 
+TEST_F( Max24305ChipTest, BitStuckReadsAsItsValueWhateverIsWritten ) {
+   fault( { .kind = FaultKind::bitStuck_, .address = 0x10, .mask = 0x0F, .value = 0xF5, .count = 3 } );
+   EXPECT_EQ( read( 0x10 ), 0x05 );
+   write( 0x10, 0x3C );
+   write( 0x11, 0x3C );
+   EXPECT_EQ( read( 0x10 ), 0x35 );
+   EXPECT_EQ( read( 0x11 ), 0x3C );
+   EXPECT_EQ( read( 0x10 ), 0x35 );
+   EXPECT_EQ( read( 0x10 ), 0x3C );
+}
+
+TEST_F( Max24305ChipTest, MisoStuckHoldsEveryAnswerAndLetsWritesThrough ) {
+   write( 0x10, 0x3C );
+   fault( { .kind = FaultKind::misoStuck_, .value = 1, .forNs = 100 } );
+   EXPECT_EQ( read( 0x10 ), 0xFF );
+   write( 0x10, 0x3D );
+   EXPECT_EQ( read( 0x20 ), 0xFF );
+   advance( 100 );
+   EXPECT_EQ( read( 0x10 ), 0x3D );
+   fault( { .kind = FaultKind::misoStuck_, .value = 0, .count = 2 } );
+   write( 0x11, 1 );   // no answer
+   EXPECT_EQ( read( 0x10 ), 0x00 );
+   chip.resetIs( true );
+   EXPECT_EQ( read( 0x10 ), 0x00 );   // the line is stuck, whether the chip drives it or not
+   EXPECT_EQ( read( 0x10 ), 0xFF );
+}
+
+TEST_F( Max24305ChipTest, SpiShiftDelaysAnAnswersBits ) {
+   write( 0x10, 0xB6 );
+   write( 0x11, 0x41 );
+   fault( { .kind = FaultKind::spiShift_, .bits = 3, .count = 3 } );
+   EXPECT_EQ( read( 0x10 ), 0x16 );   // 000 from the idle bus, then 10110
+   for ( U8 const byte : { 3, 0, 0x10 } ) chip.byteExchanged( byte );
+   EXPECT_EQ( chip.byteExchanged( 0 ), 0x16 );
+   EXPECT_EQ( chip.byteExchanged( 0 ), 0xC8 );   // the 110 that was left over, then 01000
+   chip.handleChipSelectReleased();
+   EXPECT_EQ( read( 0x10 ), 0xB6 );
+   fault( { .kind = FaultKind::spiShift_, .bits = 7 } );
+   EXPECT_EQ( read( 0x10 ), 0x01 );
+   chip.resetIs( true );
+   EXPECT_EQ( read( 0x10 ), 0xFF );   // nobody drives the bus
+}
+
+TEST_F( Max24305ChipTest, SpiLateGivesEachAnswerWithTheNextRead ) {
+   write( 0x10, 0x3C );
+   write( 0x11, 0x3D );
+   fault( { .kind = FaultKind::spiLate_, .count = 3 } );
+   EXPECT_EQ( read( 0x10 ), 0x00 );
+   write( 0x12, 0x3E );
+   EXPECT_EQ( read( 0x11 ), 0x3C );
+   resetPulse();
+   EXPECT_EQ( read( 0x30 ), 0x3D );
+   EXPECT_EQ( read( 0x30 ), 0x5E );
+   fault( { .kind = FaultKind::spiLate_ } );
+   EXPECT_EQ( read( 0x31 ), 0x00 );   // what the one before left is gone
+   EXPECT_EQ( read( 0x31 ), 0xF1 );
+}
+
+TEST_F( Max24305ChipTest, FaultsOfAnAnswerWorkOnOneAnother ) {
+   write( 0x10, 0x3C );
+   fault( { .kind = FaultKind::spiLate_ } );
+   fault( { .kind = FaultKind::spiShift_, .bits = 1 } );
+   fault( { .kind = FaultKind::bitFlip_, .address = 0x10, .mask = 0x80, .count = 1 } );
+   EXPECT_EQ( read( 0x10 ), 0x00 );
+   EXPECT_EQ( read( 0x10 ), 0x5E );   // 0xBC, a bit later
+   EXPECT_EQ( read( 0x10 ), 0x1E );
+   fault( { .kind = FaultKind::misoStuck_, .value = 1, .count = 1 } );
+   EXPECT_EQ( read( 0x30 ), 0xFF );
+   EXPECT_EQ( read( 0x31 ), 0x2F );
+}
+
+TEST_F( Max24305ChipTest, TheBusIsReportedAsItsLineCarriedIt ) {
+   std::string seen;
+   chip.spiObserverIs( [&seen]( std::string_view, std::array<U8, 4> const &, U8 response ) {
+      seen += std::to_string( response ) + ' ';
+   } );
+   fault( { .kind = FaultKind::misoStuck_, .value = 1 } );
+   write( 0x10, 1 );
+   read( 0x10 );
+   EXPECT_EQ( seen, "0 255 " );
+}
+
+TEST_F( Max24305ChipTest, WriteLostLeavesRegisterAndLockAsTheyWere ) {
+   write( 0x10, 0x3C );
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::writeLost_, .count = 2 } );
+   read( 0x10 );
+   write( 0x10, 0x3D );
+   EXPECT_EQ( read( 0x10 ), 0x3C );
+   EXPECT_TRUE( locked() );
+   write( 0x10, 0x3E );
+   EXPECT_EQ( read( 0x10 ), 0x3C );
+   write( 0x10, 0x3F );
+   EXPECT_EQ( read( 0x10 ), 0x3F );
+   EXPECT_FALSE( locked() );
+}
+
+TEST_F( Max24305ChipTest, ChipResetIsAPowerUpOnceAtItsTime ) {
+   write( 0x10, 0x3C );
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+   fault( { .kind = FaultKind::chipReset_ } );
+   EXPECT_EQ( read( 0x10 ), 0 );
+   EXPECT_EQ( read( 0x30 ), 0x5E );
+   EXPECT_FALSE( locked() );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   write( 0x10, 0x3D );
+   EXPECT_EQ( read( 0x10 ), 0x3D );
+   advance( lockAfterNs );
+   EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, ChipResetCutsTheTransactionUnderWay ) {
+   for ( U8 const byte : { 2, 0, 0x10 } ) chip.byteExchanged( byte );
+   fault( { .kind = FaultKind::chipReset_ } );
+   chip.byteExchanged( 0x3C );
+   chip.handleChipSelectReleased();
+   EXPECT_EQ( read( 0x10 ), 0 );
+}
+
+TEST_F( Max24305ChipTest, ChipResetDoesNotReleaseTheResetLine ) {
+   chip.resetIs( true );
+   fault( { .kind = FaultKind::chipReset_ } );
+   EXPECT_EQ( read( 0x30 ), 0xFF );
+   chip.resetIs( false );
+   EXPECT_EQ( read( 0x30 ), 0x5E );
+}
+
 TEST_F( Max24305ChipTest, NeverLockForASpanStartsLockingAnewAtItsEnd ) {
    fault( { .kind = FaultKind::neverLock_, .forNs = 5 * lockAfterNs } );
    advance( 6 * lockAfterNs - 1 );
@@ -259,6 +387,68 @@ TEST_F( Max24305ChipTest, LoseLockByCountLocksAgainByItself ) {
    EXPECT_FALSE( locked() );
    advance( 1 );
    EXPECT_TRUE( locked() );
+}
+
+TEST_F( Max24305ChipTest, LoseLockOfOneApllLeavesTheOtherInLock ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::loseLock_, .mask = 0x10, .forNs = 5 * lockAfterNs } );
+   EXPECT_EQ( read( 7 ), 0x01 );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 0u );
+   write( 0x40, 1 );
+   EXPECT_EQ( read( 7 ), 0x00 );
+   advance( lockAfterNs );
+   EXPECT_EQ( read( 7 ), 0x01 );
+   advance( 5 * lockAfterNs - 1 );
+   EXPECT_EQ( read( 7 ), 0x01 );
+   advance( 1 );
+   EXPECT_EQ( read( 7 ), 0x11 );
+   EXPECT_EQ( chip.outputFrequencyInHz(), 10'000'000u );
+}
+
+TEST_F( Max24305ChipTest, EachLoseLockTakesItsOwnApll ) {
+   advance( lockAfterNs );
+   fault( { .kind = FaultKind::loseLock_, .mask = 0x01, .forNs = 5 * lockAfterNs } );
+   fault( { .kind = FaultKind::loseLock_, .mask = 0x10, .count = 2 } );
+   EXPECT_EQ( read( 7 ), 0x00 );
+   advance( 2 * lockAfterNs - 1 );
+   EXPECT_EQ( read( 7 ), 0x00 );   // the second has lost its lock once more
+   advance( 1 );
+   EXPECT_EQ( read( 7 ), 0x10 );
+   advance( 4 * lockAfterNs );
+   EXPECT_EQ( read( 7 ), 0x11 );
+}
+
+TEST_F( Max24305ChipTest, FlapLockIsInLockForTheFirstPartOfEachPeriod ) {
+   advance( lockAfterNs + 7 );
+   fault( { .kind = FaultKind::flapLock_, .mask = 0x01, .periodNs = 100, .lockedNs = 30, .forNs = 1'050 } );
+   for ( int period = 0; period < 10; ++period ) {
+      EXPECT_EQ( read( 7 ), 0x11 ) << period;
+      advance( 29 );
+      EXPECT_EQ( chip.outputFrequencyInHz(), 10'000'000u ) << period;
+      advance( 1 );
+      EXPECT_EQ( read( 7 ), 0x10 ) << period;
+      EXPECT_EQ( chip.outputFrequencyInHz(), 0u ) << period;
+      advance( 69 );
+      EXPECT_EQ( read( 7 ), 0x10 ) << period;
+      advance( 1 );
+   }
+   advance( 49 );
+   EXPECT_EQ( read( 7 ), 0x10 );
+   advance( 1 );
+   EXPECT_EQ( read( 7 ), 0x11 );
+}
+
+TEST_F( Max24305ChipTest, FlapLockCountsPeriodsAndLocksNobody ) {
+   fault( { .kind = FaultKind::flapLock_, .periodNs = 100, .lockedNs = 30, .count = 11 } );
+   EXPECT_EQ( read( 7 ), 0x00 );
+   advance( lockAfterNs );
+   EXPECT_EQ( read( 7 ), 0x11 );
+   advance( 30 );
+   for ( int look = 0; look < 20; ++look ) EXPECT_EQ( read( 7 ), 0x00 ) << look;
+   advance( 70 );
+   EXPECT_EQ( read( 7 ), 0x11 );
+   advance( 30 );
+   EXPECT_EQ( read( 7 ), 0x11 );
 }
 
 TEST_F( Max24305ChipTest, ASpanThatEndsDuringResetStartsNothing ) {

@@ -199,6 +199,20 @@ TEST_F( SimulatedCardTest, NoPowerCountsTheWritesThatWouldEnable ) {
    EXPECT_EQ( card.read32( tolvane ), 3u );
 }
 
+TEST_F( SimulatedCardTest, BitsOfTheTolvanesRegisterAreFlippedAndStuckForReads ) {
+   card.faultBegin( "osc0", { .kind = FaultKind::bitFlip_, .mask = 0x80000001, .count = 2 } );
+   EXPECT_EQ( card.read32( tolvane ), 0x80000001u );
+   card.write32( tolvane, 2 );
+   EXPECT_EQ( card.read32( tolvane ), 0x80000002u );
+   EXPECT_EQ( card.read32( tolvane ), 3u );
+   card.faultBegin( "osc0", { .kind = FaultKind::bitStuck_, .mask = 0x101, .value = 0x100, .forNs = 100 } );
+   EXPECT_EQ( card.read32( tolvane ), 0x102u );
+   card.write32( tolvane, 0 );
+   EXPECT_EQ( card.read32( tolvane ), 0x100u );
+   advance( 100 );
+   EXPECT_EQ( card.read32( tolvane ), 0u );
+}
+
 TEST_F( SimulatedCardTest, ResetStuckKeepsTheChipInResetForItsCount ) {
    card.faultBegin( "ptp1", { .kind = FaultKind::resetStuck_, .count = 1 } );
    EXPECT_EQ( read( ptp1Spi, 0x30 ), 0x8000005E );   // it shows from the next pulse on
@@ -270,7 +284,7 @@ TEST_F( SimulatedCardTest, AFaultThatFitsNothingIsRefused ) {
    };
    EXPECT_EQ( refusal( "ptp9", FaultKind::spiDead_ ), "the card has no chip \"ptp9\"" );
    EXPECT_EQ( refusal( "ptp0", FaultKind::noPower_ ), "the fault \"noPower\" is none of the chip \"ptp0\"" );
-   EXPECT_EQ( refusal( "osc0", FaultKind::bitFlip_ ), "the fault \"bitFlip\" is none of the chip \"osc0\"" );
+   EXPECT_EQ( refusal( "osc0", FaultKind::neverLock_ ), "the fault \"neverLock\" is none of the chip \"osc0\"" );
    EXPECT_EQ( refusal( "", FaultKind::spiDead_ ), "the fault \"spiDead\" is none of the card" );
    EXPECT_EQ( refusal( "ptp0", FaultKind::hardwareGone_ ), "the fault \"hardwareGone\" is none of the chip \"ptp0\"" );
    EXPECT_EQ( refusal( "osc0", FaultKind::resetStuck_ ), "accepted" );
