@@ -39,7 +39,9 @@ Sim::SimulatedCard::Parameters simulatedParameters( Input::CardDescription const
            .resetGpoName = chip.resetGpoName,
            .outputFrequencyInHz = chip.outputFrequencyInHz,
            .lockAfterNs = chip.simulatedLockAfterNs,
-           .apllStatus = chip.simulatedApllStatus } );
+           .apllStatus = chip.simulatedApllStatus,
+           .settleNs = chip.simulatedSettleNs,
+           .volatileBits = chip.simulatedVolatile } );
    return parameters;
 }
 

@@ -140,7 +140,22 @@ class CardReader {
       if ( simulated.has( "lockAfterNs" ) ) chip.simulatedLockAfterNs = simulated["lockAfterNs"].u64();
       if ( simulated.has( "apllStatus" ) )
          chip.simulatedApllStatus = static_cast<U8>( simulated["apllStatus"].u32( 0xFF ) );
+      if ( simulated.has( "settleNs" ) ) chip.simulatedSettleNs = simulated["settleNs"].u64();
+      if ( simulated.has( "volatile" ) ) chip.simulatedVolatile = volatileBits( simulated["volatile"] );
       simulated.finish();
+   }
+
+   static std::map<U16, U8> volatileBits( JsonValue const & value ) {
+      std::map<U16, U8> masks;
+      for ( JsonValue const & item : value.list() ) {
+         JsonObject object = item.object();
+         auto const address = static_cast<U16>( object["address"].u32( 0xFFFF ) );
+         auto const mask = static_cast<U8>( object["mask"].u64( 1, 0xFF ) );
+         object.finish();
+         if ( !masks.emplace( address, mask ).second )
+            item.failWith( "register " + std::to_string( address ) + " stands here twice; expected one mask for it" );
+      }
+      return masks;
    }
 
    static std::vector<Hardware::Max24305::Op> sequence( JsonValue const & value ) {

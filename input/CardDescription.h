@@ -17,6 +17,7 @@
 #include "sim/Defaults.h"
 #include "sim/Scenario.h"
 
+#include <map>
 #include <string>
 #include <variant>
 #include <vector>
@@ -63,8 +64,11 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
-   U64 simulatedLockAfterNs = 0;                      ///< of a simulated card
-   U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< of a simulated card: register 7 once locked
+   // Of a simulated card:
+   U64 simulatedLockAfterNs = 0;
+   U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< register 7 once locked
+   U64 simulatedSettleNs = 0;                         ///< writes that follow a soft reset within it are lost
+   std::map<U16, U8> simulatedVolatile;               ///< bits that change with every read: masks by register
 };
 
 struct CardDescription {

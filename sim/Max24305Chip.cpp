@@ -11,6 +11,8 @@ namespace {
 
 constexpr U8 undrivenBus = 0xFF;
 constexpr U16 apllStatusAddress = Hardware::ApllStatus::address();
+constexpr U16 softResetAddress = 0;
+constexpr U8 softReset = 0x80;
 
 struct PowerUpValue {
    U16 address;
@@ -92,8 +94,7 @@ U32 Max24305Chip::outputFrequencyInHz() const {
 
 U8 Max24305Chip::dataExchanged( U8 instruction, U16 address, U8 out ) {
    if ( instruction == Hardware::spiRead_ ) return registerRead( address );
-   if ( instruction == Hardware::spiWrite_ && !faults_.occurs( FaultKind::writeLost_ ) )
-      registerWritten( address, out );
+   if ( instruction == Hardware::spiWrite_ ) registerWritten( address, out );
    return 0;
 }
 
@@ -111,16 +112,26 @@ U8 Max24305Chip::registerRead( U16 address ) {
    auto const found = registers_.find( address );
    U8 stored = found == registers_.end() ? U8( 0 ) : found->second;
    if ( address == apllStatusAddress ) stored = apllStatus();
+   if ( auto const bits = parameters_.volatileBits.find( address ); bits != parameters_.volatileBits.end() ) {
+      U8 const mask = bits->second;
+      U8 & value = volatileValues_[address];
+      value = static_cast<U8>( ( ( value | ~mask ) + 1 ) & mask );   // the carry runs through the bits between
+      stored = static_cast<U8>( ( stored & ~mask ) | value );
+   }
    return static_cast<U8>( faults_.asRead( address, stored ) );
 }
 
 void Max24305Chip::registerWritten( U16 address, U8 value ) {
+   if ( softResetNs_ && clock_.nowNs() - *softResetNs_ < parameters_.settleNs ) return;
+   if ( faults_.occurs( FaultKind::writeLost_ ) ) return;
+   if ( address == softResetAddress && value == softReset ) softResetNs_ = clock_.nowNs();
    if ( !isReadOnly( address ) ) registers_[address] = value;
    startLocking();
 }
 
 void Max24305Chip::powerUpRegisters() {
    registers_.clear();
+   softResetNs_.reset();
    for ( PowerUpValue const & row : identification ) registers_[row.address] = row.value;
 }
 

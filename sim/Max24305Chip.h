@@ -13,6 +13,9 @@
 // Register 7, which cannot be written either, tells the APLLs' state: `apllStatus` when they have locked, else 0. They
 // lock `lockAfterNs` after the last register write, or after power-up or the end of the reset when none followed;
 // every write makes them start over. The output has its frequency while both APLLs are locked.
+//
+// A soft reset is a write of 0x80 to register 0; writes that follow it within `settleNs` are lost. Bits of a register
+// may be volatile: a number that stands in them counts up with every read, from 1, over resets too.
 #pragma once
 
 #include "framework/Types.h"
@@ -23,6 +26,8 @@
 
 #include <array>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -40,6 +45,8 @@ class Max24305Chip final : public SpiDevice {
       U64 lockAfterNs = defaultLockAfterNs;
       U8 apllStatus = defaultApllStatus;   ///< register 7 once locked
       U32 outputFrequencyInHz = 0;
+      U64 settleNs = 0;
+      std::map<U16, U8> volatileBits{};   ///< masks by register
    };
 
    /// The faults outlive the chip.
@@ -75,6 +82,8 @@ class Max24305Chip final : public SpiDevice {
    SpiObserver observer_;
 
    std::unordered_map<U16, U8> registers_;   // 0 but for these
+   std::map<U16, U8> volatileValues_;        // what was read last, 0 but for these
+   std::optional<U64> softResetNs_;          // the last one since power-up or reset
    bool inReset_ = false;
 
    std::array<U8, 3> header_{};   // instruction and address of the transaction under way

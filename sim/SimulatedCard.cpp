@@ -65,7 +65,9 @@ struct SimulatedCard::Max24305Part final : Chip {
            { .name = parameters.name,
              .lockAfterNs = parameters.lockAfterNs,
              .apllStatus = parameters.apllStatus,
-             .outputFrequencyInHz = parameters.outputFrequencyInHz } ),
+             .outputFrequencyInHz = parameters.outputFrequencyInHz,
+             .settleNs = parameters.settleNs,
+             .volatileBits = parameters.volatileBits } ),
         master( clock, chip, faults, { .clockInHz = spiClockInHz, .resetSupported = parameters.spiResetSupported } ),
         frequency( chip ) {}
    void resetIs( bool asserted ) override { chip.resetIs( asserted ); }

@@ -55,6 +55,8 @@ class SimulatedCard {
       U32 outputFrequencyInHz = 0;
       U64 lockAfterNs = defaultLockAfterNs;
       U8 apllStatus = defaultApllStatus;
+      U64 settleNs = 0;                   ///< writes that follow a soft reset within it are lost
+      std::map<U16, U8> volatileBits{};   ///< which change with every read: masks by register
    };
    struct Tolvane {
       std::string name{};

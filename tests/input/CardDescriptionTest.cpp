@@ -84,6 +84,48 @@ TEST( CardDescription, ASimulatedChipMayHavePropertiesOfItsOwn ) {
    EXPECT_EQ( card.max24305s[1].clockStatus, "shared" );
 }
 
+TEST( CardDescription, ASimulatedChipMaySettleAndHaveVolatileBits ) {
+   CardDescription const card = cardOf( with(
+      wholeCard, R"("role": "unknown")",
+      R"("simulated": { "settleNs": 1000000, "volatile": [ { "address": 65535, "mask": 255 },
+                                                           { "address": 0, "mask": 1 } ] })" ) );
+   EXPECT_EQ( card.max24305s[0].simulatedSettleNs, 0u );
+   EXPECT_TRUE( card.max24305s[0].simulatedVolatile.empty() );
+   EXPECT_EQ( card.max24305s[1].simulatedSettleNs, 1'000'000u );
+   EXPECT_EQ( card.max24305s[1].simulatedVolatile, ( std::map<U16, U8>{ { 0, 1 }, { 65535, 255 } } ) );
+   EXPECT_EQ( card.max24305s[1].simulatedApllStatus, 0x11u );
+}
+
+TEST( CardDescription, WhatIsSimulatedIsChecked ) {
+   auto const simulatedError = []( std::string const & simulated ) {
+      return errorWith( R"("role": "unknown")", "\"simulated\": { " + simulated + " }" );
+   };
+   std::string const at = "card.json: /chips/2/simulated";
+   EXPECT_EQ(
+      simulatedError( R"("settleNs": -1)" ),
+      at + "/settleNs: expected a whole number from 0 to 18446744073709551615, found -1" );
+   EXPECT_EQ( simulatedError( R"("volatile": {})" ), at + "/volatile: expected a list, found an object" );
+   EXPECT_EQ(
+      simulatedError( R"("volatile": [ { "address": 65536, "mask": 1 } ])" ),
+      at + "/volatile/0/address: expected a whole number from 0 to 65535, found 65536" );
+   EXPECT_EQ(
+      simulatedError( R"("volatile": [ { "address": 1, "mask": 0 } ])" ),
+      at + "/volatile/0/mask: expected a whole number from 1 to 255, found 0" );
+   EXPECT_EQ(
+      simulatedError( R"("volatile": [ { "address": 1 } ])" ),
+      at + "/volatile/0/mask: expected a whole number from 1 to 255, found nothing: the key is missing" );
+   EXPECT_EQ(
+      simulatedError( R"("volatile": [ { "address": 1, "mask": 1, "bits": 2 } ])" ),
+      at + "/volatile/0/bits: unknown key, found with 2; known here: \"address\" or \"mask\"" );
+   EXPECT_EQ(
+      simulatedError( R"("volatile": [ { "address": 1, "mask": 1 }, { "address": 1, "mask": 2 } ])" ),
+      at + "/volatile/1: register 1 stands here twice; expected one mask for it" );
+   EXPECT_EQ(
+      simulatedError( R"("settle": 1)" ),
+      at + "/settle: unknown key, found with 1; did you mean \"settleNs\"?; known here: \"lockAfterNs\", "
+           "\"apllStatus\", \"settleNs\" or \"volatile\"" );
+}
+
 TEST( CardDescription, AMappedCardHasAPathBesideItsFile ) {
    Folder const folder;
    std::string const path = folder.file(

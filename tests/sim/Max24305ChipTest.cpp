@@ -176,6 +176,61 @@ TEST_F( Max24305ChipTest, WithOneApllThereIsAStatusButNoOutput ) {
    }
 }
 
+TEST_F( Max24305ChipTest, WritesThatFollowASoftResetTooSoonAreLost ) {
+   Max24305Chip settling( *clock, faults, { .name = "settling", .lockAfterNs = lockAfterNs, .settleNs = 100 } );
+   auto const exchange = [&settling]( U8 instruction, U8 address, U8 data ) {
+      for ( U8 const byte : { instruction, U8( 0 ), address } ) settling.byteExchanged( byte );
+      U8 const response = settling.byteExchanged( data );
+      settling.handleChipSelectReleased();
+      return response;
+   };
+   exchange( 2, 0x10, 1 );
+   exchange( 2, 0, 0x81 );   // no soft reset
+   exchange( 2, 0x10, 2 );
+   EXPECT_EQ( exchange( 3, 0x10, 0 ), 2 );
+   exchange( 2, 0, 0x80 );
+   EXPECT_EQ( exchange( 3, 0, 0 ), 0x80 );
+   advance( 99 );
+   exchange( 2, 0x10, 3 );
+   exchange( 2, 0, 0x80 );   // lost like any other
+   EXPECT_EQ( exchange( 3, 0x10, 0 ), 2 );
+   advance( 1 );
+   exchange( 2, 0x10, 4 );
+   EXPECT_EQ( exchange( 3, 0x10, 0 ), 4 );
+   exchange( 2, 0, 0x80 );
+   settling.resetIs( true );
+   settling.resetIs( false );
+   exchange( 2, 0x10, 5 );
+   EXPECT_EQ( exchange( 3, 0x10, 0 ), 5 );
+   // One that does not take that long:
+   write( 0, 0x80 );
+   write( 0x10, 6 );
+   EXPECT_EQ( read( 0x10 ), 6 );
+}
+
+TEST_F( Max24305ChipTest, VolatileBitsCountTheReads ) {
+   Max24305Chip counting( *clock, faults, { .name = "counting", .volatileBits = { { 0x10, 0xA1 }, { 7, 0x80 } } } );
+   auto const read = [&counting]( U8 address ) {
+      for ( U8 const byte : { U8( 3 ), U8( 0 ), address } ) counting.byteExchanged( byte );
+      U8 const response = counting.byteExchanged( 0 );
+      counting.handleChipSelectReleased();
+      return response;
+   };
+   for ( U8 const byte : { 2, 0, 0x10, 0xFF } ) counting.byteExchanged( byte );
+   counting.handleChipSelectReleased();
+   for ( U8 const expected : { 0x5F, 0x7E, 0x7F, 0xDE, 0xDF, 0xFE, 0xFF, 0x5E, 0x5F } ) {
+      EXPECT_EQ( read( 0x10 ), expected );
+      EXPECT_EQ( read( 0x11 ), 0 );
+   }
+   counting.resetIs( true );
+   counting.resetIs( false );
+   EXPECT_EQ( read( 0x10 ), 0x20 );
+   EXPECT_EQ( read( 7 ), 0x80 );
+   EXPECT_EQ( read( 7 ), 0x00 );
+   fault( { .kind = FaultKind::bitStuck_, .address = 7, .mask = 0x80, .value = 0 } );
+   EXPECT_EQ( read( 7 ), 0x00 );
+}
+
 TEST_F( Max24305ChipTest, BitFlipInvertsReadsOfOneRegisterForItsCount ) {
    write( 0x10, 0x3C );
    write( 0x11, 0x3C );
