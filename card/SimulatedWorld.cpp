@@ -22,29 +22,6 @@ Vor::Ptr<Fru::HamImpl> presentHam( Sim::SimulatedCard & card, Sim::CardEvents & 
 
 }   // namespace
 
-Sim::SimulatedCard::Parameters simulatedParameters( Input::CardDescription const & description ) {
-   Sim::SimulatedCard::Parameters parameters;
-   parameters.spiClockInHz = std::get<Input::SimulatedAccess>( description.access ).spiClockInHz;
-   for ( Input::GpoDescription const & gpo : description.gpos )
-      parameters.outputs.push_back(
-         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeType = gpo.activeType } );
-   for ( Input::TolvaneDescription const & chip : description.tolvanes )
-      parameters.tolvanes.push_back( { .name = chip.name, .offset = chip.offset, .resetGpoName = chip.resetGpoName } );
-   for ( Input::Max24305Description const & chip : description.max24305s )
-      parameters.max24305s.push_back(
-         { .name = chip.name,
-           .configOffset = chip.configOffset,
-           .statusOffset = chip.statusOffset,
-           .spiResetSupported = chip.spiResetSupported,
-           .resetGpoName = chip.resetGpoName,
-           .outputFrequencyInHz = chip.outputFrequencyInHz,
-           .lockAfterNs = chip.simulatedLockAfterNs,
-           .apllStatus = chip.simulatedApllStatus,
-           .settleNs = chip.simulatedSettleNs,
-           .volatileBits = chip.simulatedVolatile } );
-   return parameters;
-}
-
 SimulatedWorld::VmidPresence::VmidPresence( bool present ) {
    if ( char const * outer = std::getenv( vmidName ) ) outer_ = outer;
    if ( present )
@@ -65,7 +42,7 @@ SimulatedWorld::SimulatedWorld( Input::CardDescription description, Sim::Scenari
      vmid_( scenario_.start.simulationVmid ),
      clock_( new Sim::VirtualClock ),
      virtualTime_( clock_ ),
-     simulatedCard_( clock_, simulatedParameters( description ) ),
+     simulatedCard_( clock_, scenario_.built ? *scenario_.built : simulatedParameters( description ) ),
      events_( clock_ ),
      card_( std::move( description ), presentHam( simulatedCard_, events_ ), [this]( Vor::Name name ) {
         return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );

@@ -21,9 +21,6 @@
 
 namespace Host {
 
-/// What the simulated hardware is made from. The description's access must be simulated.
-Sim::SimulatedCard::Parameters simulatedParameters( Input::CardDescription const & description );
-
 class SimulatedWorld {
  public:
    /// The services are in the scenario's starting state, the configurations complete, no machine is made yet.

@@ -55,8 +55,7 @@ class EventsFile {
 int simulate( SimulateOptions const & options ) {
    Input::JsonDocument const file = Input::readJson( options.scenario );
    Input::CardDescription card = Input::cardOfScenario( file.root() );
-   std::vector<Sim::ScenarioChip> const chips = card.scenarioChips();
-   Sim::Scenario scenario = Input::readScenario( file.root(), chips );
+   Sim::Scenario scenario = Input::readScenario( file.root(), card );
    if ( !std::holds_alternative<Input::SimulatedAccess>( card.access ) )
       throw Input::InputError(
          card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );

@@ -1,6 +1,7 @@
 #include "input/CardDescription.h"
 
 #include "hal/KivHal.h"
+#include "input/EnumeratorOf.h"
 #include "input/Json.h"
 #include "input/SequenceFile.h"
 
@@ -12,11 +13,6 @@ namespace Input {
 namespace {
 
 std::string inQuotes( std::string const & name ) { return "\"" + name + "\""; }
-
-template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
-   auto const enumerators = enumType( E{} ).enumerators();
-   return static_cast<E>( enumerators[value.oneOf( namesOf( enumerators, &Vor::Enumerator::text ) )].value );
-}
 
 // "0x2000", as addresses stand in messages.
 std::string hexText( U64 value ) { return Vor::format( "0x%" PRIx64, value ).stdString(); }
@@ -249,6 +245,29 @@ std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
    for ( TolvaneDescription const & chip : tolvanes ) chips.push_back( { chip.name, Sim::FaultTarget::tolvane_ } );
    for ( Max24305Description const & chip : max24305s ) chips.push_back( { chip.name, Sim::FaultTarget::max24305_ } );
    return chips;
+}
+
+Sim::SimulatedCard::Parameters simulatedParameters( CardDescription const & description ) {
+   Sim::SimulatedCard::Parameters parameters;
+   parameters.spiClockInHz = std::get<SimulatedAccess>( description.access ).spiClockInHz;
+   for ( GpoDescription const & gpo : description.gpos )
+      parameters.outputs.push_back(
+         { .name = gpo.name, .offset = gpo.offset, .bit = gpo.bit, .activeType = gpo.activeType } );
+   for ( TolvaneDescription const & chip : description.tolvanes )
+      parameters.tolvanes.push_back( { .name = chip.name, .offset = chip.offset, .resetGpoName = chip.resetGpoName } );
+   for ( Max24305Description const & chip : description.max24305s )
+      parameters.max24305s.push_back(
+         { .name = chip.name,
+           .configOffset = chip.configOffset,
+           .statusOffset = chip.statusOffset,
+           .spiResetSupported = chip.spiResetSupported,
+           .resetGpoName = chip.resetGpoName,
+           .outputFrequencyInHz = chip.outputFrequencyInHz,
+           .lockAfterNs = chip.simulatedLockAfterNs,
+           .apllStatus = chip.simulatedApllStatus,
+           .settleNs = chip.simulatedSettleNs,
+           .volatileBits = chip.simulatedVolatile } );
+   return parameters;
 }
 
 CardDescription cardDescription( JsonValue const & root ) { return CardReader( root ).read(); }

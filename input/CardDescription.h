@@ -87,6 +87,9 @@ struct CardDescription {
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };
 
+/// What the hardware is made from that is simulated as described. The access must be simulated.
+Sim::SimulatedCard::Parameters simulatedParameters( CardDescription const & description );
+
 /// Reads a description. Throws InputError, which names the place, what stood there and what is accepted.
 CardDescription readCard( std::string const & path );
 CardDescription cardDescription( JsonValue const & root );

@@ -1,9 +1,14 @@
 #include "input/ScenarioFile.h"
 
+#include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
+#include "input/CardDescription.h"
+#include "input/EnumeratorOf.h"
 #include "input/Json.h"
+#include "sim/SpiMaster.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace Input {
 
@@ -15,15 +20,86 @@ namespace {
 // allows.
 constexpr U64 slowLockExtraNs = 10'000'000'000;
 
+// Reads how the hardware is built where it differs from its description.
+class BuiltReader {
+ public:
+   explicit BuiltReader( CardDescription const & card ) : card_( card ) {}
+
+   SimulatedCard::Parameters read( JsonValue const & value ) {
+      if ( !std::holds_alternative<SimulatedAccess>( card_.access ) )
+         value.fail( "no hardware as built, since the card's access is not \"simulated\"" );
+      built_ = simulatedParameters( card_ );
+      JsonObject object = value.object();
+      if ( object.has( "gpos" ) )
+         for ( auto const & [name, what] : object["gpos"].object().members() ) output( name, what );
+      if ( object.has( "chips" ) )
+         for ( auto const & [name, what] : object["chips"].object().members() ) chip( name, what );
+      object.finish();
+      try {
+         SimulatedCard const made( new VirtualClock, built_ );
+      } catch ( std::invalid_argument const & error ) {
+         value.failWith(
+            error.what() +
+            std::string( "; expected hardware in which each register, and each bit of an output, has one owner" ) );
+      }
+      return std::move( built_ );
+   }
+
+ private:
+   void output( std::string const & name, JsonValue const & value ) {
+      auto const output = std::ranges::find( built_.outputs, name, &SimulatedCard::Output::name );
+      if ( output == built_.outputs.end() )
+         value.failWith(
+            "the card has no output \"" + name + "\"; expected " + choicesText( namesOf( built_.outputs ) ) );
+      JsonObject object = value.object();
+      if ( object.has( "bit" ) ) output->bit = object["bit"].u32( 31 );
+      if ( object.has( "activeType" ) ) output->activeType = enumeratorOf<Fru::ActiveType>( object["activeType"] );
+      object.finish();
+   }
+
+   void chip( std::string const & name, JsonValue const & value ) {
+      auto const tolvane = std::ranges::find( built_.tolvanes, name, &SimulatedCard::Tolvane::name );
+      auto const max24305 = std::ranges::find( built_.max24305s, name, &SimulatedCard::Max24305::name );
+      JsonObject object = value.object();
+      if ( tolvane != built_.tolvanes.end() ) {
+         if ( object.has( "offset" ) ) tolvane->offset = offset( object["offset"], Hardware::tolvaneBlock );
+      } else if ( max24305 != built_.max24305s.end() ) {
+         SimulatedCard::Max24305 & chip = *max24305;
+         if ( object.has( "configOffset" ) )
+            chip.configOffset = offset( object["configOffset"], Hardware::spiMasterBlock );
+         if ( object.has( "statusOffset" ) )
+            chip.statusOffset = offset( object["statusOffset"], Hardware::frequencyBlock );
+         if ( object.has( "outputFrequencyInHz" ) ) chip.outputFrequencyInHz = object["outputFrequencyInHz"].u32();
+         if ( object.has( "spiResponses" ) ) chip.spiResponses = object["spiResponses"].u32( SpiMaster::fifoDepth );
+         if ( object.has( "spiCommands" ) ) chip.spiCommands = object["spiCommands"].u32( SpiMaster::fifoDepth );
+      } else {
+         std::vector<ScenarioChip> const chips = card_.scenarioChips();
+         value.failWith( "the card has no chip \"" + name + "\"; expected " + choicesText( namesOf( chips ) ) );
+      }
+      object.finish();
+   }
+
+   // Of a block whose registers all lie in the card's space.
+   static U32 offset( JsonValue const & value, Hal::Registers block ) {
+      U32 const offset = value.u32( 0xFFFF'FFFC - block.back().address );
+      if ( offset % 4 != 0 ) value.fail( "an offset that is a multiple of 4, for a register is a 32-bit word" );
+      return offset;
+   }
+
+   CardDescription const & card_;
+   SimulatedCard::Parameters built_;
+};
+
 // Reads the parts of a scenario of one card.
 class ScenarioReader {
  public:
-   explicit ScenarioReader( std::span<ScenarioChip const> chips ) : chips_( chips ) {}
+   explicit ScenarioReader( CardDescription const & card ) : card_( card ), chips_( card.scenarioChips() ) {}
 
    Scenario read( JsonValue const & root ) const {
       JsonObject object = root.object();
       Scenario scenario;
       object["card"];   // its reader has been here
+      if ( object.has( "built" ) ) scenario.built = BuiltReader( card_ ).read( object["built"] );
       if ( object.has( "start" ) ) scenario.start = start( object["start"] );
       if ( object.has( "events" ) )
          for ( JsonValue const & value : object["events"].list() ) scenario.events.push_back( event( value ) );
@@ -195,13 +271,14 @@ class ScenarioReader {
       return names;
    }
 
-   std::span<ScenarioChip const> chips_;
+   CardDescription const & card_;
+   std::vector<ScenarioChip> const chips_;
 };
 
 }   // namespace
 
-Scenario readScenario( JsonValue const & root, std::span<ScenarioChip const> chips ) {
-   return ScenarioReader( chips ).read( root );
+Scenario readScenario( JsonValue const & root, CardDescription const & card ) {
+   return ScenarioReader( card ).read( root );
 }
 
 }   // namespace Input

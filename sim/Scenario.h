@@ -86,6 +86,8 @@ struct Scenario {
    StartState start;
    std::vector<Event> events;    ///< those of one time happen in this order
    std::optional<U64> untilNs;   ///< without it the run ends when nothing is left to happen
+   /// The hardware as it really is, where that is not what the library is told of it.
+   std::optional<SimulatedCard::Parameters> built{};
 };
 
 /// A chip that a scenario can name.

@@ -68,7 +68,12 @@ struct SimulatedCard::Max24305Part final : Chip {
              .outputFrequencyInHz = parameters.outputFrequencyInHz,
              .settleNs = parameters.settleNs,
              .volatileBits = parameters.volatileBits } ),
-        master( clock, chip, faults, { .clockInHz = spiClockInHz, .resetSupported = parameters.spiResetSupported } ),
+        master(
+           clock, chip, faults,
+           { .clockInHz = spiClockInHz,
+             .resetSupported = parameters.spiResetSupported,
+             .responses = parameters.spiResponses,
+             .commands = parameters.spiCommands } ),
         frequency( chip ) {}
    void resetIs( bool asserted ) override { chip.resetIs( asserted ); }
 

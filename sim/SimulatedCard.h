@@ -57,6 +57,8 @@ class SimulatedCard {
       U8 apllStatus = defaultApllStatus;
       U64 settleNs = 0;                   ///< writes that follow a soft reset within it are lost
       std::map<U16, U8> volatileBits{};   ///< which change with every read: masks by register
+      U32 spiResponses = 0;               ///< entries that stand in the response FIFO at the start
+      U32 spiCommands = 0;                ///< the same of the command FIFO
    };
    struct Tolvane {
       std::string name{};

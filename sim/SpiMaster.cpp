@@ -2,6 +2,7 @@
 
 #include "hal/KivHal.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace Sim {
@@ -12,6 +13,13 @@ using Hardware::SpiCommandFifo;
 using Hardware::SpiCtrl;
 using Hardware::SpiReset;
 using Hardware::SpiResponseFifo;
+
+U32 responseOf( U8 data, bool valid ) {
+   SpiResponseFifo response;
+   response.dataIs( data );
+   response.dataValidIs( valid );
+   return response.value();
+}
 
 U64 byteNsOf( U64 clockInHz ) {
    if ( clockInHz == 0 ) throw std::invalid_argument( "the SPI clock is 0 Hz; expected at least 1" );
@@ -26,6 +34,8 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
      faults_( faults ),
      resetSupported_( parameters.resetSupported ),
      byteNs_( byteNsOf( parameters.clockInHz ) ),
+     commands_( std::min<std::size_t>( parameters.commands, fifoDepth ), SpiCommandFifo().value() ),
+     responses_( std::min<std::size_t>( parameters.responses, fifoDepth ), responseOf( 0, true ) ),
      byteOut_( clock, [this] { handleByteOut(); } ) {
    faults_.listenerAdd( FaultKind::spiStuckWrite_, FaultBoard::begins_, [this] {
       stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
@@ -35,6 +45,7 @@ SpiMaster::SpiMaster( VirtualClock & clock, SpiDevice & device, FaultBoard & fau
       stuck_ = faults_.active( FaultKind::spiStuckWrite_ );
       startByte();
    } );
+   startByte();
 }
 
 Hal::Registers SpiMaster::registers() const { return Hardware::spiMasterBlock; }
@@ -122,11 +133,9 @@ void SpiMaster::handleByteOut() {
 
 void SpiMaster::responsePushed( U8 data ) {
    if ( faults_.occurs( FaultKind::spiDead_ ) ) return;
-   SpiResponseFifo response;
-   response.dataIs( data );
-   response.dataValidIs( !faults_.occurs( FaultKind::spiInvalid_ ) );
+   U32 const response = responseOf( data, !faults_.occurs( FaultKind::spiInvalid_ ) );
    int const entries = faults_.occurs( FaultKind::spiExtra_ ) ? 2 : 1;
-   for ( int i = 0; i < entries && responses_.size() < fifoDepth; ++i ) responses_.push_back( response.value() );
+   for ( int i = 0; i < entries && responses_.size() < fifoDepth; ++i ) responses_.push_back( response );
 }
 
 }   // namespace Sim

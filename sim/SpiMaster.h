@@ -5,6 +5,8 @@
 // the byte whose word says `csEnd`. Each FIFO holds 63 entries, what its 6-bit count can say; what comes when it is
 // full is lost. Reading an empty response FIFO gives 0, which is not valid.
 //
+// Entries may stand in the FIFOs from before: valid responses of 0, and command words of 0, whose transaction goes on.
+//
 // While `reset` is 1 the master is idle: both FIFOs are empty, chip select is released, words written are lost. A
 // master without the reset register ignores writes to it and reads 0 there.
 #pragma once
@@ -37,6 +39,8 @@ class SpiMaster final : public RegisterBlock {
    struct Parameters {
       U64 clockInHz = defaultSpiClockInHz;
       bool resetSupported = true;
+      U32 responses = 0;   ///< that stand in their FIFO at the start, at most fifoDepth
+      U32 commands = 0;    ///< the same of command words
    };
 
    /// Throws std::invalid_argument for a clock of 0 Hz. Device and faults outlive the master.

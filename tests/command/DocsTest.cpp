@@ -10,11 +10,11 @@ namespace {
 
 using namespace Input;
 
-// The first block of JSON in a document.
-std::string jsonOf( std::string const & document ) {
+// The first block of JSON in a document, or behind a heading of it.
+std::string jsonOf( std::string const & document, std::string const & heading = "" ) {
    std::string const text = Input::readFile( CLOCKPATH_DOCS + document );
    std::string const opening = "```json\n";
-   std::size_t const start = text.find( opening );
+   std::size_t const start = text.find( opening, text.find( heading ) );
    if ( start == std::string::npos ) return "";
    return text.substr( start + opening.size(), text.find( "```", start + opening.size() ) - start - opening.size() );
 }
@@ -29,10 +29,16 @@ TEST( Docs, TheCardOfTheDocumentIsOne ) {
 
 TEST( Docs, TheScenarioOfTheDocumentIsOne ) {
    Input::JsonDocument const file( "document.json", jsonOf( "scenario.md" ) );
-   std::vector<Sim::ScenarioChip> const chips = readCard( CLOCKPATH_EXAMPLES "card.json" ).scenarioChips();
-   Sim::Scenario const scenario = Input::readScenario( file.root(), chips );
+   Sim::Scenario const scenario = Input::readScenario( file.root(), readCard( CLOCKPATH_EXAMPLES "card.json" ) );
    EXPECT_EQ( scenario.events.size(), 6u );
    EXPECT_EQ( scenario.untilNs, 200'000'000'000u );
+}
+
+TEST( Docs, TheBuiltHardwareOfTheDocumentIsSome ) {
+   Input::JsonDocument const file( "document.json", "{" + jsonOf( "scenario.md", "## `built`" ) + "}" );
+   Sim::Scenario const scenario = Input::readScenario( file.root(), readCard( CLOCKPATH_EXAMPLES "card.json" ) );
+   ASSERT_TRUE( scenario.built );
+   EXPECT_EQ( scenario.built->max24305s.at( 1 ).configOffset, 256u );
 }
 
 TEST( Docs, EveryFaultIsDescribed ) {

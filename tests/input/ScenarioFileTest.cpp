@@ -1,6 +1,7 @@
 #include "input/ScenarioFile.h"
 
 #include "input/Json.h"
+#include "tests/input/Cards.h"
 
 #include <gtest/gtest.h>
 
@@ -10,12 +11,15 @@ namespace {
 using namespace Input;
 using namespace Sim;
 
-std::vector<ScenarioChip> const chips{
-   { "osc0", FaultTarget::tolvane_ }, { "ptp0", FaultTarget::max24305_ }, { "ptp1", FaultTarget::max24305_ } };
+// With osc0, a Tolvane, ptp0 and ptp1.
+CardDescription const & card() {
+   static CardDescription const whole = cardOf( wholeCard );
+   return whole;
+}
 
 Scenario scenarioOf( std::string_view content ) {
    JsonDocument const file( "s.json", content );
-   return readScenario( file.root(), chips );
+   return readScenario( file.root(), card() );
 }
 
 std::string error( std::string_view content ) {
@@ -141,16 +145,25 @@ TEST( Scenario, ReadsWhatEachFaultTakes ) {
 }
 
 TEST( Scenario, WithoutANameBitsAreThoseOfTheOnlyMax24305 ) {
-   auto const chipMeant = []( std::vector<ScenarioChip> const & card ) {
+   auto const chipMeant = []( std::vector<std::string> const & tolvanes, std::vector<std::string> const & max24305s ) {
+      CardDescription some;
+      for ( std::string const & name : tolvanes ) {
+         TolvaneDescription chip;
+         chip.name = name;
+         some.tolvanes.push_back( chip );
+      }
+      for ( std::string const & name : max24305s ) {
+         Max24305Description chip;
+         chip.name = name;
+         some.max24305s.push_back( chip );
+      }
       JsonDocument const file( "s.json", R"({"events":[{"atNs":0,"fault":{"kind":"bitFlip","address":0,"mask":1}}]})" );
-      return readScenario( file.root(), card ).events.at( 0 ).actions.at( 0 ).name;
+      return readScenario( file.root(), some ).events.at( 0 ).actions.at( 0 ).name;
    };
-   ScenarioChip const osc0{ "osc0", FaultTarget::tolvane_ };
-   ScenarioChip const ptp0{ "ptp0", FaultTarget::max24305_ };
-   EXPECT_EQ( chipMeant( { osc0, ptp0 } ), "ptp0" );
-   EXPECT_EQ( chipMeant( { osc0, { "osc1", FaultTarget::tolvane_ }, ptp0 } ), "ptp0" );
-   EXPECT_EQ( chipMeant( { osc0 } ), "osc0" );
-   EXPECT_THROW( chipMeant( chips ), InputError );
+   EXPECT_EQ( chipMeant( { "osc0" }, { "ptp0" } ), "ptp0" );
+   EXPECT_EQ( chipMeant( { "osc0", "osc1" }, { "ptp0" } ), "ptp0" );
+   EXPECT_EQ( chipMeant( { "osc0" }, {} ), "osc0" );
+   EXPECT_THROW( chipMeant( { "osc0" }, { "ptp0", "ptp1" } ), InputError );
 }
 
 TEST( Scenario, WhatAFaultTakesIsChecked ) {
@@ -261,10 +274,120 @@ TEST( Scenario, ChipsMustBeOnTheCardAndOfTheRightKind ) {
       "MAX24305" );
 }
 
+TEST( Scenario, WithoutDifferencesTheHardwareIsAsDescribed ) { EXPECT_FALSE( scenarioOf( "{}" ).built ); }
+
+TEST( Scenario, ReadsHowTheHardwareIsBuilt ) {
+   std::optional<SimulatedCard::Parameters> const built = scenarioOf( R"({ "built": {
+      "gpos": { "ptp0Reset": { "bit": 5, "activeType": "activeHigh" }, "ptp1Reset": {} },
+      "chips": { "osc0": { "offset": 16384 },
+                 "ptp0": { "configOffset": 1024, "statusOffset": 1280, "outputFrequencyInHz": 25000000 },
+                 "ptp1": { "configOffset": 256, "statusOffset": 512, "spiResponses": 63, "spiCommands": 2 } } } })" )
+                                                             .built;
+   ASSERT_TRUE( built );
+   EXPECT_EQ( built->outputs.at( 0 ).bit, 0u );
+   EXPECT_EQ( built->outputs.at( 1 ).offset, 8192u );
+   EXPECT_EQ( built->outputs.at( 1 ).bit, 5u );
+   EXPECT_EQ( built->outputs.at( 1 ).activeType, Fru::activeHigh_ );
+   EXPECT_EQ( built->outputs.at( 2 ).bit, 31u );
+   EXPECT_EQ( built->tolvanes.at( 0 ).offset, 16384u );
+   SimulatedCard::Max24305 const & ptp0 = built->max24305s.at( 0 );
+   EXPECT_EQ( ptp0.configOffset, 1024u );
+   EXPECT_EQ( ptp0.statusOffset, 1280u );
+   EXPECT_EQ( ptp0.outputFrequencyInHz, 25'000'000u );
+   EXPECT_EQ( ptp0.resetGpoName, "ptp0Reset" );
+   EXPECT_EQ( ptp0.spiResponses, 0u );
+   SimulatedCard::Max24305 const & ptp1 = built->max24305s.at( 1 );
+   EXPECT_EQ( ptp1.configOffset, 256u );
+   EXPECT_EQ( ptp1.outputFrequencyInHz, 0u );
+   EXPECT_FALSE( ptp1.spiResetSupported );
+   EXPECT_EQ( ptp1.spiResponses, 63u );
+   EXPECT_EQ( ptp1.spiCommands, 2u );
+}
+
+std::string builtError( std::string const & built ) { return error( R"({"built":{)" + built + "}}" ); }
+std::string chipError( std::string const & chip ) { return builtError( R"("chips":{)" + chip + "}" ); }
+
+TEST( Scenario, WhatIsBuiltIsOnTheCard ) {
+   EXPECT_EQ(
+      builtError( R"("gpos":{"ptp7Reset":{"bit":1}})" ),
+      "s.json: /built/gpos/ptp7Reset: the card has no output \"ptp7Reset\"; expected \"osc0Reset\", \"ptp0Reset\" or "
+      "\"ptp1Reset\"" );
+   EXPECT_EQ(
+      chipError( R"("ptp7":{})" ),
+      "s.json: /built/chips/ptp7: the card has no chip \"ptp7\"; expected \"osc0\", \"ptp0\" or \"ptp1\"" );
+   EXPECT_EQ(
+      builtError( R"("gpo":{})" ),
+      "s.json: /built/gpo: unknown key, found with an object; did you mean \"gpos\"?; known here: \"gpos\" or "
+      "\"chips\"" );
+   EXPECT_EQ(
+      builtError( R"("gpos":{"ptp0Reset":{"offset":1}})" ),
+      "s.json: /built/gpos/ptp0Reset/offset: unknown key, found with 1; known here: \"bit\" or \"activeType\"" );
+   EXPECT_EQ(
+      chipError( R"("osc0":{"configOffset":0})" ),
+      "s.json: /built/chips/osc0/configOffset: unknown key, found with 0; known here: \"offset\"" );
+   EXPECT_EQ(
+      chipError( R"("ptp0":{"offset":0})" ),
+      "s.json: /built/chips/ptp0/offset: unknown key, found with 0; known here: "
+      "\"configOffset\", \"statusOffset\", \"outputFrequencyInHz\", \"spiResponses\" or \"spiCommands\"" );
+}
+
+TEST( Scenario, WhatIsBuiltIsChecked ) {
+   EXPECT_EQ(
+      builtError( R"("gpos":{"ptp0Reset":{"bit":32}})" ),
+      "s.json: /built/gpos/ptp0Reset/bit: expected a whole number from 0 to 31, found 32" );
+   EXPECT_EQ(
+      builtError( R"("gpos":{"ptp0Reset":{"activeType":"low"}})" ),
+      "s.json: /built/gpos/ptp0Reset/activeType: expected \"activeHigh\" or \"activeLow\", found \"low\"" );
+   EXPECT_EQ(
+      chipError( R"("ptp0":{"spiResponses":64})" ),
+      "s.json: /built/chips/ptp0/spiResponses: expected a whole number from 0 to 63, found 64" );
+   EXPECT_EQ(
+      chipError( R"("ptp0":{"spiCommands":64})" ),
+      "s.json: /built/chips/ptp0/spiCommands: expected a whole number from 0 to 63, found 64" );
+   EXPECT_EQ(
+      chipError( R"("ptp0":{"configOffset":258})" ),
+      "s.json: /built/chips/ptp0/configOffset: expected an offset that is a multiple of 4, for a register is a 32-bit "
+      "word, found 258" );
+   EXPECT_EQ(
+      chipError( R"("ptp0":{"configOffset":4294967248})" ),
+      "s.json: /built/chips/ptp0/configOffset: expected a whole number from 0 to 4294967244, found 4294967248" );
+   EXPECT_EQ( chipError( R"("osc0":{"offset":4294967292})" ), "no error" );
+}
+
+TEST( Scenario, RegistersOfTheBuiltHardwareBelongToOne ) {
+   std::string const expected = "; expected hardware in which each register, and each bit of an output, has one owner";
+   EXPECT_EQ(
+      chipError( R"("ptp1":{"configOffset":272})" ),
+      "s.json: /built: the register at 272 belongs to the chip \"ptp0\" and to the chip \"ptp1\"" + expected );
+   EXPECT_EQ(
+      chipError( R"("osc0":{"offset":8196})" ),
+      "s.json: /built: the register at 8196 belongs to the output \"ptp1Reset\" and to the chip \"osc0\"" + expected );
+   EXPECT_EQ(
+      builtError( R"("gpos":{"ptp0Reset":{"bit":0}})" ),
+      "s.json: /built: bit 0 of the register at 8192 belongs to the output \"osc0Reset\" and to the output "
+      "\"ptp0Reset\"" +
+         expected );
+   EXPECT_EQ( builtError( R"("gpos":{"ptp0Reset":{"bit":0},"osc0Reset":{"bit":1}})" ), "no error" );
+}
+
+TEST( Scenario, OnlyASimulatedCardIsBuilt ) {
+   CardDescription mapped = card();
+   mapped.access = MmapAccess{};
+   JsonDocument const file( "s.json", R"({"built":{}})" );
+   try {
+      readScenario( file.root(), mapped );
+      ADD_FAILURE() << "no error";
+   } catch ( InputError const & error ) {
+      EXPECT_STREQ(
+         error.what(), "s.json: /built: expected no hardware as built, since the card's access is not \"simulated\", "
+                       "found an object" );
+   }
+}
+
 TEST( Scenario, UnknownKeysAreErrorsEverywhere ) {
    EXPECT_EQ(
       error( R"({"until":5})" ), "s.json: /until: unknown key, found with 5; did you mean \"untilNs\"?; known here: "
-                                 "\"card\", \"start\", \"events\" or "
+                                 "\"card\", \"built\", \"start\", \"events\" or "
                                  "\"untilNs\"" );
    EXPECT_EQ(
       error( R"({"start":{"timesync":1}})" ),

@@ -167,6 +167,24 @@ TEST_F( SpiMasterTest, CountsAndResponsesCannotBeWrittenAndCommandsNotRead ) {
    EXPECT_EQ( master.read( commandFifo ), 0u );
 }
 
+TEST_F( SpiMasterTest, EntriesMayStandInTheFifosFromBefore ) {
+   SpiMaster used( *clock, device, faults, { .responses = 2, .commands = 3 } );
+   EXPECT_EQ( used.read( ctrl ), 0x00030002u );
+   EXPECT_EQ( used.read( responseFifo ), dataValid );
+   EXPECT_EQ( used.read( responseFifo ), dataValid );
+   EXPECT_EQ( used.read( responseFifo ), 0u );
+   advance( 799 );
+   EXPECT_EQ( used.read( ctrl ), 0x00030000u );
+   advance( 1'601 );
+   EXPECT_EQ( used.read( ctrl ), 0u );
+   EXPECT_EQ( device.seen, "00 00 00 " );   // no end of the transaction
+   used.write( commandFifo, csEnd );
+   advance( 800 );
+   EXPECT_EQ( device.seen, "00 00 00 00 |" );
+   SpiMaster full( *clock, device, faults, { .responses = 100, .commands = 64 } );
+   EXPECT_EQ( full.read( ctrl ), 0x003F003Fu );
+}
+
 TEST_F( SpiMasterTest, SpiDeadLosesResponsesForItsCount ) {
    faults.faultBegin( { .kind = FaultKind::spiDead_, .count = 2 } );
    for ( int i = 0; i < 3; ++i ) {
