@@ -4,6 +4,7 @@
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 #include "recording/EventLog.h"
+#include "recording/Recorder.h"
 #include "report/Report.h"
 #include "report/TracesOn.h"
 #include "service/Exit.h"
@@ -65,7 +66,8 @@ int simulate( SimulateOptions const & options ) {
    std::optional<EventsFile> events;
    if ( options.events ) events.emplace( *options.events );
    SimulatedWorld world( std::move( card ), std::move( scenario ) );
-   if ( events ) world.events().listenerAdd( events->log() );
+   std::optional<Recording::Recorder> recorder;
+   if ( events ) recorder.emplace( events->log(), world.events(), world.card() );
    std::optional<Report> report;
    if ( options.events != toStandardOutput )
       world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );

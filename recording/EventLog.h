@@ -1,6 +1,8 @@
 // The event log: JSON Lines, one event a line, in the order in which things happened.
 //
-// Every line begins with `ns` and `ev`; the further fields follow in the order of the CardListener's arguments:
+// The first line makes the log self-contained: recording/Recorder.h writes it, and hands in the kinds of lines that
+// come from elsewhere than a CardListener. Every line begins with `ns` and `ev`; the further fields follow in the order
+// of the arguments:
 //
 //    {"ns":0,"ev":"gpo","name":"ptp0Reset","active":true}
 //    {"ns":1310003200,"ev":"spi","chip":"ptp0","bytes":[3,0,48,0],"response":94}
@@ -12,7 +14,9 @@
 // Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
 #pragma once
 
+#include "recording/Event.h"
 #include "sim/CardListener.h"
+#include "sm/Steps.h"
 
 #include <iosfwd>
 #include <string>
@@ -31,6 +35,11 @@ class EventLog final : public Sim::CardListener {
    EventLog & operator=( EventLog const & ) = delete;
 
    void flush();
+
+   void onRecording( Header const & header );
+   /// A gate that was looked at is a kind of line of its own.
+   void onStep( U64 ns, std::string_view chip, Hardware::Step const & step );
+   void onInput( U64 ns, InputChange const & change );
 
    void onWrite32( U64 ns, U32 address, U32 value ) override;
    void onRead32( U64 ns, U32 address, U32 value ) override;

@@ -43,10 +43,12 @@ class CardEvents final {
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
 
+   U64 nowNs() const { return clock_->nowNs(); }
+
    /// Tells the listeners of something that happens now: tell( &CardListener::onGpo, name, active ).
    template<class... Args>
    void tell( void ( CardListener::*what )( U64, Args... ), std::type_identity_t<Args> const &... args ) {
-      for ( CardListener * listener : listeners_ ) ( listener->*what )( clock_->nowNs(), args... );
+      for ( CardListener * listener : listeners_ ) ( listener->*what )( nowNs(), args... );
    }
 
  private:
