@@ -1,10 +1,14 @@
-// What an event log tells, as values: the first line, and the inputs of the machines. docs/event-log.md shows the lines.
+// What an event log tells, as values: the first line, and a struct for each further kind of line, with the fields that
+// the line has. docs/event-log.md says when each is written; recording/Reader.h reads them.
 #pragma once
 
 #include "framework/Types.h"
 #include "input/CardDescription.h"
+#include "sm/Steps.h"
 
+#include <array>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace Recording {
@@ -29,6 +33,63 @@ struct Header {
    std::string began;     ///< wall time, "2026-11-21T17:30:00.123Z"; empty in virtual time
    Input::CardDescription card;
    std::vector<InputChange> start;   ///< as a scenario's `start`, complete
+};
+
+struct Write32 {
+   U32 address = 0;
+   U32 value = 0;
+};
+struct Read32 {
+   U32 address = 0;
+   U32 value = 0;
+};
+struct Gpo {
+   std::string name;
+   bool active = false;
+};
+struct Sleep {
+   U64 forNs = 0;
+};
+struct State {
+   std::string entity;   ///< full name
+   std::string attr;
+   std::string value;   ///< the enumerator's text, or the digits of a value that has none
+};
+struct Trace {
+   std::string facility;
+   U32 level = 0;
+   std::string source;
+   std::string function;
+   std::string text;
+};
+struct Log {
+   std::string id;
+};
+struct Spi {
+   std::string chip;
+   std::array<U8, 4> bytes{};
+   U8 response = 0;
+};
+struct Abort {
+   std::string expression;
+   std::string source;
+   std::string function;
+   U32 line = 0;
+};
+/// Any step but GateEvaluated.
+struct Step {
+   std::string chip;
+   Hardware::Step step;
+};
+struct Gate {
+   std::string chip;
+   std::vector<Hardware::GateRow> rows;
+};
+
+struct Event {
+   U64 ns = 0;
+   std::size_t line = 0;   ///< of the file, from 1
+   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange> what;
 };
 
 }   // namespace Recording
