@@ -104,12 +104,15 @@ void jsonStringAppend( std::string & out, std::string_view text ) {
 // without a value is left out.
 class EventLog::Line {
  public:
-   Line( std::string & out, U64 ns, std::string_view event ) : out_( out ) {
+   Line( EventLog & log, U64 ns, std::string_view event ) : log_( log ), out_( log.pending_ ) {
       out_ += "{\"ns\":";
       append( ns );
       field( "ev", event );
    }
-   ~Line() { out_ += "}\n"; }
+   ~Line() {
+      out_ += "}\n";
+      log_.lineEnded();
+   }
    Line( Line const & ) = delete;
    Line & operator=( Line const & ) = delete;
 
@@ -175,6 +178,7 @@ class EventLog::Line {
       } );
    }
 
+   EventLog & log_;
    std::string & out_;
    std::string_view separator_ = ",\"";   // before the next field
 };
@@ -185,12 +189,7 @@ void EventLog::flush() {
    pending_.clear();
 }
 
-// Pieces are large enough that a run is not bound by them, and small enough to follow a long one in its file.
-EventLog::Line EventLog::line( U64 ns, std::string_view event ) {
-   constexpr std::size_t pieceSize = std::size_t{ 64 } * 1024;
-   if ( pending_.size() >= pieceSize ) flush();
-   return { pending_, ns, event };
-}
+EventLog::Line EventLog::line( U64 ns, std::string_view event ) { return { *this, ns, event }; }
 
 void EventLog::onRecording( Header const & header ) {
    Input::Json first{
@@ -201,6 +200,7 @@ void EventLog::onRecording( Header const & header ) {
    first["sequences"] = sequencesJson( header.card );
    first["start"] = startJson( header.start );
    pending_ += first.dump( -1, ' ', false, Input::Json::error_handler_t::replace ) + "\n";
+   lineEnded();
 }
 
 void EventLog::onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) {

@@ -11,7 +11,7 @@
 // character with code 2 is \u0002), valid UTF-8 stays as it is, and a byte that is no part of valid UTF-8 is written
 // as the character of that code (0xE9 is \u00e9).
 //
-// Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
+// Lines are gathered and written in pieces; an abort line and flush() write out what there is.
 #pragma once
 
 #include "recording/Event.h"
@@ -28,8 +28,12 @@ void jsonStringAppend( std::string & out, std::string_view text );
 
 class EventLog final : public Sim::CardListener {
  public:
-   /// The stream outlives the log. Its state tells whether all could be written.
-   explicit EventLog( std::ostream & out ) : out_( out ) {}
+   /// Large enough that a run is not bound by it, and small enough to follow a long one in its file.
+   static constexpr std::size_t largePiece = std::size_t{ 64 } * 1024;
+
+   /// The stream outlives the log. Its state tells whether all could be written. Lines are gathered until they are a
+   /// piece: with 1 each line is written as it ends, and none is lost, whatever ends the process.
+   explicit EventLog( std::ostream & out, std::size_t pieceSize = largePiece ) : out_( out ), pieceSize_( pieceSize ) {}
    ~EventLog() override { flush(); }
    EventLog( EventLog const & ) = delete;
    EventLog & operator=( EventLog const & ) = delete;
@@ -56,7 +60,12 @@ class EventLog final : public Sim::CardListener {
 
    Line line( U64 ns, std::string_view event );
 
+   void lineEnded() {
+      if ( pending_.size() >= pieceSize_ ) flush();
+   }
+
    std::ostream & out_;
+   std::size_t const pieceSize_;
    std::string pending_;
 };
 

@@ -51,10 +51,11 @@ std::vector<Recorder::Source> Recorder::sourcesOf( Host::Card const & card ) {
    return sources;
 }
 
-Recorder::Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card )
+Recorder::Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card, std::string began )
    : log_( log ), events_( events ) {
    Header header;
    header.program = CLOCKPATH_VERSION;
+   header.began = std::move( began );
    header.card = card.description();
    header.start.push_back( { "simulationVmid", "", Hardware::simulationVmid() } );
    for ( Source & source : sourcesOf( card ) ) {

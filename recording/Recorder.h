@@ -20,7 +20,8 @@ namespace Recording {
 class Recorder final : private Host::StepListener {
  public:
    /// The card is configured, and its machines are not made yet. All outlive the recorder; the log joins the events.
-   Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card );
+   /// `began` is the wall time, for a recording in real time.
+   Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card, std::string began = {} );
 
  private:
    // An attribute that the machines look at, and what it is called in the log.
