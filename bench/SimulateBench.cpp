@@ -3,7 +3,7 @@
 #include "card/SimulatedWorld.h"
 #include "input/CardDescription.h"
 #include "input/Json.h"
-#include "recording/EventLog.h"
+#include "recording/Recorder.h"
 #include "report/TracesOn.h"
 
 #include <benchmark/benchmark.h>
@@ -64,9 +64,10 @@ void bringUp( benchmark::State & state ) {
       std::ostream stream( &counting );
       {
          std::optional<Recording::EventLog> log;
+         std::optional<Recording::Recorder> recorder;
          std::optional<Host::TracesOn> traces;
          if ( logged ) {
-            world.events().listenerAdd( log.emplace( stream ) );
+            recorder.emplace( log.emplace( stream ), world.events(), world.card() );
             traces.emplace( Vor::traceLevels );
          }
          world.run();

@@ -1,5 +1,7 @@
 #include "card/Card.h"
 
+#include "sim/CardEvents.h"
+
 #include <algorithm>
 
 namespace Host {
@@ -95,6 +97,14 @@ void configure( Card & card, CardInventory const & inventory ) {
       for ( auto const & element : record->opsToDo() ) config->opsToDoEnq( element.value() );
       card.max24305StatusDir()->max24305Is( record->name(), genId, record->role() );
    }
+}
+
+void statesAdd( Sim::CardEvents & events, Card const & card ) {
+   for ( auto const & [name, status] : card.tolvaneStatusDir()->tolvane() )
+      events.statusAdd<Hardware::Tolvane::Status>( status );
+   for ( auto const & [name, status] : card.max24305StatusDir()->max24305() )
+      events.statusAdd<Hardware::Max24305::Status>( status );
+   for ( auto const & [name, status] : card.clockStatuses() ) events.statusAdd<Hardware::Kiv::ClockStatus>( status );
 }
 
 }   // namespace Host

@@ -26,6 +26,10 @@
 #include <map>
 #include <string>
 
+namespace Sim {
+class CardEvents;
+}
+
 namespace Host {
 
 class Card {
@@ -84,5 +88,8 @@ class Card {
 /// The configurator: turns inventory records into configurations, with their sequences, and statuses in the card's
 /// directories. It hands no sequence over.
 void configure( Card & card, CardInventory const & inventory );
+
+/// The states of all chips, and the clock statuses, are told of. The card is configured.
+void statesAdd( Sim::CardEvents & events, Card const & card );
 
 }   // namespace Host

@@ -55,11 +55,7 @@ SimulatedWorld::SimulatedWorld( Input::CardDescription description, Sim::Scenari
    for ( Input::Max24305Description const & chip : card_.description().max24305s ) card_.handOver( chip.name );
    Sim::ScenarioTargets const all = targets();
    for ( Sim::Action const & action : scenario_.start.actions ) Sim::actionApply( action, all );
-   for ( auto const & [name, status] : card_.tolvaneStatusDir()->tolvane() )
-      events_.statusAdd<Hardware::Tolvane::Status>( status );
-   for ( auto const & [name, status] : card_.max24305StatusDir()->max24305() )
-      events_.statusAdd<Hardware::Max24305::Status>( status );
-   for ( auto const & [name, status] : card_.clockStatuses() ) events_.statusAdd<Hardware::Kiv::ClockStatus>( status );
+   statesAdd( events_, card_ );
 }
 
 SimulatedWorld::~SimulatedWorld() {

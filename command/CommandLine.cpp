@@ -79,6 +79,7 @@ class Words {
       number(
          "--timer-slack", agent_.timerSlackNs,
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
+      command->add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
       traceWords( *command, agent_.traceLevel );
       command->callback( [this] { result_ = Agent( Input::readCard( agentCard_ ), agent_ ).run(); } );
    }

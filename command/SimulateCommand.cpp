@@ -3,54 +3,17 @@
 #include "card/SimulatedWorld.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
-#include "recording/EventLog.h"
+#include "recording/LogFile.h"
+#include "recording/Recorder.h"
 #include "report/Report.h"
 #include "report/TracesOn.h"
 #include "service/Exit.h"
 
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <iostream>
-#include <memory>
 
 namespace Host {
-
-namespace {
-
-constexpr char toStandardOutput[] = "-";
-
-// The event log and where it goes.
-class EventsFile {
- public:
-   explicit EventsFile( std::string const & path ) : path_( path ) {
-      if ( path == toStandardOutput ) return;
-      errno = 0;
-      file_.open( path, std::ios::binary | std::ios::trunc );
-      if ( !file_ ) fail( std::string( ": " ) + std::strerror( errno ? errno : EIO ) );
-   }
-   Recording::EventLog & log() { return log_; }
-   void finish() {
-      log_.flush();
-      // What the system said is not kept once a stream has failed.
-      if ( !out_ ) fail( " in full; is there room for it?" );
-   }
-
- private:
-   [[noreturn]] void fail( std::string const & why ) const {
-      throw Input::InputError(
-         ( path_ == toStandardOutput ? "standard output" : path_ ) + ": the event log cannot be written" + why );
-   }
-
-   std::string const path_;
-   std::ofstream file_;
-   std::ostream & out_ = path_ == toStandardOutput ? std::cout : file_;
-   Recording::EventLog log_{ out_ };
-};
-
-}   // namespace
 
 int simulate( SimulateOptions const & options ) {
    Input::JsonDocument const file = Input::readJson( options.scenario );
@@ -61,12 +24,13 @@ int simulate( SimulateOptions const & options ) {
          card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
    requireServedInputs( card );
 
-   std::optional<EventsFile> events;
-   if ( options.events ) events.emplace( *options.events );
+   std::optional<Recording::LogFile> events;
+   if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece );
    SimulatedWorld world( std::move( card ), std::move( scenario ) );
-   if ( events ) world.events().listenerAdd( events->log() );
+   std::optional<Recording::Recorder> recorder;
+   if ( events ) recorder.emplace( events->log(), world.events(), world.card() );
    std::optional<Report> report;
-   if ( options.events != toStandardOutput )
+   if ( options.events != Recording::LogFile::standardOutput )
       world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );
    {
       TracesOn const tracesOn( events ? Vor::traceLevels : options.traceLevel ? *options.traceLevel + 1 : 0 );

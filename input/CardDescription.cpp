@@ -24,6 +24,7 @@ class CardReader {
    CardDescription read() {
       JsonObject object = root_.object();
       card_.file = root_.document().name();
+      card_.json = root_.onOneLine();
       card_.access = access( object["access"] );
       if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
       if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
@@ -117,7 +118,7 @@ class CardReader {
       if ( object.has( "outputFrequencyInHz" ) ) chip.outputFrequencyInHz = object["outputFrequencyInHz"].u32();
       chip.spiResetSupported = object["spiResetSupported"].boolean();
       chip.clockStatus = object.has( "clockStatus" ) ? object["clockStatus"].name() : chip.name;
-      chip.sequence = sequence( object["sequence"] );
+      sequence( object["sequence"], chip );
       simulated( object, chip );
       object.finish();
       blockClaim( Hardware::spiMasterBlock, "the SPI master of " + inQuotes( chip.name ), object["configOffset"] );
@@ -154,21 +155,21 @@ class CardReader {
       return masks;
    }
 
-   static std::vector<Hardware::Max24305::Op> sequence( JsonValue const & value ) {
+   static void sequence( JsonValue const & value, Max24305Description & chip ) {
       if ( value.isText() ) {
          NamedFile const file = value.file( "the sequence file" );
-         return sequenceOf( file.path, file.content );
+         chip.sequenceFile = file.path;
+         chip.sequence = sequenceOf( file.path, file.content, &chip.sequenceLines );
+         return;
       }
       if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
-      std::vector<Hardware::Max24305::Op> ops;
       for ( JsonValue const & text : value.list() ) {
          try {
-            ops.push_back( opOf( text.text() ) );
+            chip.sequence.push_back( opOf( text.text() ) );
          } catch ( OpError const & error ) {
             text.failWith( "column " + std::to_string( error.column ) + ": " + error.message );
          }
       }
-      return ops;
    }
 
    std::string resetGpoName( JsonValue const & value ) const {

@@ -64,6 +64,8 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
+   std::string sequenceFile;         ///< for messages; empty for a sequence in place
+   std::vector<U32> sequenceLines;   ///< of each operation in that file, from 1
    // Of a simulated card:
    U64 simulatedLockAfterNs = 0;
    U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< register 7 once locked
@@ -73,6 +75,7 @@ struct Max24305Description {
 
 struct CardDescription {
    std::string file;   ///< for messages
+   std::string json;   ///< the description itself, on one line; sequence files are named in it, and not held
    std::variant<SimulatedAccess, MmapAccess> access;
    U32 genId = 0;
    U32 slotId = 0;

@@ -64,6 +64,9 @@ class JsonValue {
    /// Raises an error of this place in words of its own.
    [[noreturn]] void failWith( std::string const & message ) const;
 
+   /// The value as JSON without line breaks.
+   std::string onOneLine() const { return json_ ? json_->dump() : "null"; }
+
    /// RFC 6901; empty for the whole document.
    std::string pointer() const { return pointer_.to_string(); }
    JsonDocument const & document() const { return *document_; }

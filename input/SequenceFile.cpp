@@ -22,18 +22,19 @@ Op opOf( std::string_view text ) {
    }
 }
 
-std::vector<Op> sequenceOf( std::string const & name, std::string_view content ) {
+std::vector<Op> sequenceOf( std::string const & name, std::string_view content, std::vector<U32> * lines ) {
    constexpr std::string_view blanks = " \t\r\v\f";
    std::vector<Op> sequence;
-   std::istringstream lines{ std::string( content ) };
-   std::size_t lineNumber = 0;
-   for ( std::string line; std::getline( lines, line ); ) {
+   std::istringstream text{ std::string( content ) };
+   U32 lineNumber = 0;
+   for ( std::string line; std::getline( text, line ); ) {
       ++lineNumber;
       std::size_t const start = line.find_first_not_of( blanks );
       if ( start == std::string::npos || line[start] == '#' ) continue;
       line.erase( line.find_last_not_of( blanks ) + 1 );
       try {
          sequence.push_back( opOf( line.substr( start ) ) );
+         if ( lines ) lines->push_back( lineNumber );
       } catch ( OpError const & error ) {
          throw InputError(
             name + ":" + std::to_string( lineNumber ) + ":" + std::to_string( start + error.column ) + ": " +

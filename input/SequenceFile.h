@@ -18,8 +18,9 @@ namespace Input {
 /// Reads a sequence file; one without any operation is an error. Throws Input::InputError.
 std::vector<Hardware::Max24305::Op> readSequence( std::string const & path );
 
-/// The same of a file's content; `name` stands in front of the messages.
-std::vector<Hardware::Max24305::Op> sequenceOf( std::string const & name, std::string_view content );
+/// The same of a file's content; `name` stands in front of the messages. `lines` gets the line of each operation.
+std::vector<Hardware::Max24305::Op>
+sequenceOf( std::string const & name, std::string_view content, std::vector<U32> * lines = nullptr );
 
 /// An error within one operation's text.
 struct OpError {

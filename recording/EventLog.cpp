@@ -3,9 +3,13 @@
 #include "framework/Assert.h"
 #include "framework/Log.h"
 #include "framework/Trace.h"
+#include "input/Json.h"
+#include "recording/Fields.h"
+#include "sim/Scenario.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <concepts>
 #include <iterator>
 #include <ostream>
@@ -33,11 +37,55 @@ std::size_t utf8Length( std::string_view text ) {
    return ( lead == 0xF0 && second < 0x90 ) || ( lead == 0xF4 && second > 0x8F ) ? 0 : 4;
 }
 
+Input::Json startJson( std::vector<InputChange> const & start ) {
+   Input::Json json = Input::Json::object();
+   for ( auto const & [what, of, value] : start ) {
+      Input::Json & place = of.empty() ? json[what] : json[what][of];
+      if ( isNumber( what ) )
+         place = value;
+      else
+         place = value != 0;
+   }
+   return json;
+}
+
+// The description with its sequences in place, so that no other file is needed.
+Input::Json cardJson( Input::CardDescription const & card ) {
+   Input::Json json = Input::Json::parse( card.json );
+   for ( Input::Json & chip : json["chips"] ) {
+      auto const * const max24305 = card.max24305( chip["name"].get_ref<std::string const &>() );
+      if ( !max24305 ) continue;
+      Input::Json & sequence = chip["sequence"] = Input::Json::array();
+      for ( auto const & op : max24305->sequence ) sequence.push_back( valueToStrep( op ).stdString() );
+   }
+   return json;
+}
+
+Input::Json sequencesJson( Input::CardDescription const & card ) {
+   Input::Json json = Input::Json::array();
+   for ( auto const & chip : card.max24305s )
+      if ( !chip.sequenceFile.empty() )
+         json.push_back( { { "chip", chip.name }, { "file", chip.sequenceFile }, { "lines", chip.sequenceLines } } );
+   return json;
+}
+
 }   // namespace
 
+bool isNumber( std::string_view input ) {
+   return std::ranges::any_of( Sim::actionTypes(), [&]( Sim::ActionType const & type ) {
+      return type.key == input && type.takes == Sim::ActionTakes::number_;
+   } );
+}
+
 void jsonStringAppend( std::string & out, std::string_view text ) {
+   // Whole runs of them, since a log is mostly text.
+   auto const standsForItself = []( U8 c ) { return c >= 0x20 && c <= 0x7F && c != '"' && c != '\\'; };
    out += '"';
-   while ( !text.empty() ) {
+   for ( ;; ) {
+      auto const run = static_cast<std::size_t>( std::ranges::find_if_not( text, standsForItself ) - text.begin() );
+      out += text.substr( 0, run );
+      text.remove_prefix( run );
+      if ( text.empty() ) break;
       std::size_t length = utf8Length( text );
       U8 const head = static_cast<U8>( text.front() );
       if ( length == 0 || head < 0x20 ) {
@@ -52,27 +100,55 @@ void jsonStringAppend( std::string & out, std::string_view text ) {
    out += '"';
 }
 
-// One line while it is being written: `ns` and `ev` first, then fields, then the line's end as it is destroyed.
+// One line while it is being written: `ns` and `ev` first, then fields, then the line's end as it is destroyed. A field
+// without a value is left out.
 class EventLog::Line {
  public:
-   Line( std::string & out, U64 ns, std::string_view event ) : out_( out ) {
+   Line( EventLog & log, U64 ns, std::string_view event ) : log_( log ), out_( log.pending_ ) {
       out_ += "{\"ns\":";
       append( ns );
       field( "ev", event );
    }
-   ~Line() { out_ += "}\n"; }
+   ~Line() {
+      out_ += "}\n";
+      log_.lineEnded();
+   }
    Line( Line const & ) = delete;
    Line & operator=( Line const & ) = delete;
 
    Line & field( std::string_view name, auto const & value ) {
-      out_ += ",\"";
+      out_ += std::exchange( separator_, ",\"" );
       out_ += name;
       out_ += "\":";
       append( value );
       return *this;
    }
+   template<class Value> Line & field( std::string_view name, std::optional<Value> const & value ) {
+      return value ? field( name, *value ) : *this;
+   }
+   template<class Step> void stepFields( Step const & step ) {
+      field( "step", stepName<Step>() );
+      forEachField( step, [&]( std::string_view name, auto const & value ) { field( name, value ); } );
+   }
 
  private:
+   // `fill` adds the fields of an object that is a value.
+   void object( auto const & fill ) {
+      out_ += '{';
+      separator_ = "\"";
+      fill();
+      separator_ = ",\"";
+      out_ += '}';
+   }
+   void list( auto const & values, auto const & appendOne ) {
+      std::string_view separator = "[";
+      for ( auto const & value : values ) {
+         out_ += std::exchange( separator, "," );
+         appendOne( value );
+      }
+      out_ += values.empty() ? "[]" : "]";
+   }
+
    void append( std::string_view text ) { jsonStringAppend( out_, text ); }
    void append( std::same_as<bool> auto flag ) { out_ += flag ? "true" : "false"; }
    // Much faster than formatting, and a log has millions of numbers.
@@ -81,15 +157,30 @@ class EventLog::Line {
       out_.append( digits.data(), digits.size() );
    }
    void append( std::array<U8, 4> const & bytes ) {
-      char separator = '[';
-      for ( U8 const byte : bytes ) {
-         out_ += std::exchange( separator, ',' );
-         append( byte );
-      }
-      out_ += ']';
+      list( bytes, [this]( U8 byte ) { append( byte ); } );
+   }
+   void append( Vor::Enumeration auto value ) {
+      if ( char const * const text = enumType( value ).text( value ) )
+         append( std::string_view( text ) );
+      else
+         append( U32{ value } );
+   }
+   void append( Hardware::Steps::Outcome outcome ) { append( outcomeNames[static_cast<std::size_t>( outcome )] ); }
+   void append( Hardware::Max24305::Op const & op ) {
+      object( [&] { forEachField( op, [this]( std::string_view name, auto value ) { field( name, value ); } ); } );
+   }
+   void append( decltype( Hardware::Steps::AttemptFailed::at ) const & at ) {
+      object( [&] { std::visit( [this]( auto const & done ) { stepFields( done ); }, at ); } );
+   }
+   void append( std::span<Hardware::GateRow const> rows ) {
+      list( rows, [this]( Hardware::GateRow const & row ) {
+         object( [&] { field( "condition", row.condition ).field( "value", row.value ).field( "met", row.met ); } );
+      } );
    }
 
+   EventLog & log_;
    std::string & out_;
+   std::string_view separator_ = ",\"";   // before the next field
 };
 
 void EventLog::flush() {
@@ -98,11 +189,38 @@ void EventLog::flush() {
    pending_.clear();
 }
 
-// Pieces are large enough that a run is not bound by them, and small enough to follow a long one in its file.
-EventLog::Line EventLog::line( U64 ns, std::string_view event ) {
-   constexpr std::size_t pieceSize = std::size_t{ 64 } * 1024;
-   if ( pending_.size() >= pieceSize ) flush();
-   return { pending_, ns, event };
+EventLog::Line EventLog::line( U64 ns, std::string_view event ) { return { *this, ns, event }; }
+
+void EventLog::onRecording( Header const & header ) {
+   Input::Json first{
+      { "ns", 0 }, { "ev", "recording" }, { "version", header.version }, { "program", header.program } };
+   if ( !header.began.empty() ) first["began"] = header.began;
+   first["cardFile"] = header.card.file;
+   if ( !header.card.json.empty() ) first["card"] = cardJson( header.card );   // some are made without a file
+   first["sequences"] = sequencesJson( header.card );
+   first["start"] = startJson( header.start );
+   pending_ += first.dump( -1, ' ', false, Input::Json::error_handler_t::replace ) + "\n";
+   lineEnded();
+}
+
+void EventLog::onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) {
+   if ( auto const * const gate = std::get_if<Hardware::Steps::GateEvaluated>( &step ) ) {
+      line( ns, "gate" ).field( "chip", chip ).field( "rows", gate->rows );
+      return;
+   }
+   Line told = line( ns, "step" );
+   told.field( "chip", chip );
+   std::visit( [&]( auto const & values ) { told.stepFields( values ); }, step );
+}
+
+void EventLog::onInput( U64 ns, InputChange const & change ) {
+   Line input = line( ns, "input" );
+   input.field( "what", change.what );
+   if ( !change.of.empty() ) input.field( "of", change.of );
+   if ( isNumber( change.what ) )
+      input.field( "value", change.value );
+   else
+      input.field( "value", change.value != 0 );
 }
 
 void EventLog::onWrite32( U64 ns, U32 address, U32 value ) {

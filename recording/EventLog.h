@@ -1,6 +1,8 @@
 // The event log: JSON Lines, one event a line, in the order in which things happened.
 //
-// Every line begins with `ns` and `ev`; the further fields follow in the order of the CardListener's arguments:
+// The first line makes the log self-contained: recording/Recorder.h writes it, and hands in the kinds of lines that
+// come from elsewhere than a CardListener. Every line begins with `ns` and `ev`; the further fields follow in the order
+// of the arguments:
 //
 //    {"ns":0,"ev":"gpo","name":"ptp0Reset","active":true}
 //    {"ns":1310003200,"ev":"spi","chip":"ptp0","bytes":[3,0,48,0],"response":94}
@@ -9,10 +11,12 @@
 // character with code 2 is \u0002), valid UTF-8 stays as it is, and a byte that is no part of valid UTF-8 is written
 // as the character of that code (0xE9 is \u00e9).
 //
-// Lines are gathered and written in large pieces; an abort line and flush() write out what there is.
+// Lines are gathered and written in pieces; an abort line and flush() write out what there is.
 #pragma once
 
+#include "recording/Event.h"
 #include "sim/CardListener.h"
+#include "sm/Steps.h"
 
 #include <iosfwd>
 #include <string>
@@ -24,13 +28,22 @@ void jsonStringAppend( std::string & out, std::string_view text );
 
 class EventLog final : public Sim::CardListener {
  public:
-   /// The stream outlives the log. Its state tells whether all could be written.
-   explicit EventLog( std::ostream & out ) : out_( out ) {}
+   /// Large enough that a run is not bound by it, and small enough to follow a long one in its file.
+   static constexpr std::size_t largePiece = std::size_t{ 64 } * 1024;
+
+   /// The stream outlives the log. Its state tells whether all could be written. Lines are gathered until they are a
+   /// piece: with 1 each line is written as it ends, and none is lost, whatever ends the process.
+   explicit EventLog( std::ostream & out, std::size_t pieceSize = largePiece ) : out_( out ), pieceSize_( pieceSize ) {}
    ~EventLog() override { flush(); }
    EventLog( EventLog const & ) = delete;
    EventLog & operator=( EventLog const & ) = delete;
 
    void flush();
+
+   void onRecording( Header const & header );
+   /// A gate that was looked at is a kind of line of its own.
+   void onStep( U64 ns, std::string_view chip, Hardware::Step const & step );
+   void onInput( U64 ns, InputChange const & change );
 
    void onWrite32( U64 ns, U32 address, U32 value ) override;
    void onRead32( U64 ns, U32 address, U32 value ) override;
@@ -47,7 +60,12 @@ class EventLog final : public Sim::CardListener {
 
    Line line( U64 ns, std::string_view event );
 
+   void lineEnded() {
+      if ( pending_.size() >= pieceSize_ ) flush();
+   }
+
    std::ostream & out_;
+   std::size_t const pieceSize_;
    std::string pending_;
 };
 

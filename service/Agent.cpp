@@ -2,8 +2,13 @@
 
 #include "card/SimulatedWorld.h"
 #include "framework/ActivityManager.h"
+#include "input/InputError.h"
+#include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
+#include "sim/SimulatedGpo.h"
+
+#include <fmt/chrono.h>
 
 #include <unistd.h>
 
@@ -31,6 +36,13 @@ std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const 
    return outputs;
 }
 
+// Each line is written as it ends: whatever stops the agent, its log has what happened.
+std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & path ) {
+   if ( path == Recording::LogFile::standardOutput )
+      throw Input::InputError( "--events: the agent's standard output has its journal; expected a file, found \"-\"" );
+   return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
+}
+
 }   // namespace
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
@@ -38,12 +50,10 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
      mmapHam_( mmapHamOf( description ) ),
      realTimeHam_( realTimeHamOf( description ) ),
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
-     card_(
-        description, mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_,
-        []( Vor::Name name ) { return Hardware::setClearGpoFactory( name ); } ),
+     log_( logFileOf( options.events ) ),
+     card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
      journal_(
         new Journal( std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, card_, options.traceLevel ) ),
-     events_( realTimeHam_ ? realTimeHam_->clock() : new Sim::VirtualClock ),
      machines_( card_ ) {
    events_.listenerAdd( *journal_ );
    if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
@@ -51,6 +61,7 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
    card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
+   if ( log_ ) record();
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
 }
@@ -69,7 +80,28 @@ int Agent::run() {
       } );
    bool const ready = card_.allReady();
    journal_->line( "", ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   if ( log_ ) log_->finish();
    return ready ? exitReady : exitNotReady;
+}
+
+Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
+   Vor::Ptr<Fru::HamImpl> const real = mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_;
+   return log_ ? new Recording::RecordedHam( real, events_ ) : real;
+}
+
+Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {
+   return log_ ? new Sim::SimulatedGpo( name, events_ ) : Hardware::setClearGpoFactory( name );
+}
+
+void Agent::record() {
+   auto const now = std::chrono::system_clock::now();
+   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
+   auto const seconds = std::chrono::system_clock::to_time_t( now );
+   tracesOn_.emplace( Vor::traceLevels );
+   statesAdd( events_, card_ );
+   events_.sleepsAdd();
+   recorder_.emplace(
+      log_->log(), events_, card_, fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( seconds ), ms ) );
 }
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {

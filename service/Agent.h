@@ -1,5 +1,5 @@
 // The agent: looks after the chips of a card in real time, until a signal asks it to stop. It tells what happens on
-// standard output (report/Journal.h).
+// standard output (report/Journal.h), and writes an event log where one is asked for.
 //
 //    Host::Agent agent( Input::readCard( path ), {} );
 //    return agent.run();
@@ -10,6 +10,8 @@
 #include "card/MmapHam.h"
 #include "card/RealTimeHam.h"
 #include "card/StepListener.h"
+#include "recording/LogFile.h"
+#include "recording/Recorder.h"
 #include "report/Journal.h"
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"
@@ -22,16 +24,17 @@
 namespace Host {
 
 struct AgentOptions {
-   U32 timeSync = 1;                     ///< state of PTP time synchronisation, which no one else tells here
-   U32 redundancyMode = 3;               ///< mode of the supervisor, likewise
-   std::optional<U32> traceLevel = {};   ///< shows traces up to this level
-   U32 timerSlackNs = 1;                 ///< of the agent's thread (service/TimerSlack.h)
+   U32 timeSync = 1;                         ///< state of PTP time synchronisation, which no one else tells here
+   U32 redundancyMode = 3;                   ///< mode of the supervisor, likewise
+   std::optional<U32> traceLevel = {};       ///< shows traces up to this level
+   U32 timerSlackNs = 1;                     ///< of the agent's thread (service/TimerSlack.h)
+   std::optional<std::string> events = {};   ///< the file of the event log
 };
 
 class Agent final : private StepListener {
  public:
    /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it. Throws
-   /// Input::InputError for a chip whose input no machine serves.
+   /// Input::InputError for a chip whose input no machine serves, and for an event log that cannot be written.
    Agent( Input::CardDescription const & description, AgentOptions const & options );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
@@ -41,6 +44,9 @@ class Agent final : private StepListener {
 
  private:
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
+   Vor::Ptr<Fru::HamImpl> hamImpl();
+   Vor::Ptr<Hardware::SetClearGpo> output( Vor::Name const & name );
+   void record();
    void look();
 
    TimerSlack const timerSlack_;
@@ -49,9 +55,12 @@ class Agent final : private StepListener {
    StopSignals signals_;
    PollSet pollSet_;
    std::optional<PresenceWatch> presence_;   // of a mapped card
+   std::optional<Recording::LogFile> log_;
+   Sim::CardEvents events_;
    Card card_;
    Vor::Ptr<Journal> const journal_;
-   Sim::CardEvents events_;   // in the time of a simulated card; the journal has its own
+   std::optional<TracesOn> tracesOn_;   // of a recorded card, as what follows
+   std::optional<Recording::Recorder> recorder_;
    Machines machines_;
 };
 

@@ -23,7 +23,7 @@ struct LogTap final : Vor::LogSink {
 CardEvents::CardEvents( Vor::Ptr<VirtualClock> clock ) : clock_( std::move( clock ) ) {
    VOR_ASSERT( !living );
    living = this;
-   clock_->sleepObserverIs( [this]( U64 forNs ) { tell( &CardListener::onSleep, forNs ); } );
+   if ( clock_ ) clock_->sleepObserverIs( [this]( U64 forNs ) { tell( &CardListener::onSleep, forNs ); } );
    outerTraceSink_ = Vor::traceSinkIs( new TraceTap( *this ) );
    outerLogSink_ = Vor::logSinkIs( new LogTap( *this ) );
    outerAssertionHook_ = Vor::assertionHookIs( []( Vor::AssertionFailure const & failure ) {
@@ -41,7 +41,7 @@ CardEvents::~CardEvents() {
    Vor::assertionHookIs( outerAssertionHook_ );
    Vor::logSinkIs( outerLogSink_ );
    Vor::traceSinkIs( outerTraceSink_ );
-   clock_->sleepObserverIs( nullptr );
+   if ( clock_ ) clock_->sleepObserverIs( nullptr );
    living = nullptr;
 }
 
@@ -52,6 +52,10 @@ void CardEvents::cardAdd( SimulatedCard & card ) {
    } );
    card.unclaimedObserverIs(
       [this]( U32 address, AccessDirection direction ) { tell( &CardListener::onUnclaimed, address, direction ); } );
+}
+
+void CardEvents::sleepsAdd() {
+   sleeps_.emplace( [this]( U64 forNs ) { tell( &CardListener::onSleep, forNs ); } );
 }
 
 std::string unclaimedText( U32 address, AccessDirection direction ) {

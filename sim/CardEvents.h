@@ -1,6 +1,9 @@
 // Gathers what happens while a simulated card is brought up - accesses, outputs, sleeps, states, traces, logs, the SPI
 // buses, a failing assertion - and tells the listeners, in the order in which it happens.
 //
+// It takes its times from the virtual clock that it is made with. Made without one it lives in real time, for a card in
+// the machine too: times count from then on, on the system's steady clock.
+//
 // While one lives, the clock's sleeps and the process's traces, logged messages and assertions come to it; those who
 // had them before get them back. One at a time may live. Traces come from the levels that are switched on: a log that
 // leaves nothing out wants all of them on.
@@ -20,6 +23,8 @@
 #include "sim/SimulatedCard.h"
 #include "sim/VirtualClock.h"
 
+#include <chrono>
+#include <optional>
 #include <type_traits>
 #include <vector>
 
@@ -27,26 +32,34 @@ namespace Sim {
 
 class CardEvents final {
  public:
-   explicit CardEvents( Vor::Ptr<VirtualClock> clock );
+   explicit CardEvents( Vor::Ptr<VirtualClock> clock = nullptr );
    ~CardEvents();
    CardEvents( CardEvents const & ) = delete;
    CardEvents & operator=( CardEvents const & ) = delete;
 
-   /// Listeners are told in the order in which they joined, and outlive the events.
+   /// Listeners are told in the order in which they joined, as long as something happens.
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The card's buses, and accesses where it has no register, are told of; the card outlives the events.
    void cardAdd( SimulatedCard & card );
+
+   /// The sleeps of the present thread are told of, which in virtual time the clock does.
+   void sleepsAdd();
 
    /// The changes of the status's `state` are told of.
    template<class Status> void statusAdd( Vor::Ptr<Status const> const & status ) {
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
 
+   U64 nowNs() const {
+      if ( clock_ ) return clock_->nowNs();
+      return static_cast<U64>( std::chrono::nanoseconds( std::chrono::steady_clock::now() - start_ ).count() );
+   }
+
    /// Tells the listeners of something that happens now: tell( &CardListener::onGpo, name, active ).
    template<class... Args>
    void tell( void ( CardListener::*what )( U64, Args... ), std::type_identity_t<Args> const &... args ) {
-      for ( CardListener * listener : listeners_ ) ( listener->*what )( clock_->nowNs(), args... );
+      for ( CardListener * listener : listeners_ ) ( listener->*what )( nowNs(), args... );
    }
 
  private:
@@ -70,6 +83,8 @@ class CardEvents final {
    };
 
    Vor::Ptr<VirtualClock> clock_;
+   std::chrono::steady_clock::time_point const start_ = std::chrono::steady_clock::now();
+   std::optional<ThreadSleeps> sleeps_;
    std::vector<CardListener *> listeners_;
    std::vector<SimulatedCard *> cards_;
    std::vector<Vor::Ptr<Vor::EntityObserver>> watches_;

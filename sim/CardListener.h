@@ -1,6 +1,6 @@
 // What happens while a card is brought up, told as it happens: the event log writes it down, the report shows it.
 //
-// Each callback is one kind of line of the event log, with the virtual time at which it happened. Callbacks run inside
+// Each callback is one kind of line of the event log, with the time at which it happened. Callbacks run inside
 // the library's own calls, so a listener looks and notes; it changes nothing and does not sleep.
 //
 //    struct Polls final : Sim::CardListener {

@@ -1,5 +1,5 @@
-// An output of a simulated card: the card's listeners are told before it is driven, also when the level stays and when
-// it has no handle that could carry it out.
+// An output of a simulated card, or of one that is recorded: the card's listeners are told before it is driven, also
+// when the level stays and when it has no handle that could carry it out.
 #pragma once
 
 #include "platform/SetClearGpo.h"

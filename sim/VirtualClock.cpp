@@ -18,6 +18,7 @@ constexpr U64 lastNs = std::numeric_limits<U64>::max();
 constexpr U64 nsPerSecond = 1'000'000'000;
 
 thread_local VirtualClock * virtualTimeOfThread = nullptr;
+thread_local SleepObserver const * sleepObserverOfThread = nullptr;
 
 U64 saturatingSum( U64 a, U64 b ) { return b > lastNs - a ? lastNs : a + b; }
 
@@ -68,6 +69,13 @@ void TimedEvent::cancel() {
    place_.reset();
 }
 
+ThreadSleeps::ThreadSleeps( SleepObserver observer ) : observer_( std::move( observer ) ) {
+   VOR_ASSERT( !sleepObserverOfThread );
+   sleepObserverOfThread = &observer_;
+}
+
+ThreadSleeps::~ThreadSleeps() { sleepObserverOfThread = nullptr; }
+
 VirtualTime::VirtualTime( Vor::Ptr<VirtualClock> clock )
    : clock_( std::move( clock ) ),
      outer_( virtualTimeOfThread ),
@@ -108,6 +116,8 @@ U64 nsOfRequest( timespec const & request ) {
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" [[gnu::visibility( "default" )]] int nanosleep( timespec const * request, timespec * remainder ) {
    Sim::VirtualClock * const clock = Sim::virtualTimeOfThread;
+   if ( Sim::sleepObserverOfThread && Sim::requestError( request ) == 0 )
+      ( *Sim::sleepObserverOfThread )( Sim::nsOfRequest( *request ) );
    int const error = clock ? Sim::requestError( request ) : clock_nanosleep( CLOCK_REALTIME, 0, request, remainder );
    if ( error ) {
       errno = error;

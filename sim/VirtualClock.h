@@ -94,6 +94,19 @@ class TimedEvent {
    std::optional<VirtualClock::Agenda::iterator> place_;
 };
 
+/// Tells the observer of every sleep of the present thread as it begins, also of one that waits, as long as it lives.
+/// One at a time may live on a thread; without one a sleep costs a comparison.
+class ThreadSleeps {
+ public:
+   explicit ThreadSleeps( SleepObserver observer );
+   ~ThreadSleeps();
+   ThreadSleeps( ThreadSleeps const & ) = delete;
+   ThreadSleeps & operator=( ThreadSleeps const & ) = delete;
+
+ private:
+   SleepObserver const observer_;
+};
+
 /// Switches virtual time on for as long as it lives: for the sleeps of the present thread, and as the agent's clock
 /// (that of the activity manager), which is why it is there before the machines. The innermost one holds.
 class VirtualTime {

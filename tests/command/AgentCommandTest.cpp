@@ -1,3 +1,5 @@
+#include "framework/Assert.h"
+#include "recording/Reader.h"
 #include "service/Agent.h"
 #include "sim/VirtualClock.h"
 #include "tests/command/Process.h"
@@ -14,6 +16,7 @@
 #include <cstdlib>
 #include <functional>
 #include <iostream>
+#include <set>
 #include <thread>
 
 namespace {
@@ -222,6 +225,138 @@ TEST_F( AgentTest, SleepsWhileNothingHappens ) {
       agent->signal( SIGTERM );
       EXPECT_EQ( agent->result(), 1 );
    }
+}
+
+// The events of a log, which is whole, and whose times never go back.
+std::vector<Recording::Event> eventsOfLog( std::string const & path ) {
+   Recording::Reader reader( path );
+   EXPECT_NE( reader.header().began, "" );
+   std::vector<Recording::Event> events;
+   while ( std::optional<Recording::Event> event = reader.next() ) {
+      EXPECT_TRUE( events.empty() || events.back().ns <= event->ns ) << event->line;
+      events.push_back( std::move( *event ) );
+   }
+   EXPECT_EQ( reader.skipped(), 0u );
+   EXPECT_EQ( reader.cutOff(), "" );
+   return events;
+}
+
+std::size_t kindsIn( std::vector<Recording::Event> const & events ) {
+   std::set<std::size_t> kinds;
+   for ( Recording::Event const & event : events ) kinds.insert( event.what.index() );
+   return kinds.size();
+}
+
+// What the machines write and tell until they have programmed their chip: the same at any speed.
+std::vector<std::string> programmingIn( std::vector<Recording::Event> const & events ) {
+   std::vector<std::string> told;
+   for ( Recording::Event const & event : events ) {
+      if ( auto const * write = std::get_if<Recording::Write32>( &event.what ) )
+         told.push_back( std::to_string( write->address ) + " = " + std::to_string( write->value ) );
+      if ( auto const * step = std::get_if<Recording::Step>( &event.what ) ) {
+         told.push_back( step->chip + std::to_string( step->step.index() ) );
+         if ( std::holds_alternative<Hardware::Steps::ProgrammingEnded>( step->step ) ) return told;
+      }
+   }
+   ADD_FAILURE() << "the programming did not end";
+   return told;
+}
+
+TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
+   std::string const card = max24305Card( R"({ "kind": "simulated", "lockAfterNs": 1000000 })", shortSequence );
+   Process agent( { "agent", card, "--events", folder.path( "events" ) } );
+   EXPECT_TRUE( agent.outputHas( "ptp0      clock ready" ) ) << agent.output();
+   agent.signal( SIGTERM );
+   EXPECT_EQ( agent.result(), 0 );
+   EXPECT_EQ( agent.output().find( "trace" ), std::string::npos ) << "traces are the log's alone";
+   std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
+   // All but a logged message, an abort and a change of an input.
+   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 3 );
+
+   std::string const scenario = folder.file( "scenario.json", R"({ "card": "card.json" })" );
+   EXPECT_EQ( run( { "simulate", scenario, "--events", folder.path( "simulated" ) } ).result, 0 );
+   std::string const simulated = folder.content( "simulated" );
+   std::string const began = R"("began":"x",)";
+   folder.file( "simulated", with( simulated, R"("cardFile")", began + R"("cardFile")" ) );
+   EXPECT_EQ( programmingIn( events ), programmingIn( eventsOfLog( folder.path( "simulated" ) ) ) );
+}
+
+TEST_F( AgentTest, RecordsAMappedCardFromItsArrival ) {
+   Process agent( { "agent", card( "activeHigh" ), "--events", folder.path( "events" ) } );
+   EXPECT_TRUE( agent.outputHas( "waiting for the card" ) );
+   folder.file( "arriving", std::string( spaceSize, '\0' ) );
+   std::filesystem::rename( folder.path( "arriving" ), folder.path( "space" ) );
+   EXPECT_TRUE( agent.outputHas( "osc0      ready" ) ) << agent.output();
+   agent.signal( SIGTERM );
+   EXPECT_EQ( agent.result(), 0 );
+   EXPECT_EQ( byteOfSpace( enableAt ), 2 );
+   std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
+   std::vector<std::string> inputs;
+   U64 slept = 0;
+   U32 enable = 0;
+   for ( Recording::Event const & event : events ) {
+      if ( auto const * input = std::get_if<Recording::InputChange>( &event.what ) )
+         inputs.push_back( input->what + " = " + std::to_string( input->value ) );
+      if ( auto const * sleep = std::get_if<Recording::Sleep>( &event.what ) ) slept += sleep->forNs;
+      if ( auto const * write = std::get_if<Recording::Write32>( &event.what ); write && write->address == enableAt )
+         enable = write->value;
+   }
+   EXPECT_EQ( inputs, std::vector<std::string>{ "hardwarePresent = 1" } );
+   EXPECT_EQ( enable, 2u );
+   EXPECT_GT( slept, 0u );
+   EXPECT_GE( events.back().ns, slept ) << "the sleeps take as long as they say";
+}
+
+TEST_F( AgentTest, TheLogIsWholeAlsoAfterTheSecondSignal ) {
+   hardwareArrives();
+   Process agent( { "agent", max24305Card( mapped, shortSequence ), "--events", folder.path( "events" ) } );
+   EXPECT_TRUE( agent.outputHas( "ptp0      reset pulse" ) ) << agent.output();
+   auto const inPulse = [this] { return folder.content( "events" ).find( R"("ev":"sleep")" ) != std::string::npos; };
+   for ( int looks = 0; looks < 1'000 && !inPulse(); ++looks )
+      std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+   agent.signal( SIGTERM );
+   agent.signal( SIGINT );
+   EXPECT_EQ( agent.result(), 1 );
+   std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
+   ASSERT_FALSE( events.empty() );
+   EXPECT_TRUE( std::holds_alternative<Recording::Sleep>( events.back().what ) ) << "the pulse was under way";
+}
+
+TEST_F( AgentDeathTest, AnAbortIsTheLastLine ) {
+   static constexpr char vorSource[] = "AgentCommandTest";
+   hardwareArrives();
+   auto const abort = [] { VOR_ASSERT( 2 < 1 ); };
+   EXPECT_DEATH(
+      runInterrupted( card( "activeHigh" ), folder.path( "output" ), abort, { .events = folder.path( "events" ) } ),
+      "Assertion `2 < 1' failed" );
+   std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
+   ASSERT_FALSE( events.empty() );
+   auto const * last = std::get_if<Recording::Abort>( &events.back().what );
+   ASSERT_TRUE( last );
+   EXPECT_EQ( last->expression, "2 < 1" );
+   EXPECT_EQ( last->source, vorSource );
+}
+
+TEST_F( AgentTest, ALogThatCannotBeWrittenIsAnError ) {
+   std::string const file = card( "activeHigh" );
+   Ran const absent = run( { "agent", file, "--events", folder.path( "absent/events" ) } );
+   EXPECT_EQ( absent.result, 2 );
+   EXPECT_EQ(
+      absent.errors, "clockpath: " + folder.path( "absent/events" ) +
+                        ": the event log cannot be written: No such file or directory\n" );
+   Ran const journals = run( { "agent", file, "--events", "-" } );
+   EXPECT_EQ( journals.result, 2 );
+   EXPECT_EQ(
+      journals.errors,
+      "clockpath: --events: the agent's standard output has its journal; expected a file, found \"-\"\n" );
+   Process full( { "agent", file, "--events", "/dev/full" } );
+   EXPECT_TRUE( full.outputHas( "waiting for the card" ) );
+   full.signal( SIGTERM );
+   EXPECT_EQ( full.result(), 2 );
+   EXPECT_NE(
+      full.errors().find( "/dev/full: the event log cannot be written in full; is there room for it?" ),
+      std::string::npos )
+      << full.errors();
 }
 
 TEST_F( AgentTest, ACardThatIsTooShortIsNoCard ) {

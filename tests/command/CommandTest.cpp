@@ -106,7 +106,10 @@ TEST( Command, TheEventLogGoesToAFileAndIsTheSameEveryTime ) {
       ns = event.at( "ns" ).get<U64>();
       kinds.insert( event.at( "ev" ).get<std::string>() );
    }
-   EXPECT_EQ( kinds, ( std::set<std::string>{ "gpo", "read32", "sleep", "spi", "state", "trace", "write32" } ) );
+   EXPECT_EQ(
+      kinds,
+      ( std::set<std::string>{
+         "gate", "gpo", "input", "read32", "recording", "sleep", "spi", "state", "step", "trace", "write32" } ) );
    Ran const again = run( { "simulate", example( "demo.json" ), "--events", "-" } );
    EXPECT_EQ( again.result, 0 );
    EXPECT_EQ( again.output, events );

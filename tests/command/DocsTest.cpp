@@ -4,7 +4,14 @@
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 
+#include "recording/Reader.h"
+#include "tests/command/Process.h"
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <set>
+#include <sstream>
 
 namespace {
 
@@ -53,6 +60,49 @@ TEST( Docs, EveryActionIsDescribed ) {
    std::string const events = text.substr( text.find( "## `events`" ) );
    for ( Sim::ActionType const & type : Sim::actionTypes() )
       EXPECT_NE( events.find( "`" + std::string( type.key ) + "`" ), std::string::npos ) << type.key;
+}
+
+std::set<std::string> keysOf( Input::Json const & object ) {
+   std::set<std::string> keys;
+   for ( auto const & item : object.items() ) keys.insert( item.key() );
+   return keys;
+}
+
+// The lines that the document shows, its table and its first line are those of a real log.
+TEST( Docs, TheEventLogIsAsItIsDescribed ) {
+   std::string const text = Input::readFile( CLOCKPATH_DOCS "event-log.md" );
+   Host::Ran const ran = Host::run( { "simulate", CLOCKPATH_EXAMPLES "demo.json", "--events", "-" } );
+   ASSERT_EQ( ran.result, 0 ) << ran.errors;
+
+   std::string const table = text.substr( text.find( "| `ev` |" ), text.find( "## " ) - text.find( "| `ev` |" ) );
+   std::set<std::string> described;
+   std::istringstream rows( table );
+   for ( std::string row; std::getline( rows, row ); )
+      for ( std::string_view const kind : Recording::kinds() )
+         if ( row.substr( 0, row.find( '|', 1 ) ).find( "`" + std::string( kind ) + "`" ) != std::string::npos )
+            described.emplace( kind );
+   std::vector<std::string_view> const kinds = Recording::kinds();
+   EXPECT_THAT( described, ::testing::UnorderedElementsAreArray( kinds ) ) << "what a reader knows";
+
+   std::istringstream lines( ran.output );
+   std::string line;
+   std::getline( lines, line );
+   std::set<std::string> first = keysOf( Input::Json::parse( jsonOf( "event-log.md" ) ) );
+   EXPECT_EQ( first, keysOf( Input::Json::parse( line ) ) );
+   std::set<std::string> written;
+   do written.insert( Input::Json::parse( line )["ev"].get<std::string>() );
+   while ( std::getline( lines, line ) );
+   EXPECT_THAT( described, ::testing::IsSupersetOf( written ) );
+   EXPECT_GE( written.size(), 10u );
+
+   int shown = 0;
+   std::istringstream document( text );
+   for ( ; std::getline( document, line ); ) {
+      if ( !line.starts_with( "    {" ) ) continue;
+      EXPECT_NE( ran.output.find( line.substr( 4 ) + "\n" ), std::string::npos ) << line;
+      ++shown;
+   }
+   EXPECT_GE( shown, 5 );
 }
 
 }   // namespace

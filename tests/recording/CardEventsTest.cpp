@@ -10,6 +10,7 @@
 
 #include <iostream>
 #include <sstream>
+#include <thread>
 
 namespace Sim {
 
@@ -201,6 +202,33 @@ TEST( CardEventsEndTest, WhoHadTracesBeforeGetsThemBack ) {
    EXPECT_EQ( out.str().find( "sleep" ), std::string::npos );
    EXPECT_EQ( out.str().find( "state" ), std::string::npos );
    EXPECT_EQ( Vor::traceSinkIs( first ), sink );
+}
+
+struct Sleeps final : CardListener {
+   void onSleep( U64 ns, U64 forNs ) override { told.emplace_back( ns, forNs ); }
+   std::vector<std::pair<U64, U64>> told;
+};
+
+TEST( RealTimeEventsTest, SleepsThatWaitAreToldAsTheyBegin ) {
+   timespec const twoMilliseconds{ 0, 2'000'000 };
+   timespec const wrong{ 0, -1 };
+   Sleeps sleeps;
+   {
+      CardEvents events;
+      events.listenerAdd( sleeps );
+      nanosleep( &twoMilliseconds, nullptr );
+      EXPECT_TRUE( sleeps.told.empty() ) << "told unasked";
+      events.sleepsAdd();
+      nanosleep( &twoMilliseconds, nullptr );
+      EXPECT_EQ( nanosleep( &wrong, nullptr ), -1 );
+      std::thread( [&] { nanosleep( &twoMilliseconds, nullptr ); } ).join();
+      nanosleep( &twoMilliseconds, nullptr );
+   }
+   nanosleep( &twoMilliseconds, nullptr );
+   ASSERT_EQ( sleeps.told.size(), 2u );
+   EXPECT_GE( sleeps.told[0].first, 2'000'000u ) << "time counts from the start";
+   EXPECT_GE( sleeps.told[1].first, sleeps.told[0].first + 4'000'000 );
+   EXPECT_EQ( sleeps.told[0].second, 2'000'000u );
 }
 
 void assertAfterAnEvent() {

@@ -131,6 +131,15 @@ TEST_F( EventLogTest, LinesAreWrittenInPiecesAndNoneIsLost ) {
    EXPECT_EQ( next, count );
 }
 
+TEST( EventLogEndTest, InPiecesOfOneByteEachLineIsWrittenAsItEnds ) {
+   std::ostringstream out;
+   EventLog log( out, 1 );
+   log.onSleep( 1, 2 );
+   EXPECT_EQ( out.str(), "{\"ns\":1,\"ev\":\"sleep\",\"forNs\":2}\n" );
+   log.onRecording( {} );
+   EXPECT_TRUE( out.str().ends_with( "\"start\":{}}\n" ) ) << out.str();
+}
+
 TEST_F( EventLogTest, AnAbortWritesOutAtOnce ) {
    log.onLog( 1, logged( "A" ) );
    EXPECT_EQ( out.str(), "" );

@@ -1,0 +1,30 @@
+#include "recording/LogFile.h"
+
+#include "input/InputError.h"
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+namespace Recording {
+
+LogFile::LogFile( std::string path, std::size_t pieceSize )
+   : path_( std::move( path ) ), out_( path_ == standardOutput ? std::cout : file_ ), log_( out_, pieceSize ) {
+   if ( path_ == standardOutput ) return;
+   errno = 0;
+   file_.open( path_, std::ios::binary | std::ios::trunc );
+   if ( !file_ ) fail( std::string( ": " ) + std::strerror( errno ? errno : EIO ) );
+}
+
+void LogFile::finish() {
+   log_.flush();
+   // What the system said is not kept once a stream has failed.
+   if ( !out_ ) fail( " in full; is there room for it?" );
+}
+
+void LogFile::fail( std::string const & why ) const {
+   throw Input::InputError(
+      ( path_ == standardOutput ? "standard output" : path_ ) + ": the event log cannot be written" + why );
+}
+
+}   // namespace Recording

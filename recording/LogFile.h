@@ -1,0 +1,36 @@
+// An event log and the file that it goes to.
+//
+//    Recording::LogFile file( "events.jsonl", Recording::EventLog::largePiece );
+//    Recording::Recorder const recorder( file.log(), world.events(), world.card() );
+//    world.run();
+//    file.finish();
+#pragma once
+
+#include "recording/EventLog.h"
+
+#include <fstream>
+#include <string>
+
+namespace Recording {
+
+class LogFile {
+ public:
+   static constexpr char standardOutput[] = "-";
+
+   /// Replaces the file. Throws Input::InputError where it cannot be written.
+   LogFile( std::string path, std::size_t pieceSize );
+
+   EventLog & log() { return log_; }
+   /// Writes what there is. Throws Input::InputError where not all could be written.
+   void finish();
+
+ private:
+   [[noreturn]] void fail( std::string const & why ) const;
+
+   std::string const path_;
+   std::ofstream file_;
+   std::ostream & out_;
+   EventLog log_;
+};
+
+}   // namespace Recording
