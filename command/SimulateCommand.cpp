@@ -57,9 +57,7 @@ int simulate( SimulateOptions const & options ) {
    Input::CardDescription card = Input::cardOfScenario( file.root() );
    std::vector<Sim::ScenarioChip> const chips = card.scenarioChips();
    Sim::Scenario scenario = Input::readScenario( file.root(), chips );
-   if ( !std::holds_alternative<Input::SimulatedAccess>( card.access ) )
-      throw Input::InputError(
-         card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
+   Input::requireSimulated( card );
    requireServedInputs( card );
 
    std::optional<EventsFile> events;

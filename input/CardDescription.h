@@ -63,6 +63,7 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
+   std::vector<std::string> sequencePlaces;           ///< of each operation, as it stands in messages: "ptp0.ops:7"
    U64 simulatedLockAfterNs = 0;                      ///< of a simulated card
    U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< of a simulated card: register 7 once locked
 };
@@ -83,10 +84,13 @@ struct CardDescription {
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };
 
-/// Reads a description. Throws InputError, which names the place, what stood there and what is accepted.
+/// Reads a description. Throws InputError, which names the place, what stood there and what is accepted, of all
+/// mistakes that can be told at once.
 CardDescription readCard( std::string const & path );
 CardDescription cardDescription( JsonValue const & root );
 /// The same of the card that a scenario names, or holds in place, under "card".
 CardDescription cardOfScenario( JsonValue const & scenario );
+/// Throws InputError for a card that cannot be simulated.
+void requireSimulated( CardDescription const & card );
 
 }   // namespace Input
