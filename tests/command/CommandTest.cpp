@@ -38,7 +38,7 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    EXPECT_EQ(
       unknown.errors, "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
                       "\"agent\", \"peek\", "
-                      "\"poke\" or \"dump\". Run clockpath --help for more.\n" );
+                      "\"poke\", \"dump\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
@@ -50,6 +50,8 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
             { "peek", "card" },
             { "poke", "card" },
             { "dump" },
+            { "check" },
+            { "sequence", "a", "--op", "--compare", "b" },
             { "--nothing" } } ) {
       Ran const ran = run( words );
       EXPECT_EQ( ran.result, 2 ) << words[0];
@@ -64,7 +66,7 @@ TEST( Command, SaysItsVersionAndItsWords ) {
    EXPECT_THAT( version.output, ::testing::MatchesRegex( "clockpath [0-9]+\\.[0-9]+\\.[0-9]+\n" ) );
    Ran const help = run( { "--help" } );
    EXPECT_EQ( help.result, 0 );
-   for ( char const * word : { "simulate", "agent", "peek", "poke", "dump", "Exit codes" } )
+   for ( char const * word : { "simulate", "agent", "peek", "poke", "dump", "check", "sequence", "Exit codes" } )
       EXPECT_NE( help.output.find( word ), std::string::npos ) << word;
 }
 

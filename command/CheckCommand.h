@@ -1,0 +1,17 @@
+// `clockpath check`: what is wrong in files alone, before anything is brought up by them.
+#pragma once
+
+#include <string>
+
+namespace Host {
+
+struct CheckOptions {
+   std::string file;      ///< path of a card description, a scenario or a sequence
+   bool strict = false;   ///< warnings count for the exit code
+   bool json = false;     ///< for programs
+};
+
+/// Gives the exit code: 2 for mistakes; 1 for warnings, when they count; else 0.
+int check( CheckOptions const & options );
+
+}   // namespace Host
