@@ -84,7 +84,16 @@ class Words {
          "--timer-slack", agent_.timerSlackNs,
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
       traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { result_ = Agent( Input::readCard( agentCard_ ), agent_ ).run(); } );
+      command->callback( [this] { result_ = agent(); } );
+   }
+
+   int agent() const {
+      Input::CardDescription const card = Input::readCard( agentCard_ );
+      std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
+      // The process would not live to the end of the bring-up.
+      if ( auto const unknown = unknownOperations( warnings ); !unknown.empty() ) throw Input::InputError( unknown );
+      warningCountTell( warnings, agentCard_ );
+      return Agent( card, agent_ ).run();
    }
 
    void checkWords() {

@@ -1,6 +1,7 @@
 #include "command/SimulateCommand.h"
 
 #include "card/SimulatedWorld.h"
+#include "command/CheckCommand.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 #include "recording/EventLog.h"
@@ -59,6 +60,10 @@ int simulate( SimulateOptions const & options ) {
    Sim::Scenario scenario = Input::readScenario( file.root(), chips );
    Input::requireSimulated( card );
    requireServedInputs( card );
+   std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
+   for ( std::string const & unknown : unknownOperations( warnings ) )
+      std::cerr << "clockpath: warning: " << unknown << '\n';
+   warningCountTell( warnings, options.scenario );
 
    std::optional<EventsFile> events;
    if ( options.events ) events.emplace( *options.events );

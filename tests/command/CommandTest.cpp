@@ -25,6 +25,11 @@ std::vector<Input::Json> eventsOf( std::string const & text ) {
    return events;
 }
 
+// Of the examples' card: the programme of ptp1 is one of 10 MHz, and its description says 25 MHz.
+std::string oneWarning( std::string const & scenario ) {
+   return "clockpath: 1 warning: clockpath check " + scenario + " shows it\n";
+}
+
 std::string scenarioOf( std::string const & card, std::string const & more = "" ) {
    return "{ \"card\": " + card + more + " }";
 }
@@ -73,7 +78,7 @@ TEST( Command, SaysItsVersionAndItsWords ) {
 TEST( Command, TheDemoBringsUpTheWholeCard ) {
    Ran const ran = run( { "simulate", example( "demo.json" ) } );
    EXPECT_EQ( ran.result, 0 );
-   EXPECT_EQ( ran.errors, "" );
+   EXPECT_EQ( ran.errors, oneWarning( example( "demo.json" ) ) );
    for ( char const * piece :
          { "osc0  Tolvane   ready", "ptp0  MAX24305  ready  ready  1         431/431",
            "ptp1  MAX24305  ready  ready  1         5/5", "All chips are ready." } )
@@ -82,6 +87,7 @@ TEST( Command, TheDemoBringsUpTheWholeCard ) {
 }
 
 TEST( Command, EveryExampleRunsToTheEndThatItsNameTells ) {
+   std::set<std::string> const warned{ "tolvane-loss.json", "hardware-loss.json" };
    for ( auto const & [name, result] : std::vector<std::pair<std::string, int>>{
             { "single.json", 0 },
             { "never-lock.json", 1 },
@@ -91,7 +97,7 @@ TEST( Command, EveryExampleRunsToTheEndThatItsNameTells ) {
             { "hardware-loss.json", 0 } } ) {
       Ran const ran = run( { "simulate", example( name ) } );
       EXPECT_EQ( ran.result, result ) << name;
-      EXPECT_EQ( ran.errors, "" ) << name;
+      EXPECT_EQ( ran.errors, warned.contains( name ) ? oneWarning( example( name ) ) : "" ) << name;
    }
 }
 
@@ -112,7 +118,7 @@ TEST( Command, TheEventLogGoesToAFileAndIsTheSameEveryTime ) {
    Ran const again = run( { "simulate", example( "demo.json" ), "--events", "-" } );
    EXPECT_EQ( again.result, 0 );
    EXPECT_EQ( again.output, events );
-   EXPECT_EQ( again.errors, "" );
+   EXPECT_EQ( again.errors, oneWarning( example( "demo.json" ) ) );
 }
 
 TEST( Command, AnEventsFileThatCannotBeWrittenIsAnError ) {

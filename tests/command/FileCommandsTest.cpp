@@ -1,6 +1,7 @@
-// `clockpath check` and `sequence`.
+// `clockpath check` and `sequence`, and what other commands say of files beside.
 #include "input/Json.h"
 #include "tests/command/Process.h"
+#include "tests/input/Cards.h"
 #include "tests/input/Files.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,9 @@ using namespace Host;
 using Input::Folder;
 
 std::string example( std::string const & name ) { return CLOCKPATH_EXAMPLES + name; }
+
+std::string const unknownOpCard =
+   Input::with( Input::wholeCard, "'type': 'write', 'address': 16", "'type': 'unknownOp', 'address': 16" );
 
 TEST( CheckCommand, ASoundFileGivesItsTimesAndNothingElse ) {
    Ran const ran = run( { "check", example( "ptp0.ops" ), "--strict" } );
@@ -105,6 +109,36 @@ TEST( SequenceCommand, ComparesWhatTwoLeaveInTheRegisters ) {
    Ran const same = run( { "sequence", a, "--compare", a } );
    EXPECT_EQ( same.result, 0 );
    EXPECT_EQ( same.output, "Both leave the same in 3 registers.\n" );
+}
+
+TEST( AgentCommand, RefusesAnUnknownOperation ) {
+   Folder const folder;
+   std::string const path = folder.file( "card.json", unknownOpCard );
+   Ran const ran = run( { "agent", path } );
+   EXPECT_EQ( ran.result, 2 );
+   EXPECT_EQ( ran.output, "" );
+   EXPECT_EQ(
+      ran.errors, "clockpath: " + path +
+                     ": /chips/0/sequence/1: expected read, write or sleep, found unknownOp, which stops the process "
+                     "when the sequence comes to it\n" );
+}
+
+TEST( SimulateCommand, TellsOfWarningsAndGoesOn ) {
+   Folder const folder;
+   folder.file( "card.json", Input::with( Input::wholeCard, R"("sequence": [])", R"("sequence": [ "sleep 2s" ])" ) );
+   std::string const scenario = folder.file( "s.json", R"({ "card": "card.json" })" );
+   Ran const ran = run( { "simulate", scenario } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ( ran.errors, "clockpath: 1 warning: clockpath check " + scenario + " shows it\n" );
+}
+
+TEST( SimulateCommand, WarnsOfAnUnknownOperation ) {
+   Folder const folder;
+   Ran const ran = run( { "simulate", folder.file( "s.json", "{ \"card\": " + unknownOpCard + " }" ) } );
+   EXPECT_LT( ran.result, 0 );
+   EXPECT_TRUE( ran.errors.starts_with(
+      "clockpath: warning: " + folder.path( "s.json" ) + ": /card/chips/0/sequence/1: expected read" ) )
+      << ran.errors;
 }
 
 }   // namespace
