@@ -1,5 +1,7 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
+#include "command/CheckCommand.h"
 #include "command/RegisterCommands.h"
+#include "command/SequenceCommand.h"
 #include "command/SimulateCommand.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
@@ -29,6 +31,8 @@ class Words {
       registerWords( "poke", "Write registers of a card", true, &poke )
          ->add_flag( "--yes", registers_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", false, &dump );
+      checkWords();
+      sequenceWords();
    }
 
    /// Does what the words ask for and gives the exit code.
@@ -81,7 +85,37 @@ class Words {
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
       command->add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
       traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { result_ = Agent( Input::readCard( agentCard_ ), agent_ ).run(); } );
+      command->callback( [this] { result_ = agent(); } );
+   }
+
+   int agent() const {
+      Input::CardDescription const card = Input::readCard( agentCard_ );
+      std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
+      // The process would not live to the end of the bring-up.
+      if ( auto const unknown = unknownOperations( warnings ); !unknown.empty() ) throw Input::InputError( unknown );
+      warningCountTell( warnings, agentCard_ );
+      return Agent( card, agent_ ).run();
+   }
+
+   void checkWords() {
+      CLI::App * const command = app_.add_subcommand( "check", "Tell what is wrong in files, and how long they take" );
+      command->add_option( "FILE", check_.file, "A card description, a scenario or a sequence" )->required();
+      command->add_flag( "--strict", check_.strict, "Give 1 for warnings" );
+      command->add_flag( "--json", check_.json, "For programs" );
+      command->callback( [this] { result_ = check( check_ ); } );
+   }
+
+   void sequenceWords() {
+      CLI::App * const command = app_.add_subcommand( "sequence", "Print a sequence in another form, or compare two" );
+      command->add_option( "FILE", sequence_.file, "The sequence file" )->required();
+      command->add_flag( "--list", sequence_.list, "FILE is a list of lines ADDRESS,VALUE in hexadecimal" );
+      command->add_flag( "--read-back", sequence_.readBack, "Add a read of what was written behind each write" );
+      CLI::Option * const textForm =
+         command->add_flag( "--op", sequence_.textForm, "Print the operations with their keys, in the full form" );
+      command->add_option( "--compare", sequence_.compareWith, "Tell what another sequence leaves in the registers" )
+         ->type_name( "FILE" )
+         ->excludes( textForm );
+      command->callback( [this] { result_ = sequence( sequence_ ); } );
    }
 
    CLI::App * registerWords(
@@ -108,6 +142,8 @@ class Words {
    std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
+   CheckOptions check_;
+   SequenceOptions sequence_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 

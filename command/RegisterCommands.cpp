@@ -3,6 +3,7 @@
 #include "card/MmapHam.h"
 #include "card/SimulatedWorld.h"
 #include "input/InputError.h"
+#include "input/Number.h"
 #include "registers/RegisterBook.h"
 #include "report/Style.h"
 #include "service/Exit.h"
@@ -132,7 +133,7 @@ struct Write {
       }
       if ( !field.empty() ) return place.withField( now, field, text );
       U32 const maximum = place.chip ? 0xFF : 0xFFFF'FFFF;
-      if ( auto const number = numberOf( text, maximum ) ) return *number;
+      if ( auto const number = Input::numberOf( text, maximum ) ) return *number;
       throw Input::InputError( fmt::format( "expected a number from 0 to 0x{:x}, found \"{}\"", maximum, text ) );
    }
 };

@@ -1,6 +1,7 @@
 #include "command/SimulateCommand.h"
 
 #include "card/SimulatedWorld.h"
+#include "command/CheckCommand.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 #include "recording/LogFile.h"
@@ -19,10 +20,12 @@ int simulate( SimulateOptions const & options ) {
    Input::JsonDocument const file = Input::readJson( options.scenario );
    Input::CardDescription card = Input::cardOfScenario( file.root() );
    Sim::Scenario scenario = Input::readScenario( file.root(), card );
-   if ( !std::holds_alternative<Input::SimulatedAccess>( card.access ) )
-      throw Input::InputError(
-         card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
+   Input::requireSimulated( card );
    requireServedInputs( card );
+   std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
+   for ( std::string const & unknown : unknownOperations( warnings ) )
+      std::cerr << "clockpath: warning: " << unknown << '\n';
+   warningCountTell( warnings, options.scenario );
 
    std::optional<Recording::LogFile> events;
    if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece );

@@ -25,20 +25,39 @@ class CardReader {
       JsonObject object = root_.object();
       card_.file = root_.document().name();
       card_.json = root_.onOneLine();
-      card_.access = access( object["access"] );
-      if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
-      if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
-      if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
-      for ( JsonValue const & value : object["gpos"].list() ) gpo( value );
-      std::vector<JsonValue> const chips = object["chips"].list();
-      if ( chips.empty() ) object["chips"].fail( "a list of at least one chip" );
-      object.finish();
-      for ( JsonValue const & value : chips ) chip( value );
-      for ( auto & [tolvane, place] : feeds_ ) feed( card_.max24305s[tolvane], place );
+      mistakes_.gather( [&] {
+         card_.access = access( object["access"] );
+         if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
+      } );
+      mistakes_.gather( [&] {
+         if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
+      } );
+      mistakes_.gather( [&] {
+         if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
+      } );
+      outputsKnown_ = gatherAll( [&] { return object["gpos"].list(); }, &CardReader::gpo );
+      std::vector<JsonValue> chips;
+      mistakes_.gather( [&] {
+         chips = object["chips"].list();
+         if ( chips.empty() ) object["chips"].fail( "a list of at least one chip" );
+      } );
+      mistakes_.gather( [&] { object.finish(); } );
+      if ( gatherAll( [&] { return chips; }, &CardReader::chip ) )
+         for ( auto const & fed : feeds_ ) mistakes_.gather( [&] { feed( card_.max24305s[fed.first], fed.second ); } );
+      mistakes_.raise();
       return std::move( card_ );
    }
 
  private:
+   // Reads the members of a list, each for itself; whether all could be read.
+   template<class List> bool gatherAll( List const & list, void ( CardReader::*read )( JsonValue const & ) ) {
+      bool all = true;
+      bool const isList = mistakes_.gather( [&] {
+         for ( JsonValue const & value : list() ) all &= mistakes_.gather( [&] { ( this->*read )( value ); } );
+      } );
+      return isList && all;
+   }
+
    std::variant<SimulatedAccess, MmapAccess> access( JsonValue const & value ) const {
       JsonObject object = value.object();
       if ( object["kind"].oneOf( { "simulated", "mmap" } ) == 0 ) {
@@ -110,20 +129,20 @@ class CardReader {
       chip.resetGpoName = resetGpoName( object["resetGpoName"] );
       if ( object.has( "role" ) ) chip.role = enumeratorOf<Role>( object["role"] );
       chip.input = enumeratorOf<Hardware::Max24305::Input>( object["input"] );
-      if ( chip.input == tolvane_ )
-         feeds_.emplace_back( card_.max24305s.size(), object["tolvane"] );
-      else if ( object.has( "tolvane" ) )
-         object["tolvane"].fail( "no feeding Tolvane, since \"input\" is not \"tolvane\"" );
+      JsonValue const feeder = object["tolvane"];
+      if ( chip.input != tolvane_ && feeder.present() )
+         feeder.fail( "no feeding Tolvane, since \"input\" is not \"tolvane\"" );
       if ( object.has( "programSeq" ) ) chip.programSeq = enumeratorOf<ProgramSeq>( object["programSeq"] );
       if ( object.has( "outputFrequencyInHz" ) ) chip.outputFrequencyInHz = object["outputFrequencyInHz"].u32();
       chip.spiResetSupported = object["spiResetSupported"].boolean();
       chip.clockStatus = object.has( "clockStatus" ) ? object["clockStatus"].name() : chip.name;
-      sequence( object["sequence"], chip );
+      mistakes_.gather( [&] { sequence( object["sequence"], chip ); } );
       simulated( object, chip );
       object.finish();
       blockClaim( Hardware::spiMasterBlock, "the SPI master of " + inQuotes( chip.name ), object["configOffset"] );
       blockClaim(
          Hardware::frequencyBlock, "the frequency register of " + inQuotes( chip.name ), object["statusOffset"] );
+      if ( chip.input == tolvane_ ) feeds_.emplace_back( card_.max24305s.size(), feeder );
       card_.max24305s.push_back( std::move( chip ) );
    }
 
@@ -160,21 +179,27 @@ class CardReader {
          NamedFile const file = value.file( "the sequence file" );
          chip.sequenceFile = file.path;
          chip.sequence = sequenceOf( file.path, file.content, &chip.sequenceLines );
+         chip.sequencePlaces = linePlaces( file.path, chip.sequenceLines );
          return;
       }
       if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
-      for ( JsonValue const & text : value.list() ) {
-         try {
-            chip.sequence.push_back( opOf( text.text() ) );
-         } catch ( OpError const & error ) {
-            text.failWith( "column " + std::to_string( error.column ) + ": " + error.message );
-         }
-      }
+      Mistakes mistakes;
+      U32 key = 0;
+      for ( JsonValue const & text : value.list() )
+         mistakes.gather( [&] {
+            try {
+               chip.sequence.push_back( opOf( text.text(), key++ ) );
+            } catch ( OpError const & error ) {
+               text.failWith( "column " + std::to_string( error.column ) + ": " + error.message );
+            }
+            chip.sequencePlaces.push_back( text.document().name() + ": " + text.pointer() );
+         } );
+      mistakes.raise();
    }
 
    std::string resetGpoName( JsonValue const & value ) const {
       std::string const name = value.name();
-      if ( !card_.gpo( name ) )
+      if ( outputsKnown_ && !card_.gpo( name ) )
          value.failWith(
             "there is no output " + inQuotes( name ) +
             "; expected one of \"gpos\": " + choicesText( namesOf( card_.gpos ) ) );
@@ -234,6 +259,8 @@ class CardReader {
 
    JsonValue root_;
    CardDescription card_;
+   Mistakes mistakes_;
+   bool outputsKnown_ = false;                              // else nobody can say that there is none of a name
    U64 limit_ = U64{ 1 } << 32;                             // of the card's space
    std::multimap<U64, Claim> claims_;                       // by address: a register may be shared bit by bit
    std::vector<std::pair<std::size_t, JsonValue>> feeds_;   // the chips fed by a Tolvane, which may stand behind them
@@ -283,6 +310,12 @@ CardDescription cardOfScenario( JsonValue const & scenario ) {
    }
    if ( !card.isObject() ) card.fail( "the path of a card description, or a card description in place" );
    return cardDescription( card );
+}
+
+void requireSimulated( CardDescription const & card ) {
+   if ( !std::holds_alternative<SimulatedAccess>( card.access ) )
+      throw InputError(
+         card.file + ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" );
 }
 
 }   // namespace Input

@@ -64,8 +64,9 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
-   std::string sequenceFile;         ///< for messages; empty for a sequence in place
-   std::vector<U32> sequenceLines;   ///< of each operation in that file, from 1
+   std::string sequenceFile;                  ///< for messages; empty for a sequence in place
+   std::vector<U32> sequenceLines;            ///< of each operation in that file, from 1
+   std::vector<std::string> sequencePlaces;   ///< of each operation, as it stands in messages: "ptp0.ops:7"
    // Of a simulated card:
    U64 simulatedLockAfterNs = 0;
    U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< register 7 once locked
@@ -93,10 +94,13 @@ struct CardDescription {
 /// What the hardware is made from that is simulated as described. The access must be simulated.
 Sim::SimulatedCard::Parameters simulatedParameters( CardDescription const & description );
 
-/// Reads a description. Throws InputError, which names the place, what stood there and what is accepted.
+/// Reads a description. Throws InputError, which names the place, what stood there and what is accepted, of all
+/// mistakes that can be told at once.
 CardDescription readCard( std::string const & path );
 CardDescription cardDescription( JsonValue const & root );
 /// The same of the card that a scenario names, or holds in place, under "card".
 CardDescription cardOfScenario( JsonValue const & scenario );
+/// Throws InputError for a card that cannot be simulated.
+void requireSimulated( CardDescription const & card );
 
 }   // namespace Input

@@ -1,5 +1,7 @@
 #include "input/Json.h"
 
+#include "input/Number.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -137,10 +139,13 @@ bool JsonValue::boolean() const {
 }
 
 U64 JsonValue::u64( U64 minimum, U64 maximum ) const {
+   std::optional<U64> number;
    // Numbers with a point or an exponent are floating point here, and would silently lose their last digits.
-   if ( !json_ || !json_->is_number_unsigned() || json_->get<U64>() < minimum || json_->get<U64>() > maximum )
+   if ( json_ && json_->is_number_unsigned() ) number = json_->get<U64>();
+   if ( isText() && text().starts_with( "0x" ) ) number = numberOf<U64>( text() );
+   if ( !number || *number < minimum || *number > maximum )
       fail( "a whole number from " + std::to_string( minimum ) + " to " + std::to_string( maximum ) );
-   return json_->get<U64>();
+   return *number;
 }
 
 JsonObject JsonValue::object() const {
@@ -195,14 +200,16 @@ std::vector<std::pair<std::string, JsonValue>> JsonObject::members() {
 
 void JsonObject::finish() const {
    std::vector<std::string_view> const known( known_.begin(), known_.end() );
+   std::vector<std::string> mistakes;
    for ( auto const & item : place_.json_->items() ) {
       if ( std::ranges::find( known, item.key() ) != known.end() ) continue;
       std::string_view const near = nearestChoice( item.key(), known );
-      throw InputError(
+      mistakes.push_back(
          placeText( place_.document_->name(), place_.pointer_ / item.key() ) + "unknown key, found with " +
          found( item.value() ) + ( near.empty() ? "" : "; did you mean " + jsonText( near ) + "?" ) +
          "; known here: " + choicesText( known ) );
    }
+   if ( !mistakes.empty() ) throw InputError( mistakes );
 }
 
 JsonDocument::JsonDocument( std::string name, std::string_view content ) : name_( std::move( name ) ) {

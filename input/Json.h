@@ -47,6 +47,7 @@ class JsonValue {
    /// A text that is not empty.
    std::string name() const;
    bool boolean() const;
+   /// A number, or the text of a hexadecimal one: "0x2000".
    U64 u64( U64 minimum = 0, U64 maximum = std::numeric_limits<U64>::max() ) const;
    U32 u32( U32 maximum = std::numeric_limits<U32>::max() ) const { return static_cast<U32>( u64( 0, maximum ) ); }
    JsonObject object() const;
@@ -92,7 +93,7 @@ class JsonObject {
    /// All members in the order of the file, for objects whose keys are names; all count as known.
    std::vector<std::pair<std::string, JsonValue>> members();
 
-   /// Raises an error for the first key that nobody asked for, with the nearest known one as a suggestion.
+   /// Raises an error for the keys that nobody asked for, each with the nearest known one as a suggestion.
    void finish() const;
 
    JsonValue const & place() const { return place_; }

@@ -4,12 +4,12 @@
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "input/Json.h"
+#include "input/Number.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 
 namespace Host {
 
@@ -57,7 +57,7 @@ U32 RegisterPlace::withField( U32 value, std::string const & field, std::string 
       throw Input::InputError(
          "there is no field \"" + field + "\"; expected " + Input::choicesText( Input::namesOf( fields ) ) );
    // Setters drop what does not fit silently; a user is told.
-   auto const wanted = numberOf( text == "true" ? "1" : text == "false" ? "0" : text, found->maximum() );
+   auto const wanted = Input::numberOf( text == "true" ? "1" : text == "false" ? "0" : text, found->maximum() );
    if ( !wanted )
       throw Input::InputError( fmt::format(
          "the field \"{}\": expected a number from 0 to {}, found \"{}\"", field, found->maximum(), text ) );
@@ -103,7 +103,7 @@ std::vector<RegisterPlace> RegisterBook::named( std::string const & word ) const
 }
 
 RegisterPlace RegisterBook::one( std::string const & word, std::string * field ) const {
-   if ( auto const address = numberOf( word ) ) return ofNumber( word, *address );
+   if ( auto const address = Input::numberOf( word ) ) return ofNumber( word, *address );
    if ( auto const colon = word.find( ':' ); colon != std::string::npos )
       return ofChip( word, word.substr( 0, colon ), word.substr( colon + 1 ) );
    if ( RegisterPlace const * const place = all_.find( word ) ) return *place;
@@ -136,7 +136,7 @@ RegisterBook::ofChip( std::string const & word, std::string const & chip, std::s
       fail(
          word, "expected a MAX24305 of the card before the colon: " +
                   Input::choicesText( Input::namesOf( card_.max24305s ) ) );
-   auto const address = numberOf( number, 0xFFFF );
+   auto const address = Input::numberOf( number, 0xFFFF );
    if ( !address ) fail( word, "expected a register from 0 to 0xffff behind the colon" );
    return at( word, max24305, *address );
 }
@@ -167,15 +167,6 @@ void RegisterBook::require(
 
 void RegisterBook::fail( std::string const & word, std::string const & why ) const {
    throw Input::InputError( "\"" + word + "\" is no register of " + card_.file + "; " + why );
-}
-
-std::optional<U32> numberOf( std::string_view text, U32 maximum ) {
-   bool const hex = text.starts_with( "0x" ) || text.starts_with( "0X" );
-   if ( hex ) text.remove_prefix( 2 );
-   U32 value = 0;
-   auto const [end, error] = std::from_chars( text.data(), text.data() + text.size(), value, hex ? 16 : 10 );
-   if ( error != std::errc() || end != text.data() + text.size() || value > maximum ) return std::nullopt;
-   return value;
 }
 
 }   // namespace Host

@@ -13,7 +13,6 @@
 #include "hal/Block.h"
 #include "input/CardDescription.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,8 +65,5 @@ class RegisterBook {
    Input::CardDescription const & card_;
    Input::NamedList<RegisterPlace> all_;
 };
-
-/// The number of a text, decimal or with 0x; nothing for any other text or above `maximum`.
-std::optional<U32> numberOf( std::string_view text, U32 maximum = 0xFFFF'FFFF );
 
 }   // namespace Host

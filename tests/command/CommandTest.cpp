@@ -25,6 +25,11 @@ std::vector<Input::Json> eventsOf( std::string const & text ) {
    return events;
 }
 
+// Of the examples' card: the programme of ptp1 is one of 10 MHz, and its description says 25 MHz.
+std::string oneWarning( std::string const & scenario ) {
+   return "clockpath: 1 warning: clockpath check " + scenario + " shows it\n";
+}
+
 std::string scenarioOf( std::string const & card, std::string const & more = "" ) {
    return "{ \"card\": " + card + more + " }";
 }
@@ -38,7 +43,7 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    EXPECT_EQ(
       unknown.errors, "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
                       "\"agent\", \"peek\", "
-                      "\"poke\" or \"dump\". Run clockpath --help for more.\n" );
+                      "\"poke\", \"dump\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
@@ -50,6 +55,8 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
             { "peek", "card" },
             { "poke", "card" },
             { "dump" },
+            { "check" },
+            { "sequence", "a", "--op", "--compare", "b" },
             { "--nothing" } } ) {
       Ran const ran = run( words );
       EXPECT_EQ( ran.result, 2 ) << words[0];
@@ -64,14 +71,14 @@ TEST( Command, SaysItsVersionAndItsWords ) {
    EXPECT_THAT( version.output, ::testing::MatchesRegex( "clockpath [0-9]+\\.[0-9]+\\.[0-9]+\n" ) );
    Ran const help = run( { "--help" } );
    EXPECT_EQ( help.result, 0 );
-   for ( char const * word : { "simulate", "agent", "peek", "poke", "dump", "Exit codes" } )
+   for ( char const * word : { "simulate", "agent", "peek", "poke", "dump", "check", "sequence", "Exit codes" } )
       EXPECT_NE( help.output.find( word ), std::string::npos ) << word;
 }
 
 TEST( Command, TheDemoBringsUpTheWholeCard ) {
    Ran const ran = run( { "simulate", example( "demo.json" ) } );
    EXPECT_EQ( ran.result, 0 );
-   EXPECT_EQ( ran.errors, "" );
+   EXPECT_EQ( ran.errors, oneWarning( example( "demo.json" ) ) );
    for ( char const * piece :
          { "osc0  Tolvane   ready", "ptp0  MAX24305  ready  ready  1         431/431",
            "ptp1  MAX24305  ready  ready  1         5/5", "All chips are ready." } )
@@ -80,6 +87,7 @@ TEST( Command, TheDemoBringsUpTheWholeCard ) {
 }
 
 TEST( Command, EveryExampleRunsToTheEndThatItsNameTells ) {
+   std::set<std::string> const warned{ "tolvane-loss.json", "hardware-loss.json" };
    for ( auto const & [name, result] : std::vector<std::pair<std::string, int>>{
             { "single.json", 0 },
             { "never-lock.json", 1 },
@@ -89,7 +97,7 @@ TEST( Command, EveryExampleRunsToTheEndThatItsNameTells ) {
             { "hardware-loss.json", 0 } } ) {
       Ran const ran = run( { "simulate", example( name ) } );
       EXPECT_EQ( ran.result, result ) << name;
-      EXPECT_EQ( ran.errors, "" ) << name;
+      EXPECT_EQ( ran.errors, warned.contains( name ) ? oneWarning( example( name ) ) : "" ) << name;
    }
 }
 
@@ -113,7 +121,7 @@ TEST( Command, TheEventLogGoesToAFileAndIsTheSameEveryTime ) {
    Ran const again = run( { "simulate", example( "demo.json" ), "--events", "-" } );
    EXPECT_EQ( again.result, 0 );
    EXPECT_EQ( again.output, events );
-   EXPECT_EQ( again.errors, "" );
+   EXPECT_EQ( again.errors, oneWarning( example( "demo.json" ) ) );
 }
 
 TEST( Command, AnEventsFileThatCannotBeWrittenIsAnError ) {

@@ -1,6 +1,7 @@
 // What the documents show is what the command reads.
 #include "input/CardDescription.h"
 
+#include "diagnosis/Warnings.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 
@@ -53,6 +54,12 @@ TEST( Docs, EveryFaultIsDescribed ) {
    for ( Sim::FaultKind const kind : Sim::faultKinds() )
       EXPECT_NE( text.find( "| `" + std::string( Sim::faultKindText( kind ) ) + "` |" ), std::string::npos )
          << Sim::faultKindText( kind );
+}
+
+TEST( Docs, EveryWarningIsDescribed ) {
+   std::string const text = Input::readFile( CLOCKPATH_DOCS "command.md" );
+   for ( std::string_view const check : Diagnosis::checkNames() )
+      EXPECT_NE( text.find( "| `" + std::string( check ) + "` |" ), std::string::npos ) << check;
 }
 
 TEST( Docs, EveryActionIsDescribed ) {

@@ -28,9 +28,10 @@ BELOW = {
     "card": LIBRARY + ("sim", "input"),
     "registers": LIBRARY + CARD,
     "recording": LIBRARY + CARD,
+    "diagnosis": LIBRARY + CARD + ("registers", "recording"),
     "report": LIBRARY + CARD + ("registers", "recording"),
-    "service": LIBRARY + CARD + ("registers", "recording", "report"),
-    "command": LIBRARY + CARD + ("registers", "recording", "report", "service"),
+    "service": LIBRARY + CARD + ("registers", "recording", "diagnosis", "report"),
+    "command": LIBRARY + CARD + ("registers", "recording", "diagnosis", "report", "service"),
 }
 
 # Which other libraries; none for the floors that are not named.
@@ -38,6 +39,7 @@ LIBRARIES = {
     "input": ("nlohmann/",),
     "registers": ("fmt/",),
     "recording": ("fmt/",),
+    "diagnosis": ("fmt/",),
     "report": ("fmt/",),
     "service": ("fmt/",),
     "command": ("CLI/", "fmt/"),

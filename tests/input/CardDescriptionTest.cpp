@@ -1,6 +1,7 @@
 #include "input/CardDescription.h"
 
 #include "input/Json.h"
+#include "input/SequenceFile.h"
 #include "tests/input/Cards.h"
 #include "tests/input/Files.h"
 
@@ -308,6 +309,60 @@ TEST( CardDescription, ASequenceInPlaceNamesElementAndColumn ) {
    EXPECT_EQ(
       errorWith( R"("sequence": [])", R"("sequence": [5])" ),
       "card.json: /chips/2/sequence/0: expected a text, found 5" );
+}
+
+TEST( CardDescription, ASequenceInPlaceMayBeInTheShortForm ) {
+   CardDescription const card =
+      cardOf( with( wholeCard, R"("sequence": [])", R"("sequence": [ "write 0x10 60", "sleep 1us # why" ])" ) );
+   EXPECT_EQ(
+      card.max24305s[1].sequence,
+      ( Sequence{ { 0, Hardware::Max24305::write_, 16, 60 }, { 1, Hardware::Max24305::sleep_, 0, 1000 } } ) );
+   EXPECT_EQ(
+      card.max24305s[1].sequencePlaces,
+      ( std::vector<std::string>{ "card.json: /chips/2/sequence/0", "card.json: /chips/2/sequence/1" } ) );
+}
+
+TEST( CardDescription, AddressesMayBeHexadecimalTexts ) {
+   CardDescription const card = cardOf( with( wholeCard, R"("offset": 12288)", R"("offset": "0x3000")" ) );
+   EXPECT_EQ( card.tolvanes[0].offset, 12288u );
+   EXPECT_EQ(
+      errorWith( R"("offset": 12288)", R"("offset": "0x300x")" ),
+      "card.json: /chips/1/offset: expected a whole number from 0 to 4294967295, found \"0x300x\"" );
+}
+
+std::vector<std::string> mistakes( std::string const & content ) {
+   try {
+      cardOf( content );
+   } catch ( InputError const & error ) {
+      return error.mistakes();
+   }
+   return {};
+}
+
+TEST( CardDescription, TellsTheMistakesOfAllItsParts ) {
+   std::string content = with( wholeCard, R"("genId": 7)", R"("genId": -7)" );
+   content = with( content, R"("sequence": [])", R"("sequence": [ "write 1 x", "read 1 1", "sleep 1" ], "bad": 1)" );
+   content = with( content, "'address': 48, ", "" );
+   content = with( content, R"("offset": 12288)", R"("offset": 12289)" );
+   std::vector<std::string> const found = mistakes( content );
+   ASSERT_EQ( found.size(), 6u );
+   EXPECT_EQ( found[0], "card.json: /genId: expected a whole number from 0 to 4294967295, found -7" );
+   EXPECT_TRUE( found[1].starts_with( "card.json: /chips/0/sequence/0: column 61: expected \", 'address'" ) )
+      << found[1];
+   EXPECT_TRUE( found[2].starts_with( "card.json: /chips/1/offset: expected an offset" ) ) << found[2];
+   EXPECT_TRUE( found[3].starts_with( "card.json: /chips/2/sequence/0: column 9: expected a value" ) ) << found[3];
+   EXPECT_TRUE( found[4].starts_with( "card.json: /chips/2/sequence/2: column 7: expected a pause" ) ) << found[4];
+   EXPECT_TRUE( found[5].starts_with( "card.json: /chips/2/bad: unknown key" ) ) << found[5];
+}
+
+TEST( CardDescription, AMistakeIsNotToldAgainByThoseWhoReferToIt ) {
+   EXPECT_EQ(
+      mistakes( with( wholeCard, R"("bit": 1,)", R"("bit": 32,)" ) ),
+      std::vector<std::string>{ "card.json: /gpos/1/bit: expected a whole number from 0 to 31, found 32" } );
+   EXPECT_EQ(
+      mistakes( with( wholeCard, R"("offset": 12288)", R"("offset": null)" ) ),
+      std::vector<std::string>{
+         "card.json: /chips/1/offset: expected a whole number from 0 to 4294967295, found null" } );
 }
 
 TEST( CardDescription, PathsStartAtTheFileThatNamesThem ) {

@@ -83,6 +83,34 @@ TEST( Json, NumbersKeepToTheirRange ) {
       error( [&] { values[0].u64( 0, 31 ); } ), "f.json: /0: expected a whole number from 0 to 31, found 4294967295" );
 }
 
+TEST( Json, ANumberMayBeTheTextOfAHexadecimalOne ) {
+   JsonDocument const file(
+      "f.json", R"(["0x2000","0xffffFFFFffffFFFF","0x10000000000000000","0x","0xg","8192"," 0x1"])" );
+   auto const values = file.root().list();
+   EXPECT_EQ( values[0].u32(), 8192u );
+   EXPECT_EQ( values[1].u64(), 18446744073709551615u );
+   for ( std::size_t i = 2; i < values.size(); ++i ) EXPECT_NE( error( [&] { values[i].u64(); } ), "no error" ) << i;
+   EXPECT_EQ(
+      error( [&] { values[0].u32( 31 ); } ), "f.json: /0: expected a whole number from 0 to 31, found \"0x2000\"" );
+   EXPECT_EQ(
+      error( [&] { values[5].u32(); } ), "f.json: /5: expected a whole number from 0 to 4294967295, found \"8192\"" );
+}
+
+TEST( Json, EveryUnknownKeyIsTold ) {
+   JsonDocument const file( "f.json", R"({"a":1,"name":2,"b":3})" );
+   JsonObject object = file.root().object();
+   object.has( "name" );
+   try {
+      object.finish();
+      ADD_FAILURE() << "no error";
+   } catch ( InputError const & error ) {
+      EXPECT_EQ(
+         error.mistakes(), ( std::vector<std::string>{
+                              "f.json: /a: unknown key, found with 1; known here: \"name\"",
+                              "f.json: /b: unknown key, found with 3; known here: \"name\"" } ) );
+   }
+}
+
 TEST( Json, AnUnknownKeySuggestsTheNearestKnownOne ) {
    JsonDocument const file( "f.json", R"({"confgOffset":256})" );
    JsonObject object = file.root().object();

@@ -146,12 +146,4 @@ TEST_F( RegisterBookTest, ANameThatTheCardHasNotIsAnError ) {
       "\"0x4000\" is no register of card.json; expected an address below 0x4000" );
 }
 
-TEST( NumberOf, TakesDecimalAndHexadecimal ) {
-   EXPECT_EQ( numberOf( "4294967295" ), 4294967295u );
-   EXPECT_EQ( numberOf( "0xFFFFffff" ), 4294967295u );
-   EXPECT_EQ( numberOf( "256", 255 ), std::nullopt );
-   for ( char const * text : { "", "0x", "4294967296", "-1", "1 ", "x", "0x1g" } )
-      EXPECT_EQ( numberOf( text ), std::nullopt ) << text;
-}
-
 }   // namespace
