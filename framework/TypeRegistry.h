@@ -3,16 +3,17 @@
 // A library registers its modules from one place, in a fixed order, because the order of static initialisers across
 // source files is nobody's promise and an archive drops the files that nobody names:
 //
-//    static Vor::Module const fanHal( "FanHal", []( Vor::Module & module ) {
-//       module.typeNodeIs( FanSpeed::staticType() );
-//       module.typeNodeIs( FanStatus::staticType() );
-//    } );
+//    // in FanHal.cpp
+//    void registerFanHal( Vor::Module & module ) { module.typesAdd<FanSpeed, FanStatus>(); }
+//
+//    static Vor::Module const fanHal( "FanHal", registerFanHal );
 //
 // A module's types leave the registry when the library is unloaded.
 #pragma once
 
 #include "framework/Type.h"
 
+#include <type_traits>
 #include <vector>
 
 namespace Vor {
@@ -31,9 +32,18 @@ class Module {
 
    /// Registers a type. Throws NameInUseException when another of its name is registered.
    void typeNodeIs( Type const & type );
+   /// Registers the descriptors of these types, values, entities and enumerations, in that order.
+   template<class... T> void typesAdd() { ( typeNodeIs( descriptor<T>() ), ... ); }
 
  private:
    explicit Module( char const * name );
+
+   template<class T> static Type const & descriptor() {
+      if constexpr ( std::is_enum_v<T> )
+         return enumType( T{} );
+      else
+         return T::staticType();
+   }
 
    char const * name_;
    std::vector<Type const *> types_;

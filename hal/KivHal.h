@@ -10,6 +10,10 @@
 
 #include "hal/Block.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Hardware {
 
 /// One byte to shift out.
@@ -122,5 +126,8 @@ class Max24305Status : public Hal::Register<0x00, Hal::readOnly_> {
 };
 
 inline constexpr auto frequencyBlock = Hal::block<Max24305Status>();
+
+/// Registers this module's types.
+void registerKivHal( Vor::Module & module );
 
 }   // namespace Hardware

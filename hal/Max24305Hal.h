@@ -3,6 +3,10 @@
 
 #include "hal/Block.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Hardware {
 
 /// The first byte of an SPI transaction: what it does with the register whose address follows.
@@ -30,5 +34,8 @@ class ApllStatus : public Hal::Register<7, Hal::readOnly_> {
 
 /// The registers of the chip that have a type.
 inline constexpr auto max24305Block = Hal::block<ApllStatus>();
+
+/// Registers this module's types.
+void registerMax24305Hal( Vor::Module & module );
 
 }   // namespace Hardware

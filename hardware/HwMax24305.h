@@ -5,6 +5,10 @@
 #include "hardware/Max24305Config.h"
 #include "hardware/Max24305Status.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Hardware::Max24305 {
 
 /// What both directories offer.
@@ -69,5 +73,8 @@ class StatusDir final : public Dir<StatusDir, Status> {
 
 inline constexpr auto & configDirFactory = Vor::factoryOf<ConfigDir>;
 inline constexpr auto & statusDirFactory = Vor::factoryOf<StatusDir>;
+
+/// Registers this module's types.
+void registerHwMax24305( Vor::Module & module );
 
 }   // namespace Hardware::Max24305

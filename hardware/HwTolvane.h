@@ -5,6 +5,10 @@
 #include "hardware/TolvaneConfig.h"
 #include "hardware/TolvaneStatus.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Hardware::Tolvane {
 
 /// What both directories offer.
@@ -54,5 +58,8 @@ class StatusDir final : public Dir<StatusDir, Status> {
 
 inline constexpr auto & configDirFactory = Vor::factoryOf<ConfigDir>;
 inline constexpr auto & statusDirFactory = Vor::factoryOf<StatusDir>;
+
+/// Registers this module's types.
+void registerHwTolvane( Vor::Module & module );
 
 }   // namespace Hardware::Tolvane

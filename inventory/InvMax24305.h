@@ -5,6 +5,10 @@
 #include "hardware/Max24305OpsToDo.h"
 #include "platform/InventoryBlocks.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Inventory {
 
 class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
@@ -77,5 +81,8 @@ class Max24305 final : public Hardware::Max24305::WithOpsToDo<Max24305> {
 };
 
 inline constexpr auto & max24305Factory = Vor::factoryOf<Max24305>;
+
+/// Registers this module's types.
+void registerInvMax24305( Vor::Module & module );
 
 }   // namespace Inventory

@@ -4,6 +4,10 @@
 #include "hardware/TolvaneTypes.h"
 #include "platform/InventoryBlocks.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Inventory {
 
 class Tolvane final : public Vor::EntityOf<Tolvane> {
@@ -39,5 +43,8 @@ class Tolvane final : public Vor::EntityOf<Tolvane> {
 };
 
 inline constexpr auto & tolvaneFactory = Vor::factoryOf<Tolvane>;
+
+/// Registers this module's types.
+void registerInvTolvane( Vor::Module & module );
 
 }   // namespace Inventory

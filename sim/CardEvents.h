@@ -37,7 +37,7 @@ class CardEvents final {
    CardEvents( CardEvents const & ) = delete;
    CardEvents & operator=( CardEvents const & ) = delete;
 
-   /// Listeners are told in the order in which they joined, as long as something happens.
+   /// Listeners are told in the order in which they joined, and live as long as something happens.
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
 
    /// The card's buses, and accesses where it has no register, are told of; the card outlives the events.

@@ -1,6 +1,7 @@
 #include "sim/Fault.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Sim {
 
@@ -33,7 +34,14 @@ constexpr KindRow kindRows[] = {
    { "hardwareGone", FaultKind::hardwareGone_, { false, false, true } },
 };
 
-KindRow const & rowOf( FaultKind kind ) { return *std::ranges::find( kindRows, kind, &KindRow::kind ); }
+constexpr bool rowsFollowEnumerators() {
+   for ( std::size_t i = 0; i < std::size( kindRows ); ++i )
+      if ( static_cast<std::size_t>( kindRows[i].kind ) != i ) return false;
+   return std::size( kindRows ) == static_cast<std::size_t>( FaultKind::hardwareGone_ ) + 1;   // the last one
+}
+static_assert( rowsFollowEnumerators() );
+
+KindRow const & rowOf( FaultKind kind ) { return kindRows[static_cast<std::size_t>( kind )]; }
 
 }   // namespace
 

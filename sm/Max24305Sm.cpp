@@ -157,7 +157,7 @@ void Max24305Sm::doProgramMax24305() {
       nsleep( retryPauseNs );
    }
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   logInitFailed( max24305InitFailed );
+   logInitFailed( initFailed() );
 }
 
 void Max24305Sm::doWaitForLock() {
@@ -185,7 +185,7 @@ void Max24305Sm::doWaitForLock() {
       lockStatusClock()->timeMinIs( now() + lockPollPeriod );
       return;
    }
-   logInitFailed( max24305InitFailed );
+   logInitFailed( initFailed() );
    publish( *this, status(), Max24305::failed_ );
    publish( *this, pllStatus(), Kiv::ClockStatus::failed_ );
    VOR_TRACE( traceHandle, 1, "Could not get APLL lock. FAILED" );
@@ -221,7 +221,5 @@ bool Max24305Sm::dovraWritable() const {
 }
 
 Vor::Type const & Max24305Sm::staticType() { return Vor::typeOf<Max24305Sm, "Hardware::Max24305Sm">(); }
-
-Vor::TraceHandle const Max24305SmModule::traceHandle( "Hardware::Max24305Sm" );
 
 }   // namespace Hardware

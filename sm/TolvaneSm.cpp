@@ -2,6 +2,7 @@
 
 #include "framework/Assert.h"
 #include "framework/Describe.h"
+#include "framework/TypeRegistry.h"
 #include "hal/KivHal.h"
 #include "platform/SimulationVmid.h"
 #include "sm/InitFailed.h"
@@ -13,6 +14,14 @@ namespace Hardware {
 namespace {
 
 Vor::TraceHandle const tolvaneTrace( "Hardware::TolvaneSm" );
+
+// The message is declared with the module's type.
+Vor::LogHandle const & tolvaneInitFailed() {
+   static Vor::LogHandle const handle(
+      "TOLVANE_INIT_FAILED", 3, "Possible hardware error with the Tolvane chip.",
+      "Initialization of the Tolvane chip has failed.", Vor::CallSupportIfPersists, 0.0, 1.0, 0 );
+   return handle;
+}
 
 constexpr U32 tolvaneResetNs = 100'000'000;
 constexpr U32 tolvaneRecoveryNs = 200'000'000;
@@ -91,9 +100,14 @@ void TolvaneSm::doProgramTolvane() {
    }
    numRetries_ = 0;
    tellStep( *this, Steps::ProgrammingEnded{ maxAttempts, false } );
-   logInitFailed( tolvaneInitFailed );
+   logInitFailed( tolvaneInitFailed() );
 }
 
 Vor::Type const & TolvaneSm::staticType() { return Vor::typeOf<TolvaneSm, "Hardware::TolvaneSm">(); }
+
+void registerTolvaneSm( Vor::Module & module ) {
+   module.typesAdd<TolvaneSm>();
+   tolvaneInitFailed();
+}
 
 }   // namespace Hardware

@@ -13,6 +13,10 @@
 #include "platform/SetClearGpo.h"
 #include "sm/Gate.h"
 
+namespace Vor {
+class Module;
+}
+
 namespace Hardware {
 
 class TolvaneSm final : public Vor::StateMachine {
@@ -92,5 +96,8 @@ class TolvaneSm final : public Vor::StateMachine {
    bool initialized_ = false;
    U32 numRetries_ = maxAttempts;
 };
+
+/// Registers this module's type and declares its logged message.
+void registerTolvaneSm( Vor::Module & module );
 
 }   // namespace Hardware
