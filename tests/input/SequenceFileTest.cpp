@@ -115,9 +115,9 @@ TEST( SequenceFile, AllMistakesAreToldAtOnce ) {
 }
 
 TEST( SequenceFile, EachOperationHasItsPlace ) {
-   std::vector<std::string> places;
-   sequenceOf( "f.ops", "# one\nread 1 2\n\n" + std::string( good ), &places );
-   EXPECT_EQ( places, ( std::vector<std::string>{ "f.ops:2", "f.ops:4" } ) );
+   std::vector<U32> lines;
+   sequenceOf( "f.ops", "# one\nread 1 2\n\n" + std::string( good ), &lines );
+   EXPECT_EQ( linePlaces( "f.ops", lines ), ( std::vector<std::string>{ "f.ops:2", "f.ops:4" } ) );
 }
 
 TEST( SequenceFile, TheExampleGoesThroughTheShortFormAndBack ) {
