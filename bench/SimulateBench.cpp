@@ -3,6 +3,7 @@
 #include "card/SimulatedWorld.h"
 #include "input/CardDescription.h"
 #include "input/Json.h"
+#include "recording/EventLog.h"
 #include "recording/Recorder.h"
 #include "report/TracesOn.h"
 

@@ -14,9 +14,7 @@
 // Lines are gathered and written in pieces; an abort line and flush() write out what there is.
 #pragma once
 
-#include "recording/Event.h"
-#include "sim/CardListener.h"
-#include "sm/Steps.h"
+#include "recording/Listener.h"
 
 #include <iosfwd>
 #include <string>
@@ -26,7 +24,7 @@ namespace Recording {
 /// Appends the text as a JSON string, in quotes.
 void jsonStringAppend( std::string & out, std::string_view text );
 
-class EventLog final : public Sim::CardListener {
+class EventLog final : public Listener {
  public:
    /// Large enough that a run is not bound by it, and small enough to follow a long one in its file.
    static constexpr std::size_t largePiece = std::size_t{ 64 } * 1024;
@@ -40,10 +38,10 @@ class EventLog final : public Sim::CardListener {
 
    void flush();
 
-   void onRecording( Header const & header );
+   void onRecording( Header const & header ) override;
    /// A gate that was looked at is a kind of line of its own.
-   void onStep( U64 ns, std::string_view chip, Hardware::Step const & step );
-   void onInput( U64 ns, InputChange const & change );
+   void onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) override;
+   void onInput( U64 ns, InputChange const & change ) override;
 
    void onWrite32( U64 ns, U32 address, U32 value ) override;
    void onRead32( U64 ns, U32 address, U32 value ) override;

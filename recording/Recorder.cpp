@@ -16,7 +16,7 @@ class Recorder::Watch final : public Vor::EntityObserver {
       if ( attribute.name != source_.attribute ) return;
       auto const * const stage = std::get_if<Vor::String>( &key );
       std::string const & of = stage ? stage->stdString() : source_.of;
-      recorder_.log_.onInput( recorder_.events_.nowNs(), { source_.what, of, source_.value( of ) } );
+      recorder_.listener_.onInput( recorder_.events_.nowNs(), { source_.what, of, source_.value( of ) } );
    }
 
  private:
@@ -51,8 +51,8 @@ std::vector<Recorder::Source> Recorder::sourcesOf( Host::Card const & card ) {
    return sources;
 }
 
-Recorder::Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card, std::string began )
-   : log_( log ), events_( events ) {
+Recorder::Recorder( Listener & listener, Sim::CardEvents & events, Host::Card const & card, std::string began )
+   : listener_( listener ), events_( events ) {
    Header header;
    header.program = CLOCKPATH_VERSION;
    header.began = std::move( began );
@@ -69,12 +69,12 @@ Recorder::Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const &
       for ( std::string const & name : names ) header.start.push_back( { source.what, name, source.value( name ) } );
       watches_.push_back( new Watch( *this, std::move( source ) ) );
    }
-   log_.onRecording( header );
-   events_.listenerAdd( log_ );
+   listener_.onRecording( header );
+   events_.listenerAdd( listener_ );
 }
 
 void Recorder::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
-   log_.onStep( events_.nowNs(), config.name().string(), step );
+   listener_.onStep( events_.nowNs(), config.name().string(), step );
 }
 
 }   // namespace Recording

@@ -1,5 +1,5 @@
-// Records what happens to a card: writes the first line of an event log, then hands it the card's events, the steps of
-// the machines, and the changes of what the machines look at.
+// Records what happens to a card: tells a listener, such as an event log, first how all stands, then the card's events,
+// the steps of the machines, and the changes of what the machines look at.
 //
 //    Recording::EventLog log( file );
 //    Recording::Recorder const recorder( log, world.events(), world.card() );
@@ -8,7 +8,7 @@
 
 #include "card/Card.h"
 #include "card/StepListener.h"
-#include "recording/EventLog.h"
+#include "recording/Listener.h"
 #include "sim/CardEvents.h"
 
 #include <functional>
@@ -19,9 +19,9 @@ namespace Recording {
 
 class Recorder final : private Host::StepListener {
  public:
-   /// The card is configured, and its machines are not made yet. All outlive the recorder; the log joins the events.
-   /// `began` is the wall time, for a recording in real time.
-   Recorder( EventLog & log, Sim::CardEvents & events, Host::Card const & card, std::string began = {} );
+   /// The card is configured, and its machines are not made yet. All outlive the recorder; the listener joins the
+   /// events. `began` is the wall time, for a recording in real time.
+   Recorder( Listener & listener, Sim::CardEvents & events, Host::Card const & card, std::string began = {} );
 
  private:
    // An attribute that the machines look at, and what it is called in the log.
@@ -37,7 +37,7 @@ class Recorder final : private Host::StepListener {
    static std::vector<Source> sourcesOf( Host::Card const & card );
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
 
-   EventLog & log_;
+   Listener & listener_;
    Sim::CardEvents & events_;
    std::vector<Vor::Ptr<Vor::EntityObserver>> watches_;
 };

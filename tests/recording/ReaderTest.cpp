@@ -4,6 +4,7 @@
 #include "framework/Assert.h"
 #include "framework/Log.h"
 #include "framework/Trace.h"
+#include "recording/EventLog.h"
 #include "recording/Recorder.h"
 #include "tests/input/Cards.h"
 #include "tests/input/Files.h"

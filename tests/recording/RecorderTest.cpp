@@ -2,6 +2,7 @@
 
 #include "card/SimulatedWorld.h"
 #include "input/Json.h"
+#include "recording/EventLog.h"
 #include "tests/input/Cards.h"
 
 #include <gmock/gmock.h>

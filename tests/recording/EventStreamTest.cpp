@@ -1,0 +1,91 @@
+#include "recording/EventStream.h"
+
+#include "card/SimulatedWorld.h"
+#include "framework/Assert.h"
+#include "framework/Trace.h"
+#include "recording/LogFile.h"
+#include "recording/Reader.h"
+#include "recording/Recorder.h"
+#include "report/TracesOn.h"
+#include "tests/input/Cards.h"
+#include "tests/input/Files.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Recording::EventStreamTests {
+namespace {
+
+std::string textOf( Event const & event ) {
+   std::ostringstream out;
+   auto const put = [&]( auto const &... values ) { ( ( out << ' ' << values ), ... ); };
+   out << event.ns << ' ' << event.what.index();
+   struct Put {
+      decltype( put ) & values;
+      void operator()( Write32 const & e ) const { values( e.address, e.value ); }
+      void operator()( Read32 const & e ) const { values( e.address, e.value ); }
+      void operator()( Gpo const & e ) const { values( e.name, e.active ); }
+      void operator()( Sleep const & e ) const { values( e.forNs ); }
+      void operator()( State const & e ) const { values( e.entity, e.attr, e.value ); }
+      void operator()( Trace const & e ) const { values( e.facility, e.level, e.source, e.function, e.text ); }
+      void operator()( Log const & e ) const { values( e.id ); }
+      void operator()( Spi const & e ) const {
+         values(
+            e.chip, int( e.bytes[0] ), int( e.bytes[1] ), int( e.bytes[2] ), int( e.bytes[3] ), int( e.response ) );
+      }
+      void operator()( Abort const & e ) const { values( e.expression, e.source, e.function, e.line ); }
+      void operator()( Step const & e ) const { values( e.chip, e.step.index() ); }
+      void operator()( Gate const & e ) const {
+         values( e.chip );
+         for ( auto const & row : e.rows ) values( row.condition, row.value, row.met );
+      }
+      void operator()( InputChange const & e ) const { values( e.what, e.of, e.value ); }
+   };
+   std::visit( Put{ put }, event.what );
+   return out.str();
+}
+
+TEST( EventStreamTest, HandsOnWhatALogReadsBackAs ) {
+   Sim::Scenario scenario;
+   scenario.start.actions = { { .key = "timeSync", .value = 0 } };
+   scenario.events = { { 1'000'000'000, { { .key = "timeSync", .value = 2 } } } };
+   std::vector<std::string> live;
+   Header header;
+   std::string const path = testing::TempDir() + "streamed.jsonl";
+   {
+      LogFile file( path, EventLog::largePiece );
+      Host::SimulatedWorld world( Input::cardOf( Input::wholeCard ), scenario );
+      EventStream stream( [&]( Event const & event ) { live.push_back( textOf( event ) ); } );
+      Recorder const written( file.log(), world.events(), world.card() );
+      Recorder const streamed( stream, world.events(), world.card() );
+      Host::TracesOn const tracesOn( Vor::traceLevels );
+      world.run();
+      file.finish();
+      header = stream.header();
+   }
+   Reader reader( path );
+   EXPECT_EQ( header.start, reader.header().start );
+   EXPECT_EQ( header.card.file, reader.header().card.file );
+   std::vector<std::string> read;
+   while ( std::optional<Event> const event = reader.next() ) read.push_back( textOf( *event ) );
+   EXPECT_EQ( live, read );
+   EXPECT_GT( live.size(), 100u );
+}
+
+TEST( EventStreamTest, HandsOnLogsAndTheAbort ) {
+   std::vector<Event> events;
+   EventStream stream( [&]( Event const & event ) { events.push_back( event ); } );
+   stream.onLog( 1, { "ID", 3, "cause", "event", "action", {} } );
+   stream.onAbort( 2, { "x > 0", "Source", "void f()", 7 } );
+   ASSERT_EQ( events.size(), 2u );
+   EXPECT_EQ( std::get<Log>( events[0].what ).id, "ID" );
+   Abort const & abort = std::get<Abort>( events[1].what );
+   EXPECT_EQ( abort.expression, "x > 0" );
+   EXPECT_EQ( abort.function, "void f()" );
+   EXPECT_EQ( abort.line, 7u );
+   EXPECT_EQ( events[1].ns, 2u );
+}
+
+}   // namespace
+}   // namespace Recording::EventStreamTests
