@@ -1,5 +1,6 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
 #include "command/CheckCommand.h"
+#include "command/ExplainCommand.h"
 #include "command/RegisterCommands.h"
 #include "command/SequenceCommand.h"
 #include "command/SimulateCommand.h"
@@ -31,6 +32,7 @@ class Words {
       registerWords( "poke", "Write registers of a card", true, &poke )
          ->add_flag( "--yes", registers_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", false, &dump );
+      explainWords();
       checkWords();
       sequenceWords();
    }
@@ -68,6 +70,7 @@ class Words {
          ->add_option(
             "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
          ->type_name( "FILE" );
+      command->add_flag( "--strict", simulate_.strict, "Give 1 for warnings" );
       traceWords( *command, simulate_.traceLevel );
       command->callback( [this] { result_ = simulate( simulate_ ); } );
    }
@@ -95,6 +98,14 @@ class Words {
       if ( auto const unknown = unknownOperations( warnings ); !unknown.empty() ) throw Input::InputError( unknown );
       warningCountTell( warnings, agentCard_ );
       return Agent( card, agent_ ).run();
+   }
+
+   void explainWords() {
+      CLI::App * const command = app_.add_subcommand( "explain", "Name the cause that a recording shows" );
+      command->add_option( "FILE", explain_.file, "The recording, as --events writes it" )->required();
+      command->add_flag( "--strict", explain_.strict, "Give 1 for warnings" );
+      command->add_flag( "--json", explain_.json, "For programs" );
+      command->callback( [this] { result_ = explain( explain_ ); } );
    }
 
    void checkWords() {
@@ -143,6 +154,7 @@ class Words {
    AgentOptions agent_;
    RegisterOptions registers_;
    CheckOptions check_;
+   ExplainOptions explain_;
    SequenceOptions sequence_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };

@@ -2,8 +2,10 @@
 
 #include "card/SimulatedWorld.h"
 #include "command/CheckCommand.h"
+#include "diagnosis/Cause.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
+#include "recording/EventStream.h"
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
 #include "report/Report.h"
@@ -32,6 +34,10 @@ int simulate( SimulateOptions const & options ) {
    SimulatedWorld world( std::move( card ), std::move( scenario ) );
    std::optional<Recording::Recorder> recorder;
    if ( events ) recorder.emplace( events->log(), world.events(), world.card() );
+   std::optional<Diagnosis::Story> story;
+   Recording::EventStream stream( [&]( Recording::Event const & event ) { story->take( event ); } );
+   Recording::Recorder const streamed( stream, world.events(), world.card() );
+   story.emplace( stream.header() );
    std::optional<Report> report;
    if ( options.events != Recording::LogFile::standardOutput )
       world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );
@@ -42,7 +48,9 @@ int simulate( SimulateOptions const & options ) {
       if ( report ) report->end();
    }
    if ( events ) events->finish();
-   return world.card().allReady() ? exitReady : exitNotReady;
+   std::vector<Diagnosis::Cause> const causes = Diagnosis::causesOf( *story );
+   if ( report && !causes.empty() ) std::cout << '\n' << Diagnosis::causesText( causes, styleOf( STDOUT_FILENO ) );
+   return world.card().allReady() && !Diagnosis::stands( causes, options.strict ) ? exitReady : exitNotReady;
 }
 
 }   // namespace Host

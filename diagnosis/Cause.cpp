@@ -1,0 +1,189 @@
+#include "diagnosis/Cause.h"
+
+#include "diagnosis/Rule.h"
+#include "report/ReportText.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace Diagnosis {
+
+namespace {
+
+// A chip is given time to lock; before that it is not said to have trouble.
+constexpr std::size_t pollsBeforeTrouble = 10;
+
+class Investigation {
+ public:
+   explicit Investigation( Story const & story ) : story_( story ) {}
+
+   std::vector<Cause> causes() {
+      if ( story_.abort() ) add( Weight::cause_, assertionCause( story_ ) );
+      Finding const gone = cardCause( story_ );
+      if ( gone ) add( Weight::cause_, *gone );
+      for ( Absence const & absence : story_.absences() )
+         if ( absence.toNs ) addEarlier( absenceCause( absence ), *absence.toNs );
+      for ( ChipStory const & chip : story_.chips() ) {
+         if ( !gone ) present( chip );
+         past( chip );
+      }
+      std::ranges::stable_sort( found_, {}, &Cause::weight );
+      return std::move( found_ );
+   }
+
+ private:
+   // What is wrong with the chip now.
+   void present( ChipStory const & chip ) {
+      if ( chip.ready() ) {
+         if ( !chip.last() ) return;
+         add( Weight::cause_, named( readyRulesOf( chip ), chip, *chip.last() ) );
+         retries( chip, *chip.last() );
+         return;
+      }
+      bool closed = false;
+      for ( GateRow const & row : chip.gate ) {
+         if ( row.met ) continue;
+         closed = true;
+         if ( !blamed( row.condition, chip ) ) add( Weight::cause_, gateCause( chip, row ) );
+      }
+      if ( !closed && chip.last() ) add( Weight::cause_, causeOf( chip, *chip.last() ) );
+   }
+
+   // A chip that waits for a Tolvane whose own trouble is told already.
+   bool blamed( std::string const & condition, ChipStory const & chip ) {
+      auto const tolvane = std::ranges::find( found_, condition, &Cause::chip );
+      if ( tolvane == found_.end() || tolvane->weight != Weight::cause_ ) return false;
+      tolvane->seen.push_back( chip.name + " waits for it" );
+      return true;
+   }
+
+   static Finding causeOf( ChipStory const & chip, BringUp const & bringUp, Story const & story ) {
+      Case const trouble{ story, chip, bringUp };
+      if ( bringUp.readyNs ) return {};
+      if ( !chip.max24305 ) return bringUp.failed() > 0 ? firstOf( tolvaneRules(), trouble ) : Finding();
+      if ( bringUp.programmedNs )
+         return bringUp.failedNs || bringUp.polls.size() >= pollsBeforeTrouble ? firstOf( lockRules(), trouble )
+                                                                               : Finding();
+      return bringUp.lastFailure() ? firstOf( attemptRules(), trouble ) : Finding();
+   }
+   Finding causeOf( ChipStory const & chip, BringUp const & bringUp ) const { return causeOf( chip, bringUp, story_ ); }
+
+   static std::span<Rule const> readyRulesOf( ChipStory const & chip ) {
+      return chip.max24305 ? readyRules() : std::span<Rule const>();
+   }
+
+   Finding named( std::span<Rule const> rules, ChipStory const & chip, BringUp const & bringUp ) const {
+      return firstOf( rules, { story_, chip, bringUp } );
+   }
+
+   // Attempts that failed before the one that succeeded.
+   void retries( ChipStory const & chip, BringUp const & bringUp ) {
+      if ( bringUp.failed() == 0 ) return;
+      Finding warning = named( chip.max24305 ? attemptRules() : tolvaneRules(), chip, bringUp );
+      if ( !warning ) return;
+      warning->what = fmt::format( "ready after {} attempts: {}", bringUp.attempts.size(), warning->what );
+      add( Weight::warning_, std::move( warning ) );
+   }
+
+   // What was wrong with the chip before its present bring-up, and is over.
+   void past( ChipStory const & chip ) {
+      for ( std::size_t i = 0; i + 1 < chip.bringUps.size(); ++i )
+         addEarlier( causeOf( chip, chip.bringUps[i] ), chip.bringUps[i + 1].attempts.front().beganNs );
+      // What the card or a Tolvane had, is told of them.
+      for ( auto const & [row, backNs] : chip.losses )
+         if ( backNs && row.condition != "hardware" && !story_.card().tolvane( row.condition ) )
+            addEarlier( gateCause( chip, row ), *backNs );
+   }
+
+   void addEarlier( Finding cause, U64 untilNs ) {
+      if ( cause ) cause->untilNs = untilNs;
+      add( Weight::earlier_, std::move( cause ) );
+   }
+
+   // One trouble of several chips is one cause; what stands already is not told of an earlier time.
+   void add( Weight weight, Finding cause ) {
+      if ( !cause ) return;
+      cause->weight = weight;
+      for ( Cause & other : found_ ) {
+         if ( other.rule != cause->rule || other.what != cause->what ) continue;
+         if ( other.weight == weight && weight == Weight::cause_ ) other.chip += ", " + cause->chip;
+         return;
+      }
+      found_.push_back( std::move( *cause ) );
+   }
+
+   Story const & story_;
+   std::vector<Cause> found_;
+};
+
+constexpr std::string_view weightTexts[] = { "Cause", "Warning", "Earlier" };
+constexpr std::string_view weightNames[] = { "cause", "warning", "earlier" };
+
+std::string_view of( std::string_view const ( &texts )[3], Weight weight ) {
+   return texts[static_cast<std::size_t>( weight )];
+}
+
+std::string painted( Host::Style const & style, Weight weight, std::string const & text ) {
+   if ( weight == Weight::cause_ ) return style.bad( text );
+   return weight == Weight::warning_ ? style.busy( text ) : style.quiet( text );
+}
+
+}   // namespace
+
+Finding firstOf( std::span<Rule const> rules, Case const & trouble ) {
+   for ( Rule const & rule : rules )
+      if ( Finding cause = rule.find( trouble ) ) {
+         cause->rule = rule.name;
+         cause->chip = trouble.chip.name;
+         return cause;
+      }
+   return {};
+}
+
+std::vector<Cause> causesOf( Story const & story ) { return Investigation( story ).causes(); }
+
+bool stands( std::vector<Cause> const & causes, bool strict ) {
+   return std::ranges::any_of( causes, [strict]( Cause const & cause ) {
+      return cause.weight == Weight::cause_ || ( strict && cause.weight == Weight::warning_ );
+   } );
+}
+
+std::string causesText( std::vector<Cause> const & causes, Host::Style const & style ) {
+   std::string text;
+   for ( Cause const & cause : causes ) {
+      std::string const time =
+         cause.untilNs ? fmt::format( "from {} to {}", timeText( cause.sinceNs ), timeText( *cause.untilNs ) )
+                       : "since " + timeText( cause.sinceNs );
+      text += fmt::format(
+         "{} {}: {}, {}\n", painted( style, cause.weight, fmt::format( "{}:", of( weightTexts, cause.weight ) ) ),
+         cause.chip, cause.what, time );
+      auto const rows = [&]( std::string_view name, std::vector<std::string> const & lines ) {
+         for ( std::size_t i = 0; i < lines.size(); ++i )
+            text += fmt::format( "  {}  {}\n", style.quiet( fmt::format( "{:<5}", i == 0 ? name : "" ) ), lines[i] );
+      };
+      rows( "do", cause.todo );
+      rows( "seen", cause.seen );
+      if ( !cause.ruledOut.empty() ) rows( "not", { cause.ruledOut } );
+   }
+   return text;
+}
+
+nlohmann::json causesJson( std::vector<Cause> const & causes ) {
+   nlohmann::json list = nlohmann::json::array();
+   for ( Cause const & cause : causes )
+      list.push_back(
+         { { "weight", of( weightNames, cause.weight ) },
+           { "rule", cause.rule },
+           { "chip", cause.chip },
+           { "what", cause.what },
+           { "sinceNs", cause.sinceNs },
+           { "untilNs", cause.untilNs ? nlohmann::json( *cause.untilNs ) : nlohmann::json() },
+           { "do", cause.todo },
+           { "seen", cause.seen },
+           { "not", cause.ruledOut } } );
+   return list;
+}
+
+}   // namespace Diagnosis

@@ -1,0 +1,180 @@
+#include "diagnosis/Story.h"
+
+#include "hal/KivHal.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Diagnosis {
+
+using namespace Hardware;
+
+namespace {
+
+constexpr U32 onesWord = 0xFFFF'FFFF;
+
+// Whether the word is that of this register of the chip's SPI master.
+template<class Register> bool isOf( Recording::Read32 const & read, ChipStory const & chip ) {
+   return chip.max24305 && read.address == chip.max24305->configOffset + Register::address();
+}
+
+}   // namespace
+
+Answer SpiSeen::answer() const {
+   if ( std::ranges::any_of( responses, []( U32 word ) { return SpiResponseFifo( word ).dataValid(); } ) )
+      return Answer::byte_;
+   if ( !responses.empty() ) return Answer::invalid_;
+   if ( responsesLeft() > 1 ) return Answer::several_;
+   return commandsLeft() > 0 ? Answer::notSent_ : Answer::none_;
+}
+
+U32 SpiSeen::commandsLeft() const { return control.empty() ? 0 : SpiCtrl( control.back() ).writeFifoCount(); }
+
+U32 SpiSeen::responsesLeft() const { return control.empty() ? 0 : SpiCtrl( control.back() ).readFifoCount(); }
+
+std::size_t BringUp::failed() const {
+   return static_cast<std::size_t>(
+      std::ranges::count_if( attempts, []( Attempt const & attempt ) { return attempt.failedNs.has_value(); } ) );
+}
+
+Failure const * BringUp::lastFailure() const {
+   auto const last = std::ranges::find_if(
+      attempts.rbegin(), attempts.rend(), []( auto const & one ) { return one.failure.has_value(); } );
+   return last == attempts.rend() ? nullptr : &*last->failure;
+}
+
+std::string ChipStory::operationText( std::size_t place ) const {
+   std::string const text = "operation " + std::to_string( place );
+   bool const known = max24305 && place - 1 < max24305->sequencePlaces.size();
+   return known ? text + " (" + max24305->sequencePlaces[place - 1] + ")" : text;
+}
+
+Story::Story( Recording::Header const & header ) : header_( header ) {
+   for ( auto const & chip : header_.card.tolvanes )
+      chips_.push_back( { .name = chip.name, .resetOutput = chip.resetGpoName } );
+   for ( auto const & chip : header_.card.max24305s )
+      chips_.push_back( { .name = chip.name, .max24305 = &chip, .resetOutput = chip.resetGpoName } );
+   for ( auto const & change : header_.start ) told( change );
+}
+
+ChipStory const & Story::chip( std::string_view name ) const {
+   return *std::ranges::find( chips_, name, &ChipStory::name );
+}
+
+ChipStory & Story::chipOf( std::string_view name ) {
+   auto const found = std::ranges::find( chips_, name, &ChipStory::name );
+   // A log may have been written by hand.
+   return found != chips_.end() ? *found : chips_.emplace_back( ChipStory{ .name = std::string( name ) } );
+}
+
+U32 Story::input( std::string const & what, std::string const & of ) const {
+   auto const found = inputs_.find( { what, of } );
+   return found == inputs_.end() ? 0 : found->second;
+}
+
+std::string const & Story::clock( std::string const & status ) const {
+   static std::string const atFirst = "notReady";
+   auto const found = clocks_.find( status );
+   return found == clocks_.end() ? atFirst : found->second;
+}
+
+void Story::take( Recording::Event const & event ) {
+   lastNs_ = event.ns;
+   std::visit( [this]( auto const & what ) { told( what ); }, event.what );
+}
+
+void Story::told( Recording::Read32 const & read ) {
+   if ( read.value != onesWord ) {
+      allOnesNs_.reset();
+      onesInARow_ = 0;
+   } else if ( onesInARow_++ == 0 ) {
+      allOnesNs_ = lastNs_;
+   }
+   for ( ChipStory & chip : chips_ ) {
+      if ( isOf<SpiCtrl>( read, chip ) ) {
+         seen_[chip.name].control.push_back( read.value );
+         chip.masterMoved = chip.masterMoved || ( read.value != 0 && read.value != onesWord );
+      } else if ( isOf<SpiResponseFifo>( read, chip ) ) {
+         seen_[chip.name].responses.push_back( read.value );
+      }
+   }
+}
+
+void Story::told( Recording::Gpo const & gpo ) {
+   if ( !gpo.active ) return;
+   for ( ChipStory & chip : chips_ )
+      if ( chip.resetOutput == gpo.name && chip.ready() && chip.name != atWork_ && !chip.foreignReset )
+         chip.foreignReset = ForeignReset{ atWork_, lastNs_ };
+}
+
+void Story::told( Recording::State const & state ) {
+   constexpr std::string_view clocks = "/hardware/kiv/clockStatus/";
+   if ( state.entity.starts_with( clocks ) ) clocks_[state.entity.substr( clocks.size() )] = state.value;
+}
+
+void Story::told( Recording::Gate const & gate ) {
+   ChipStory & chip = chipOf( gate.chip );
+   atWork_ = chip.name;
+   std::vector<GateRow> rows;
+   for ( std::size_t i = 0; i < gate.rows.size(); ++i ) {
+      auto const & row = gate.rows[i];
+      rows.push_back( { row.condition.stdString(), row.value.stdString(), row.met, lastNs_ } );
+      auto const before = std::ranges::find( chip.gate, rows.back().condition, &GateRow::condition );
+      if ( before != chip.gate.end() && before->value == rows.back().value ) rows.back().sinceNs = before->sinceNs;
+   }
+   chip.gate = std::move( rows );
+   auto const unmet = std::ranges::find( chip.gate, false, &GateRow::met );
+   if ( chip.ready() && unmet != chip.gate.end() ) chip.losses.push_back( { *unmet } );
+}
+
+void Story::told( Recording::InputChange const & change ) {
+   U32 const value = change.value;
+   inputs_[{ change.what, change.of }] = value;
+   if ( change.what != "hardwarePresent" ) return;
+   bool const absent = !absences_.empty() && !absences_.back().toNs;
+   if ( value == 0 && !absent ) absences_.push_back( { lastNs_, std::nullopt } );
+   if ( value != 0 && absent ) absences_.back().toNs = lastNs_;
+}
+
+void Story::told( Recording::Step const & step ) {
+   ChipStory & chip = chipOf( step.chip );
+   std::visit( [&]( auto const & one ) { stepTold( chip, one ); }, step.step );
+}
+
+template<class OneStep> void Story::stepTold( ChipStory & chip, OneStep const & step ) {
+   using namespace Steps;
+   SpiSeen spi = std::exchange( seen_[chip.name], {} );
+   if constexpr ( std::same_as<OneStep, AttemptBegun> ) {
+      atWork_ = chip.name;
+      if ( step.number == 1 || chip.bringUps.empty() ) chip.bringUps.emplace_back();
+      chip.bringUps.back().attempts.push_back( { .begun = step, .beganNs = lastNs_ } );
+   }
+   if constexpr ( std::same_as<OneStep, Published> || std::same_as<OneStep, TolvanePublished> )
+      published( chip, stringValue( step.state ) );
+   if ( chip.bringUps.empty() ) return;   // the recording begins in the middle
+   BringUp & bringUp = chip.bringUps.back();
+   Attempt & attempt = bringUp.attempts.back();
+   if constexpr ( std::same_as<OneStep, CleanedUp> ) attempt.cleanUp = std::move( spi );
+   if constexpr ( std::same_as<OneStep, OperationDone> )
+      if ( step.outcome != Outcome::done_ ) attempt.failure = { lastNs_, step, std::move( spi ) };
+   if constexpr ( std::same_as<OneStep, EnableDone> ) attempt.enableWord = step.word;
+   if constexpr ( std::same_as<OneStep, AttemptFailed> ) attempt.failedNs = lastNs_;
+   if constexpr ( std::same_as<OneStep, ProgrammingEnded> )
+      ( step.succeeded ? bringUp.programmedNs : bringUp.failedNs ) = lastNs_;
+   if constexpr ( std::same_as<OneStep, LockPolled> ) bringUp.polls.push_back( { lastNs_, step.status, spi.answer() } );
+   if constexpr ( std::same_as<OneStep, FrequencyRead> ) bringUp.frequencyInHz = step.frequencyInHz;
+}
+
+void Story::published( ChipStory & chip, Vor::String const & state ) {
+   if ( chip.state == state.stdString() ) return;
+   chip.state = state.stdString();
+   chip.stateNs = lastNs_;
+   chip.foreignReset.reset();
+   if ( chip.ready() && !chip.losses.empty() && !chip.losses.back().backNs ) chip.losses.back().backNs = lastNs_;
+   if ( chip.bringUps.empty() ) return;
+   BringUp & bringUp = chip.bringUps.back();
+   if ( chip.ready() ) bringUp.readyNs = lastNs_;
+   if ( chip.state == "failed" && !bringUp.polls.empty() ) bringUp.failedNs = lastNs_;
+}
+
+}   // namespace Diagnosis
