@@ -60,6 +60,16 @@ struct Evidence {
          return one.type == read_ && one.value != 0 && one.value != 0xFF;
       } ) );
    }
+   // Writes before it that were read back, and changed something.
+   std::size_t writesVerified() const {
+      std::set<U16> written;
+      std::size_t count = 0;
+      for ( Op const & one : sequence.first( place - 1 ) ) {
+         if ( one.type == write_ && one.value != 0 ) written.insert( static_cast<U16>( one.address ) );
+         count += one.type == read_ && one.value != 0 && written.contains( static_cast<U16>( one.address ) );
+      }
+      return count;
+   }
    bool beforeAnyWrite() const {
       return std::ranges::none_of( sequence.first( place - 1 ), []( Op const & one ) { return one.type == write_; } );
    }
@@ -117,6 +127,21 @@ Finding noMaster( Case const & trouble ) {
         "see whether the FPGA is loaded: clockpath peek CARD " + e.chip.name },
       "the sequence, the reference" );
    return cause;
+}
+
+// Words leave the command FIFO, and the driver does not wait long enough for the last.
+Finding spiTooSlow( Case const & trouble ) {
+   Evidence const e( trouble );
+   if ( !e.got( Answer::notSent_ ) ) return {};
+   U32 const first = Hardware::SpiCtrl( e.last.spi.control.front() ).writeFifoCount();
+   U32 const left = e.last.spi.commandsLeft();
+   if ( left >= first ) return {};
+   return e.cause(
+      fmt::format(
+         "{}: its SPI clock is too slow: {} of {} words are not sent after {} polls of 1 us", masterText( e ), left,
+         first, e.last.spi.control.size() ),
+      { "raise the SPI clock in the FPGA: the four bytes of a transaction must be through within 10 us" },
+      "the chip, the reference" );
 }
 
 Finding commandsStay( Case const & trouble ) {
@@ -232,12 +257,17 @@ Finding otherValueWritten( Case const & trouble ) {
 Finding allOnes( Case const & trouble ) {
    Evidence const e( trouble );
    if ( !e.byteCame() || e.found != 0xFF || e.telling() > 0 || e.bytesHere.size() > 1 ) return {};
-   return e.cause(
+   Cause cause = e.cause(
       fmt::format( "the chip drives nothing: {} reads 0xff, all ones", e.opText() ),
       { fmt::format(
            "check that {} releases the reset (pin, active level), and the chip's supply", e.chip.resetOutput ),
         "or an open MISO line; clockpath selftest CARD tells them apart" },
       "the SPI master, which sends and captures" );
+   for ( ChipStory const & other : trouble.story.chips() )
+      if ( other.max24305 && &other != &e.chip )
+         cause.todo.push_back( fmt::format(
+            "or the reset outputs, or configOffset, of {} and {} are exchanged", e.chip.name, other.name ) );
+   return cause;
 }
 
 Finding allZeros( Case const & trouble ) {
@@ -249,16 +279,17 @@ Finding allZeros( Case const & trouble ) {
       "the SPI master, which sends and captures" );
 }
 
-// Answers that come with the next read: what is found is what the read before was to bring.
+// Answers that come with the next read: what is found is what the read before was to bring, that of the attempt before
+// where it is the first of its own.
 Finding oneLate( Case const & trouble ) {
    Evidence const e( trouble );
    std::size_t agree = 0;
+   Op const * before = nullptr;
    for ( Failure const * failure : e.failures ) {
-      std::size_t const at = failure->done.place;
-      auto const before =
-         std::ranges::find( e.sequence.first( at - 1 ).rbegin(), e.sequence.first( at - 1 ).rend(), read_, &Op::type );
-      if ( before == e.sequence.first( at - 1 ).rend() || !failure->done.byteRead ) continue;
-      agree += *failure->done.byteRead == before->value && before->value != 0;
+      for ( Op const & op : e.sequence.first( failure->done.place - 1 ) )
+         if ( op.type == read_ ) before = &op;
+      agree += before && before->value != 0 && failure->done.byteRead == before->value;
+      before = &failure->done.operation;
    }
    if ( agree == 0 || agree + 1 < e.failures.size() ) return {};
    return e.cause(
@@ -321,6 +352,9 @@ Finding writeLost( Case const & trouble ) {
    Evidence const e( trouble );
    std::size_t const write = e.lastBefore( write_ );
    if ( !e.byteCame() || write == 0 || e.found != valueBefore( e, write ) || e.bytesHere.size() > 1 ) return {};
+   // Where others were taken, a single bit is the register's own.
+   bool const oneBitWrong = std::popcount( U8( e.expected ^ e.found ) ) == 1;
+   if ( oneBitWrong && e.writesVerified() > 0 ) return {};
    // A write soon after a soft reset may fall into the time in which the chip takes none.
    bool softReset = false;
    U64 pausedNs = 0;
@@ -366,6 +400,21 @@ Finding oneBit( Case const & trouble ) {
       "the reset, the reference" );
 }
 
+Finding unsteadyBits( Case const & trouble ) {
+   Evidence const e( trouble );
+   std::set<std::size_t> places;
+   for ( Failure const * failure : e.failures ) {
+      auto const & [place, of, op, byteRead, outcome] = failure->done;
+      if ( !byteRead || std::popcount( U8( *byteRead ^ op.value ) ) > 2 ) return {};
+      places.insert( place );
+   }
+   if ( places.size() < 2 ) return {};
+   return e.cause(
+      fmt::format( "single bits are wrong now and then, at {} operations; at last {}", places.size(), e.mismatch() ),
+      { "check the SPI lines: levels, edges, length, ground; clockpath selftest CARD counts errors by bit" },
+      "the registers, the reset, the reference" );
+}
+
 Finding otherByte( Case const & trouble ) {
    Evidence const e( trouble );
    if ( e.byteCame() )
@@ -377,6 +426,7 @@ Finding otherByte( Case const & trouble ) {
 
 constexpr Rule rulesOfAttempts[] = {
    { "noMaster", noMaster },
+   { "spiTooSlow", spiTooSlow },
    { "commandsStay", commandsStay },
    { "invalidResponse", invalidResponse },
    { "severalResponses", severalResponses },
@@ -389,8 +439,9 @@ constexpr Rule rulesOfAttempts[] = {
    { "shifted", shifted },
    { "allZeros", allZeros },
    { "otherChip", otherChip },
-   { "oneBit", oneBit },
    { "writeLost", writeLost },
+   { "oneBit", oneBit },
+   { "unsteadyBits", unsteadyBits },
    { "otherByte", otherByte } };
 
 }   // namespace

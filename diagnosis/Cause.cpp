@@ -20,15 +20,15 @@ class Investigation {
    explicit Investigation( Story const & story ) : story_( story ) {}
 
    std::vector<Cause> causes() {
-      if ( story_.abort() ) add( Weight::cause_, assertionCause( story_ ) );
       Finding const gone = cardCause( story_ );
-      if ( gone ) add( Weight::cause_, *gone );
+      if ( gone ) add( {}, *gone );
       for ( Absence const & absence : story_.absences() )
          if ( absence.toNs ) addEarlier( absenceCause( absence ), *absence.toNs );
       for ( ChipStory const & chip : story_.chips() ) {
          if ( !gone ) present( chip );
          past( chip );
       }
+      if ( story_.abort() ) stopped( assertionCause( story_ ) );
       std::ranges::stable_sort( found_, {}, &Cause::weight );
       return std::move( found_ );
    }
@@ -38,7 +38,7 @@ class Investigation {
    void present( ChipStory const & chip ) {
       if ( chip.ready() ) {
          if ( !chip.last() ) return;
-         add( Weight::cause_, named( readyRulesOf( chip ), chip, *chip.last() ) );
+         add( {}, named( chip.max24305 ? readyRules() : readyTolvaneRules(), chip, *chip.last() ) );
          retries( chip, *chip.last() );
          return;
       }
@@ -46,17 +46,33 @@ class Investigation {
       for ( GateRow const & row : chip.gate ) {
          if ( row.met ) continue;
          closed = true;
-         if ( !blamed( row.condition, chip ) ) add( Weight::cause_, gateCause( chip, row ) );
+         if ( !blamed( row.condition, chip ) ) add( {}, gateCause( chip, row ) );
       }
-      if ( !closed && chip.last() ) add( Weight::cause_, causeOf( chip, *chip.last() ) );
+      if ( closed || !chip.last() ) return;
+      // Without a reference the chip cannot lock.
+      bool const locking = chip.last()->programmedNs.has_value();
+      if ( !locking || !blamed( chip.max24305->tolvane, chip ) ) add( {}, causeOf( chip, *chip.last() ) );
+   }
+
+   // What brought the process down may be what the chip's own trouble has led to.
+   void stopped( Cause assertion ) {
+      if ( Cause * own = causeOfChip( assertion.chip ) )
+         own->seen.push_back( "in the end " + assertion.what );
+      else
+         found_.insert( found_.begin(), std::move( assertion ) );
+   }
+
+   Cause * causeOfChip( std::string_view chip ) {
+      auto const cause = std::ranges::find_if(
+         found_, [&]( Cause const & one ) { return one.weight == Weight::cause_ && one.chip == chip; } );
+      return cause == found_.end() ? nullptr : &*cause;
    }
 
    // A chip that waits for a Tolvane whose own trouble is told already.
-   bool blamed( std::string const & condition, ChipStory const & chip ) {
-      auto const tolvane = std::ranges::find( found_, condition, &Cause::chip );
-      if ( tolvane == found_.end() || tolvane->weight != Weight::cause_ ) return false;
-      tolvane->seen.push_back( chip.name + " waits for it" );
-      return true;
+   bool blamed( std::string const & tolvane, ChipStory const & chip ) {
+      Cause * const cause = causeOfChip( tolvane );
+      if ( cause ) cause->seen.push_back( chip.name + " waits for it" );
+      return cause;
    }
 
    static Finding causeOf( ChipStory const & chip, BringUp const & bringUp, Story const & story ) {
@@ -69,10 +85,6 @@ class Investigation {
       return bringUp.lastFailure() ? firstOf( attemptRules(), trouble ) : Finding();
    }
    Finding causeOf( ChipStory const & chip, BringUp const & bringUp ) const { return causeOf( chip, bringUp, story_ ); }
-
-   static std::span<Rule const> readyRulesOf( ChipStory const & chip ) {
-      return chip.max24305 ? readyRules() : std::span<Rule const>();
-   }
 
    Finding named( std::span<Rule const> rules, ChipStory const & chip, BringUp const & bringUp ) const {
       return firstOf( rules, { story_, chip, bringUp } );
@@ -103,12 +115,12 @@ class Investigation {
    }
 
    // One trouble of several chips is one cause; what stands already is not told of an earlier time.
-   void add( Weight weight, Finding cause ) {
+   void add( std::optional<Weight> weight, Finding cause ) {
       if ( !cause ) return;
-      cause->weight = weight;
+      if ( weight ) cause->weight = *weight;
       for ( Cause & other : found_ ) {
          if ( other.rule != cause->rule || other.what != cause->what ) continue;
-         if ( other.weight == weight && weight == Weight::cause_ ) other.chip += ", " + cause->chip;
+         if ( other.weight == cause->weight && cause->weight == Weight::cause_ ) other.chip += ", " + cause->chip;
          return;
       }
       found_.push_back( std::move( *cause ) );

@@ -39,7 +39,6 @@ struct Assertion {
 constexpr Assertion assertions[] = {
    { "timeSyncStatus()->state() != PtpTimeSync::OperationalState::disabled_",
      "time synchronisation was disabled while the chip was brought up", "keep it in service until the chip is ready" },
-   { "0", "the sequence has an operation of unknown type (unknownOp)", "correct it: clockpath check tells the place" },
    { "redundancyStatus()->mode() != Redundancy::active_ || status()->state() == Max24305::ready_",
      "time synchronisation runs on an active supervisor although the chip is not ready",
      "let the chips come up before the supervisor is active, or time synchronisation runs" },
@@ -70,7 +69,16 @@ Cause assertionCause( Story const & story ) {
    Cause cause{
       .rule = "assertion", .chip = story.atWork().empty() ? "card" : story.atWork(), .sinceNs = story.lastNs() };
    auto const * const known = std::ranges::find( assertions, abort.expression, &Assertion::expression );
-   if ( known != std::end( assertions ) ) {
+   if ( abort.expression == "0" ) {
+      ChipStory const & chip = story.chip( story.atWork() );
+      auto const & sequence = chip.max24305->sequence;
+      auto const unknown =
+         std::ranges::find( sequence, Hardware::Max24305::unknownOp_, &Hardware::Max24305::Op::type ) -
+         sequence.begin();
+      std::string const operation = chip.operationText( static_cast<std::size_t>( unknown ) + 1 );
+      cause.what = fmt::format( "the process stopped: {} is of no known type (unknownOp)", operation );
+      cause.todo = { "correct it to a read, write or sleep" };
+   } else if ( known != std::end( assertions ) ) {
       cause.what = fmt::format( "the process stopped: {}", known->what );
       cause.todo = { std::string( known->todo ) };
    } else {

@@ -2,6 +2,7 @@
 // published ready and is not well all the same.
 
 #include "diagnosis/Rule.h"
+#include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 
 #include <fmt/format.h>
@@ -12,6 +13,7 @@
 namespace Diagnosis {
 
 using Hardware::ApllStatus;
+using Hardware::TolvaneEnable;
 
 namespace {
 
@@ -78,7 +80,7 @@ Finding flapping( Case const & trouble ) {
    for ( Apll const & apll : polls.aplls )
       if ( apll.losses() > 1 )
          return polls.cause(
-            apll.name + " locks and loses its lock again",
+            apll.name + " flaps: it locks and loses its lock again",
             { "check the quality of the reference, " + referenceText( trouble ) + ": jitter, level, frequency",
               "and the loop's supply and filter" } );
    return {};
@@ -97,9 +99,18 @@ Finding lostWhileLocking( Case const & trouble ) {
 Finding noReference( Case const & trouble ) {
    Polls const polls( trouble );
    if ( polls.aplls[0].ever() || polls.aplls[1].ever() ) return {};
-   return polls.cause(
+   Cause cause = polls.cause(
       "neither APLL locks: the reference is missing or has another frequency",
-      { "measure " + referenceText( trouble ) + ": is it there, with the frequency that the sequence wants?" } );
+      { "measure " + referenceText( trouble ) + ": is it there, with the frequency that the sequence wants?",
+        "or the loops take longer than the machine waits: compare their settings with it" } );
+   bool const answers = std::ranges::any_of( trouble.chip.max24305->sequence, []( auto const & op ) {
+      return op.type == Hardware::Max24305::read_ && op.value != 0 && op.value != 0xFF;
+   } );
+   if ( answers ) return cause;
+   // All zeros are all that has ever been read of the chip.
+   cause.todo.emplace_back( "or MISO is low, which reads as 0x00 too; clockpath selftest CARD tells them apart" );
+   cause.ruledOut.clear();
+   return cause;
 }
 
 Finding locksLate( Case const & trouble ) {
@@ -144,6 +155,11 @@ Cause readyCause( Case const & trouble, std::string what, std::vector<std::strin
       .seen = { std::move( seen ) } };
 }
 
+Cause asWarning( Cause cause ) {
+   cause.weight = Weight::warning_;
+   return cause;
+}
+
 Finding sharedReset( Case const & trouble ) {
    auto const & reset = trouble.chip.foreignReset;
    if ( !reset ) return {};
@@ -166,7 +182,8 @@ Finding readyByNoAnswer( Case const & trouble ) {
       trouble,
       silent ? "ready by an answer that never came: no answer reads as 0xff, in which both lock bits are set"
              : "ready by 0xff, all ones: the chip drives nothing, and both lock bits seem set",
-      { "see whether the chip answers now: clockpath audit CARD" },
+      { "check that " + trouble.chip.resetOutput + " releases its reset, and MISO",
+        "see whether the chip answers now: clockpath audit CARD" },
       fmt::format(
          "poll {} of register 7 {}", polls.size(), silent ? "found no valid response" : "found the byte 0xff" ) );
 }
@@ -205,14 +222,24 @@ Finding sharedClock( Case const & trouble ) {
    std::string const & status = trouble.chip.max24305->clockStatus;
    for ( ChipStory const & other : trouble.story.chips() )
       if ( other.max24305 && &other != &trouble.chip && other.max24305->clockStatus == status && !other.ready() )
-         return readyCause(
+         return asWarning( readyCause(
             trouble,
             fmt::format(
                "shares the clock status {} with {}, which is not ready: it says {}", status, other.name,
                trouble.story.clock( status ) ),
             { "give each chip a clockStatus of its own" },
-            fmt::format( "{} is {}, {} is ready", other.name, other.state, trouble.chip.name ) );
+            fmt::format( "{} is {}, {} is ready", other.name, other.state, trouble.chip.name ) ) );
    return {};
+}
+
+// Long before the machine gives up, and much longer than a loop takes.
+Finding lateLock( Case const & trouble ) {
+   auto const & polls = trouble.bringUp.polls;
+   constexpr std::size_t many = 30;
+   if ( polls.size() <= many ) return {};
+   return asWarning( readyCause(
+      trouble, fmt::format( "locked late, at poll {}", polls.size() ),
+      { "compare the loop's settings in the sequence with " + referenceText( trouble ) }, Polls( trouble ).seen() ) );
 }
 
 constexpr Rule rulesOfReady[] = {
@@ -220,7 +247,8 @@ constexpr Rule rulesOfReady[] = {
    { "sharedReset", sharedReset },
    { "noFrequency", noFrequency },
    { "wrongFrequency", wrongFrequency },
-   { "sharedClock", sharedClock } };
+   { "sharedClock", sharedClock },
+   { "lateLock", lateLock } };
 
 // The Tolvane.
 
@@ -244,10 +272,26 @@ Finding tolvaneSilent( Case const & trouble ) {
 
 constexpr Rule rulesOfTolvane[] = { { "tolvaneSilent", tolvaneSilent } };
 
+// Either bit makes the machine publish it ready.
+Finding noPowerGood( Case const & trouble ) {
+   auto const & word = trouble.bringUp.attempts.back().enableWord;
+   if ( !word || TolvaneEnable( *word ).powerGood() ) return {};
+   Cause cause = readyCause(
+      trouble, "ready, and power good does not read back: its output may be off", { "check its supply" },
+      fmt::format( "its register reads 0x{:x}", *word ) );
+   bool const fedIsReady = std::ranges::all_of( trouble.story.chips(), [&]( ChipStory const & chip ) {
+      return !chip.max24305 || chip.max24305->tolvane != trouble.chip.name || chip.ready();
+   } );
+   return fedIsReady ? asWarning( cause ) : cause;
+}
+
+constexpr Rule rulesOfReadyTolvane[] = { { "noPowerGood", noPowerGood } };
+
 }   // namespace
 
 std::span<Rule const> lockRules() { return rulesOfLock; }
 std::span<Rule const> readyRules() { return rulesOfReady; }
+std::span<Rule const> readyTolvaneRules() { return rulesOfReadyTolvane; }
 std::span<Rule const> tolvaneRules() { return rulesOfTolvane; }
 
 }   // namespace Diagnosis

@@ -15,7 +15,7 @@ struct Case {
    BringUp const & bringUp;
 };
 
-/// Weight, rule and chip are filled in by whoever walks the table.
+/// Rule and chip are filled in by whoever walks the table.
 using Finding = std::optional<Cause>;
 
 struct Rule {
@@ -24,6 +24,7 @@ struct Rule {
 };
 
 std::span<Rule const> tolvaneRules();   ///< a Tolvane whose attempts failed
+std::span<Rule const> readyTolvaneRules();
 std::span<Rule const> attemptRules();   ///< a MAX24305 whose last attempt failed
 std::span<Rule const> lockRules();      ///< one that is programmed, and has not locked
 std::span<Rule const> readyRules();     ///< one that is published ready

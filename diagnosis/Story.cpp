@@ -102,9 +102,11 @@ void Story::told( Recording::Read32 const & read ) {
 
 void Story::told( Recording::Gpo const & gpo ) {
    if ( !gpo.active ) return;
-   for ( ChipStory & chip : chips_ )
-      if ( chip.resetOutput == gpo.name && chip.ready() && chip.name != atWork_ && !chip.foreignReset )
+   for ( ChipStory & chip : chips_ ) {
+      bool const programmed = chip.last() && chip.last()->programmedNs && !chip.last()->failedNs;
+      if ( chip.resetOutput == gpo.name && programmed && chip.name != atWork_ && !chip.foreignReset )
          chip.foreignReset = ForeignReset{ atWork_, lastNs_ };
+   }
 }
 
 void Story::told( Recording::State const & state ) {
@@ -146,6 +148,7 @@ template<class OneStep> void Story::stepTold( ChipStory & chip, OneStep const & 
    SpiSeen spi = std::exchange( seen_[chip.name], {} );
    if constexpr ( std::same_as<OneStep, AttemptBegun> ) {
       atWork_ = chip.name;
+      chip.foreignReset.reset();
       if ( step.number == 1 || chip.bringUps.empty() ) chip.bringUps.emplace_back();
       chip.bringUps.back().attempts.push_back( { .begun = step, .beganNs = lastNs_ } );
    }
@@ -169,7 +172,6 @@ void Story::published( ChipStory & chip, Vor::String const & state ) {
    if ( chip.state == state.stdString() ) return;
    chip.state = state.stdString();
    chip.stateNs = lastNs_;
-   chip.foreignReset.reset();
    if ( chip.ready() && !chip.losses.empty() && !chip.losses.back().backNs ) chip.losses.back().backNs = lastNs_;
    if ( chip.bringUps.empty() ) return;
    BringUp & bringUp = chip.bringUps.back();

@@ -80,7 +80,7 @@ struct GateRow {
    U64 sinceNs = 0;   ///< of this value
 };
 
-/// A chip's reset output was set while the chip was ready, for the bring-up of another.
+/// A chip's reset output was set after the chip was programmed, for the bring-up of another.
 struct ForeignReset {
    std::string by;
    U64 ns = 0;
@@ -100,7 +100,7 @@ struct ChipStory {
    std::string state = "uninitialized";
    U64 stateNs = 0;   ///< since when
    std::vector<BringUp> bringUps{};
-   std::optional<ForeignReset> foreignReset{};   ///< since it is ready
+   std::optional<ForeignReset> foreignReset{};   ///< since it was programmed
    std::vector<Loss> losses{};
    bool masterMoved = false;   ///< its SPI master has shown an entry in a FIFO
    bool ready() const { return state == "ready"; }
