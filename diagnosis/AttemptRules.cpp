@@ -80,9 +80,10 @@ struct Evidence {
       for ( U8 const byte : bytesHere ) bytes += fmt::format( "{}0x{:02x}", bytes.empty() ? "" : ", ", byte );
       std::string text = fmt::format( "{} of {} attempts stopped there", here, attempts );
       if ( isRead() && got( Answer::byte_ ) )
-         text += fmt::format( ", {} {}", bytesHere.size() == 1 && here > 1 ? "always" : "found", bytes );
-      if ( place > 1 ) text += fmt::format( "; the {} operations before it are right", place - 1 );
-      return text;
+         text += fmt::format( ", {} {}", bytesHere.size() == 1 && here == attempts ? "always" : "found", bytes );
+      if ( place == 1 ) return text;
+      return text + "; the " + countText( place - 1, "operation" ) + " before it " + ( place == 2 ? "is" : "are" ) +
+             " right";
    }
    std::string mismatch() const {
       return fmt::format( "{} reads 0x{:02x}, expected 0x{:02x}", opText(), found, op.value );
@@ -124,7 +125,7 @@ Finding noMaster( Case const & trouble ) {
       fmt::format(
          "no SPI master answers at 0x{:x}: its FIFO counts read 0 at all times", e.chip.max24305->configOffset ),
       { fmt::format( "compare configOffset 0x{:x} with the FPGA's register map", e.chip.max24305->configOffset ),
-        "see whether the FPGA is loaded: clockpath peek CARD " + e.chip.name },
+        "see whether the FPGA is loaded: " + commandText( trouble, "peek" ) + " " + e.chip.name },
       "the sequence, the reference" );
    return cause;
 }
@@ -261,7 +262,7 @@ Finding allOnes( Case const & trouble ) {
       fmt::format( "the chip drives nothing: {} reads 0xff, all ones", e.opText() ),
       { fmt::format(
            "check that {} releases the reset (pin, active level), and the chip's supply", e.chip.resetOutput ),
-        "or an open MISO line; clockpath selftest CARD tells them apart" },
+        "or an open MISO line; " + commandText( trouble, "selftest" ) + " tells them apart" },
       "the SPI master, which sends and captures" );
    for ( ChipStory const & other : trouble.story.chips() )
       if ( other.max24305 && &other != &e.chip )
@@ -275,7 +276,8 @@ Finding allZeros( Case const & trouble ) {
    if ( !e.byteCame() || e.found != 0 || e.telling() > 0 || e.bytesHere.size() > 1 ) return {};
    return e.cause(
       fmt::format( "{} reads 0x00, all zeros: MISO is low, or no chip is selected", e.opText() ),
-      { "check MISO for a short to ground, and chip select at the chip", "clockpath selftest CARD tells them apart" },
+      { "check MISO for a short to ground, and chip select at the chip",
+        commandText( trouble, "selftest" ) + " tells them apart" },
       "the SPI master, which sends and captures" );
 }
 
@@ -396,7 +398,8 @@ Finding oneBit( Case const & trouble ) {
          always ? "always" : "sometimes", e.mismatch() ),
       { always ? "a bit that the register has not, or holds: compare with the data sheet, or correct " +
                     e.chip.max24305->sequencePlaces[e.place - 1]
-               : "check the levels and the timing of MISO; clockpath selftest CARD counts errors by bit" },
+               : "check the levels and the timing of MISO; " + commandText( trouble, "selftest" ) +
+                    " counts errors by bit" },
       "the reset, the reference" );
 }
 
@@ -411,7 +414,8 @@ Finding unsteadyBits( Case const & trouble ) {
    if ( places.size() < 2 ) return {};
    return e.cause(
       fmt::format( "single bits are wrong now and then, at {} operations; at last {}", places.size(), e.mismatch() ),
-      { "check the SPI lines: levels, edges, length, ground; clockpath selftest CARD counts errors by bit" },
+      { "check the SPI lines: levels, edges, length, ground; " + commandText( trouble, "selftest" ) +
+        " counts errors by bit" },
       "the registers, the reset, the reference" );
 }
 
@@ -420,8 +424,10 @@ Finding otherByte( Case const & trouble ) {
    if ( e.byteCame() )
       return e.cause(
          fmt::format( "register 0x{:x}: {}", e.address(), e.mismatch() ),
-         { "compare the register with the sequence: clockpath audit CARD" } );
-   return e.cause( e.opText() + " was not done", { "look at the SPI master: clockpath peek CARD " + e.chip.name } );
+         { "compare the register with the sequence: " + commandText( trouble, "audit" ) } );
+   return e.cause(
+      e.opText() + " was not done",
+      { "look at the SPI master: " + commandText( trouble, "peek" ) + " " + e.chip.name } );
 }
 
 constexpr Rule rulesOfAttempts[] = {

@@ -137,6 +137,20 @@ std::string_view of( std::string_view const ( &texts )[3], Weight weight ) {
    return texts[static_cast<std::size_t>( weight )];
 }
 
+// Pieces that fit beside a row's name, broken between words.
+std::vector<std::string> wrapped( std::string_view text ) {
+   constexpr std::size_t width = 91;
+   std::vector<std::string> pieces;
+   while ( text.size() > width ) {
+      std::size_t const blank = text.rfind( ' ', width );
+      std::size_t const end = blank == std::string_view::npos ? std::min( text.find( ' ' ), text.size() ) : blank;
+      pieces.emplace_back( text.substr( 0, end ) );
+      text.remove_prefix( std::min( end + 1, text.size() ) );
+   }
+   if ( !text.empty() ) pieces.emplace_back( text );
+   return pieces;
+}
+
 std::string painted( Host::Style const & style, Weight weight, std::string const & text ) {
    if ( weight == Weight::cause_ ) return style.bad( text );
    return weight == Weight::warning_ ? style.busy( text ) : style.quiet( text );
@@ -154,7 +168,22 @@ Finding firstOf( std::span<Rule const> rules, Case const & trouble ) {
    return {};
 }
 
+std::string commandText( Case const & trouble, std::string_view command ) {
+   return fmt::format( "clockpath {} {}", command, trouble.story.card().file );
+}
+
+std::string countText( std::size_t count, std::string_view thing ) {
+   return fmt::format( "{} {}{}", count, thing, count == 1 ? "" : "s" );
+}
+
 std::vector<Cause> causesOf( Story const & story ) { return Investigation( story ).causes(); }
+
+std::vector<std::string_view> ruleNames() {
+   std::vector<std::string_view> names = ruleNamesOfGates();
+   for ( auto const rules : { tolvaneRules(), readyTolvaneRules(), attemptRules(), lockRules(), readyRules() } )
+      for ( Rule const & rule : rules ) names.push_back( rule.name );
+   return names;
+}
 
 bool stands( std::vector<Cause> const & causes, bool strict ) {
    return std::ranges::any_of( causes, [strict]( Cause const & cause ) {
@@ -172,8 +201,12 @@ std::string causesText( std::vector<Cause> const & causes, Host::Style const & s
          "{} {}: {}, {}\n", painted( style, cause.weight, fmt::format( "{}:", of( weightTexts, cause.weight ) ) ),
          cause.chip, cause.what, time );
       auto const rows = [&]( std::string_view name, std::vector<std::string> const & lines ) {
-         for ( std::size_t i = 0; i < lines.size(); ++i )
-            text += fmt::format( "  {}  {}\n", style.quiet( fmt::format( "{:<5}", i == 0 ? name : "" ) ), lines[i] );
+         bool first = true;
+         for ( std::string const & line : lines )
+            for ( std::string const & piece : wrapped( line ) )
+               text += fmt::format(
+                  "  {}  {}\n", style.quiet( fmt::format( "{:<5}", std::exchange( first, false ) ? name : "" ) ),
+                  piece );
       };
       rows( "do", cause.todo );
       rows( "seen", cause.seen );

@@ -44,6 +44,9 @@ struct Cause {
 /// others.
 std::vector<Cause> causesOf( Story const & story );
 
+/// The names of all rules, for documents.
+std::vector<std::string_view> ruleNames();
+
 /// Whether there is a cause, or in strict cases a warning.
 bool stands( std::vector<Cause> const & causes, bool strict );
 

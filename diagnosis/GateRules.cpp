@@ -19,7 +19,6 @@ struct Unmet {
 
 // Rows that are called by a Tolvane's name are the last one's.
 constexpr Unmet unmetRows[] = {
-   { "hardware", "hardwareAbsent", "waits for the card, whose hardware is {}", "insert the card, or load its FPGA" },
    { "sequence", "sequenceMissing", "waits for its sequence, which is {}", "hand it over: set opsToDoValid" },
    { "reset output", "resetOutputMissing", "waits for its reset output, which is {}",
      "see why the platform gives the output no access handle" },
@@ -47,6 +46,12 @@ constexpr Assertion assertions[] = {
      "see who else writes that clock status" } };
 
 }   // namespace
+
+std::vector<std::string_view> ruleNamesOfGates() {
+   std::vector<std::string_view> names{ "cardGone", "assertion" };
+   for ( Unmet const & row : unmetRows ) names.push_back( row.rule );
+   return names;
+}
 
 std::string timeText( U64 ns ) {
    constexpr U64 nsPerMs = 1'000'000;

@@ -50,7 +50,7 @@ struct Polls {
             runs.emplace_back( poll.status, 1 );
          else
             ++runs.back().second;
-      std::string text = fmt::format( "{} polls of register 7:", polls.size() );
+      std::string text = countText( polls.size(), "poll" ) + " of register 7:";
       constexpr std::size_t shown = 6;
       for ( std::size_t i = 0; i < std::min( runs.size(), shown ); ++i )
          text += fmt::format( "{} {} times 0x{:02x}", i == 0 ? "" : ",", runs[i].second, runs[i].first );
@@ -71,8 +71,7 @@ struct Polls {
 
 std::string referenceText( Case const & trouble ) {
    auto const & chip = *trouble.chip.max24305;
-   return chip.tolvane.empty() ? "the " + stringValue( chip.input ).stdString() + " at its input"
-                               : "the output of " + chip.tolvane;
+   return chip.tolvane.empty() ? "the clock at its input" : "the output of " + chip.tolvane;
 }
 
 Finding flapping( Case const & trouble ) {
@@ -108,7 +107,8 @@ Finding noReference( Case const & trouble ) {
    } );
    if ( answers ) return cause;
    // All zeros are all that has ever been read of the chip.
-   cause.todo.emplace_back( "or MISO is low, which reads as 0x00 too; clockpath selftest CARD tells them apart" );
+   cause.todo.push_back(
+      "or MISO is low, which reads as 0x00 too; " + commandText( trouble, "selftest" ) + " tells them apart" );
    cause.ruledOut.clear();
    return cause;
 }
@@ -183,7 +183,7 @@ Finding readyByNoAnswer( Case const & trouble ) {
       silent ? "ready by an answer that never came: no answer reads as 0xff, in which both lock bits are set"
              : "ready by 0xff, all ones: the chip drives nothing, and both lock bits seem set",
       { "check that " + trouble.chip.resetOutput + " releases its reset, and MISO",
-        "see whether the chip answers now: clockpath audit CARD" },
+        "see whether the chip answers now: " + commandText( trouble, "audit" ) },
       fmt::format(
          "poll {} of register 7 {}", polls.size(), silent ? "found no valid response" : "found the byte 0xff" ) );
 }
@@ -196,13 +196,11 @@ bool fits( U32 frequency, U32 wanted ) {
 
 Finding noFrequency( Case const & trouble ) {
    if ( trouble.bringUp.frequencyInHz.value_or( 1 ) != 0 ) return {};
-   auto const & chip = *trouble.chip.max24305;
    return readyCause(
       trouble, "ready, and no clock comes out: the FPGA measures 0 Hz",
-      { fmt::format( "check that the output is switched on in the sequence, and reaches the FPGA" ),
-        fmt::format(
-           "or statusOffset 0x{:x}, or chips whose configOffset is exchanged: clockpath audit CARD",
-           chip.statusOffset ) },
+      { "check that the output is switched on in the sequence, and reaches the FPGA",
+        fmt::format( "or statusOffset 0x{:x}, or an exchanged configOffset: ", trouble.chip.max24305->statusOffset ) +
+           commandText( trouble, "audit" ) },
       "both APLLs are locked" );
 }
 
@@ -242,13 +240,9 @@ Finding lateLock( Case const & trouble ) {
       { "compare the loop's settings in the sequence with " + referenceText( trouble ) }, Polls( trouble ).seen() ) );
 }
 
-constexpr Rule rulesOfReady[] = {
-   { "readyByNoAnswer", readyByNoAnswer },
-   { "sharedReset", sharedReset },
-   { "noFrequency", noFrequency },
-   { "wrongFrequency", wrongFrequency },
-   { "sharedClock", sharedClock },
-   { "lateLock", lateLock } };
+constexpr Rule rulesOfReady[] = { { "readyByNoAnswer", readyByNoAnswer }, { "sharedReset", sharedReset },
+                                  { "noFrequency", noFrequency },         { "wrongFrequency", wrongFrequency },
+                                  { "sharedClock", sharedClock },         { "lateLock", lateLock } };
 
 // The Tolvane.
 
@@ -262,9 +256,8 @@ Finding tolvaneSilent( Case const & trouble ) {
       .sinceNs = *attempt.failedNs,
       .todo =
          { "check its supply, and that " + chip.resetGpoName + " releases its reset",
-           fmt::format(
-              "or that its register stands at 0x{:x}: clockpath poke CARD {}.tolvaneEnable.enable=1", chip.offset,
-              chip.name ) },
+           fmt::format( "or that its register stands at 0x{:x}: ", chip.offset ) + commandText( trouble, "poke" ) +
+              " " + chip.name + ".tolvaneEnable.enable=1" },
       .seen = { fmt::format(
          "{} of {} attempts failed, the register reads 0x{:x}", trouble.bringUp.failed(), attempts.size(),
          attempt.enableWord.value_or( 0 ) ) } };

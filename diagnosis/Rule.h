@@ -32,6 +32,10 @@ std::span<Rule const> readyRules();     ///< one that is published ready
 /// The first cause of a table, with its rule and chip filled in.
 Finding firstOf( std::span<Rule const> rules, Case const & trouble );
 
+/// "clockpath audit card.json": the command that shows more, or tells two causes apart.
+std::string commandText( Case const & trouble, std::string_view command );
+/// "1 operation", "2 operations"
+std::string countText( std::size_t count, std::string_view thing );
 /// "1.340 s"
 std::string timeText( U64 ns );
 /// The rule that a row of a gate is not met, as a cause.
@@ -41,5 +45,7 @@ Cause assertionCause( Story const & story );
 /// The card is gone, or reads all ones.
 Finding cardCause( Story const & story );
 Cause absenceCause( Absence const & absence );
+/// The names of those that have no table of functions: gates, card, assertion.
+std::vector<std::string_view> ruleNamesOfGates();
 
 }   // namespace Diagnosis
