@@ -4,12 +4,12 @@
 #include "diagnosis/Rule.h"
 #include "diagnosis/Warnings.h"
 #include "hal/KivHal.h"
-#include "hal/Max24305Hal.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <bit>
+#include <ranges>
 #include <set>
 
 namespace Diagnosis {
@@ -19,272 +19,164 @@ using enum Hardware::Max24305::OpType;
 
 namespace {
 
-constexpr char fileAlone[] = "the reset, the SPI master, the reference";
+std::string hexText( U32 value, int digits = 1 ) { return fmt::format( "0x{:0{}x}", value, digits ); }
 
-// The evidence of the failed attempts, as the rules ask for it.
-struct Evidence {
-   explicit Evidence( Case const & trouble )
-      : chip( trouble.chip ),
-        sequence( trouble.chip.max24305->sequence ),
-        last( *trouble.bringUp.lastFailure() ),
+// The evidence of failed attempts. `last` is what the last one failed at; places count from 1.
+struct Attempts : Case {
+   explicit Attempts( Case const & trouble )
+      : Case( trouble ),
+        sequence( chip.max24305->sequence ),
+        places( chip.max24305->sequencePlaces ),
+        last( *bringUp.lastFailure() ),
         op( last.done.operation ),
-        place( last.done.place ),
-        expected( static_cast<U8>( op.value ) ),
-        found( last.done.byteRead.value_or( 0 ) ) {
-      for ( Attempt const & attempt : trouble.bringUp.attempts ) {
-         ++attempts;
+        before( sequence.first( last.done.place - 1 ) ),
+        found( last.done.byteRead.value_or( 0 ) ),
+        answer( last.spi.answer() ) {
+      for ( Attempt const & attempt : bringUp.attempts )
          if ( attempt.failure ) failures.push_back( &*attempt.failure );
-      }
-      since = failures.front()->ns;
+      sinceNs = failures.front()->ns;
       for ( Failure const * failure : failures ) {
-         if ( failure->done.place != place ) continue;
+         if ( failure->done.place != last.done.place ) continue;
          ++here;
-         if ( failure->done.byteRead ) bytesHere.insert( *failure->done.byteRead );
+         bytes.insert( failure->done.byteRead.value_or( 0 ) );
       }
    }
 
    bool isRead() const { return op.type == read_; }
+   bool byteCame() const { return isRead() && answer == Answer::byte_; }
    U16 address() const { return static_cast<U16>( op.address ); }
-   bool got( Answer answer ) const { return last.spi.answer() == answer; }
-   bool byteCame() const { return isRead() && got( Answer::byte_ ); }
+   U8 wrongBits() const { return static_cast<U8>( op.value ^ found ); }
 
-   // The operation of that type on the same register that stands last before the failed one; its place from 1.
-   std::size_t lastBefore( Hardware::Max24305::OpType type ) const {
-      for ( std::size_t at = place - 1; at > 0; --at )
-         if ( sequence[at - 1].type == type && static_cast<U16>( sequence[at - 1].address ) == address() ) return at;
+   // The last write of the register before it, or before that write; 0 where there is none.
+   std::size_t writeBefore( std::size_t place ) const {
+      while ( --place > 0 )
+         if ( sequence[place - 1].type == write_ && static_cast<U16>( sequence[place - 1].address ) == address() )
+            return place;
       return 0;
    }
-   // Bytes other than 0x00 and 0xff that came rightly before it: the bus works.
-   std::size_t telling() const {
-      return static_cast<std::size_t>( std::ranges::count_if( sequence.first( place - 1 ), []( Op const & one ) {
-         return one.type == read_ && one.value != 0 && one.value != 0xFF;
-      } ) );
+   std::size_t write() const { return writeBefore( last.done.place ); }
+   // What the register held before that write.
+   U8 valueBefore() const {
+      std::size_t const earlier = writeBefore( write() );
+      return earlier == 0 ? U8( 0 ) : static_cast<U8>( sequence[earlier - 1].value );
    }
-   // Writes before it that were read back, and changed something.
-   std::size_t writesVerified() const {
-      std::set<U16> written;
-      std::size_t count = 0;
-      for ( Op const & one : sequence.first( place - 1 ) ) {
-         if ( one.type == write_ && one.value != 0 ) written.insert( static_cast<U16>( one.address ) );
-         count += one.type == read_ && one.value != 0 && written.contains( static_cast<U16>( one.address ) );
+   // Whether bytes came rightly before it that neither a low nor a high line gives.
+   bool busProved() const {
+      return std::ranges::any_of(
+         before, []( Op const & one ) { return one.type == read_ && one.value != 0 && one.value != 0xFF; } );
+   }
+   // Whether writes before it were read back, and changed something.
+   bool writesProved() const {
+      std::set<U32> written;
+      return std::ranges::any_of( before, [&]( Op const & one ) {
+         if ( one.type == write_ && one.value != 0 ) written.insert( one.address );
+         return one.type == read_ && one.value != 0 && written.contains( one.address );
+      } );
+   }
+   bool warned( std::string_view check ) const {
+      return std::ranges::any_of( warningsOf( sequence, places ), [&]( Warning const & warning ) {
+         return warning.check == check && warning.place == places[last.done.place - 1];
+      } );
+   }
+
+   Facts facts() const {
+      Facts facts = Case::facts();
+      std::size_t const place = last.done.place;
+      facts["op"] = chip.operationText( place );
+      facts["file"] = places[place - 1];
+      facts["register"] = hexText( address() );
+      facts["expected"] = hexText( op.value, 2 );
+      facts["found"] = hexText( found, 2 );
+      facts["mismatch"] = facts["op"] + " reads " + facts["found"] + ", expected " + facts["expected"];
+      if ( std::size_t const at = write() ) {
+         facts["write"] = chip.operationText( at );
+         facts["writeFile"] = places[at - 1];
+         facts["written"] = hexText( sequence[at - 1].value, 2 );
       }
-      return count;
-   }
-   bool beforeAnyWrite() const {
-      return std::ranges::none_of( sequence.first( place - 1 ), []( Op const & one ) { return one.type == write_; } );
-   }
-
-   std::string opText() const { return chip.operationText( place ); }
-   std::string seen() const {
-      std::string bytes;
-      for ( U8 const byte : bytesHere ) bytes += fmt::format( "{}0x{:02x}", bytes.empty() ? "" : ", ", byte );
-      std::string text = fmt::format( "{} of {} attempts stopped there", here, attempts );
-      if ( isRead() && got( Answer::byte_ ) )
-         text += fmt::format( ", {} {}", bytesHere.size() == 1 && here == attempts ? "always" : "found", bytes );
-      if ( place == 1 ) return text;
-      return text + "; the " + countText( place - 1, "operation" ) + " before it " + ( place == 2 ? "is" : "are" ) +
-             " right";
-   }
-   std::string mismatch() const {
-      return fmt::format( "{} reads 0x{:02x}, expected 0x{:02x}", opText(), found, op.value );
+      std::string const all = fmt::format(
+         "{} 0x{:02x}", bytes.size() == 1 && here == bringUp.attempts.size() ? "always" : "found",
+         fmt::join( bytes, ", 0x" ) );
+      facts["seen"] = fmt::format(
+         "{} of {} stopped there{}{}", here, countText( bringUp.attempts.size(), "attempt" ),
+         byteCame() ? ", " + all : "",
+         place == 1   ? ""
+         : place == 2 ? "; the operation before it is right"
+                      : fmt::format( "; the {} operations before it are right", place - 1 ) );
+      return facts;
    }
 
-   Cause cause( std::string what, std::vector<std::string> todo, std::string ruledOut = {} ) const {
-      return {
-         .what = std::move( what ),
-         .sinceNs = since,
-         .todo = std::move( todo ),
-         .seen = { seen() },
-         .ruledOut = std::move( ruledOut ) };
-   }
-
-   ChipStory const & chip;
    std::span<Op const> sequence;
+   std::span<std::string const> places;
    Failure const & last;
-   Op const op;
-   std::size_t const place;
-   U8 const expected;
-   U8 const found;
+   Op op;
+   std::span<Op const> before;
+   U8 found;
+   Answer answer;
    std::vector<Failure const *> failures{};
-   std::size_t attempts = 0;
    std::size_t here = 0;   // failures at the same operation
-   std::set<U8> bytesHere{};
-   U64 since = 0;
+   std::set<U8> bytes{};   // what they found
 };
-
-std::string masterText( Evidence const & e ) {
-   return fmt::format( "SPI master at 0x{:x}", e.chip.max24305->configOffset );
-}
 
 // The SPI master.
 
-Finding noMaster( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( e.chip.masterMoved || !e.got( Answer::none_ ) || !e.isRead() ) return {};
-   Cause cause = e.cause(
-      fmt::format(
-         "no SPI master answers at 0x{:x}: its FIFO counts read 0 at all times", e.chip.max24305->configOffset ),
-      { fmt::format( "compare configOffset 0x{:x} with the FPGA's register map", e.chip.max24305->configOffset ),
-        "see whether the FPGA is loaded: " + commandText( trouble, "peek" ) + " " + e.chip.name },
-      "the sequence, the reference" );
-   return cause;
-}
+bool noMaster( Attempts & e, Facts & ) { return e.isRead() && e.answer == Answer::none_ && !e.chip.masterMoved; }
 
 // Words leave the command FIFO, and the driver does not wait long enough for the last.
-Finding spiTooSlow( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.got( Answer::notSent_ ) ) return {};
+bool spiTooSlow( Attempts & e, Facts & facts ) {
+   if ( e.answer != Answer::notSent_ ) return false;
    U32 const first = Hardware::SpiCtrl( e.last.spi.control.front() ).writeFifoCount();
-   U32 const left = e.last.spi.commandsLeft();
-   if ( left >= first ) return {};
-   return e.cause(
-      fmt::format(
-         "{}: its SPI clock is too slow: {} of {} words are not sent after {} polls of 1 us", masterText( e ), left,
-         first, e.last.spi.control.size() ),
-      { "raise the SPI clock in the FPGA: the four bytes of a transaction must be through within 10 us" },
-      "the chip, the reference" );
+   facts["left"] = fmt::format( "{} of {}", e.last.spi.commandsLeft(), countText( first, "word" ) );
+   return e.last.spi.commandsLeft() < first;
 }
 
-Finding commandsStay( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.got( Answer::notSent_ ) ) return {};
-   return e.cause(
-      fmt::format(
-         "{}: the command FIFO never drains; {} words stand in it after {}", masterText( e ), e.last.spi.commandsLeft(),
-         e.opText() ),
-      { "look whether the master has its clock and is out of reset" }, "the chip, the reference" );
+bool commandsStay( Attempts & e, Facts & facts ) {
+   facts["left"] = countText( e.last.spi.commandsLeft(), "word" );
+   return e.answer == Answer::notSent_;
 }
 
-Finding noResponse( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.isRead() || !e.got( Answer::none_ ) ) return {};
-   return e.cause(
-      fmt::format( "{} sends, and no answer arrives in its response FIFO at {}", masterText( e ), e.opText() ),
-      { "look at the master's capture of responses (bit recordResponse) and its MISO pin" },
-      "the command FIFO, which drains" );
+bool invalidResponse( Attempts & e, Facts & ) { return e.isRead() && e.answer == Answer::invalid_; }
+
+bool severalResponses( Attempts & e, Facts & facts ) {
+   facts["entries"] = std::to_string( e.last.spi.responsesLeft() );
+   return e.isRead() && e.answer == Answer::several_;
 }
 
-Finding invalidResponse( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.isRead() || !e.got( Answer::invalid_ ) ) return {};
-   return e.cause(
-      fmt::format( "{} gives responses without their valid bit at {}", masterText( e ), e.opText() ),
-      { "look at the master's capture of responses in the FPGA" }, "the command FIFO, which drains" );
-}
+bool noResponse( Attempts & e, Facts & ) { return e.isRead() && e.answer == Answer::none_; }
 
-Finding severalResponses( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.isRead() || !e.got( Answer::several_ ) ) return {};
-   bool const leftOver = std::ranges::any_of(
-      trouble.bringUp.attempts, []( Attempt const & attempt ) { return attempt.cleanUp.responsesLeft() > 0; } );
-   Cause cause = e.cause(
-      fmt::format(
-         "{}: {} entries in the response FIFO where one is due, at {}", masterText( e ), e.last.spi.responsesLeft(),
-         e.opText() ),
-      { "look whether the master captures each response twice" }, "a lost answer: there are too many" );
-   if ( leftOver ) cause.todo.emplace_back( "or something else uses the master: responses were left over before" );
-   return cause;
-}
+// Mistakes in the sequence, most of which the checks of files know.
 
-// Mistakes in the sequence, which the checks of files know.
+bool wideValue( Attempts & e, Facts & ) { return e.isRead() && e.warned( "wideValue" ); }
+bool statusVerified( Attempts & e, Facts & ) { return e.byteCame() && e.warned( "statusVerified" ); }
 
-std::string valueElsewhere( Evidence const & e ) {
-   std::set<U16> read;
-   for ( Op const & op : e.sequence )
-      if ( op.type == read_ ) read.insert( static_cast<U16>( op.address ) );
-   for ( std::size_t at = e.place - 1; at > 0; --at ) {
-      Op const & op = e.sequence[at - 1];
-      if ( op.type != write_ || static_cast<U8>( op.value ) != e.expected ) continue;
-      if ( read.contains( static_cast<U16>( op.address ) ) ) continue;
-      return fmt::format(
-         "correct {}: operation {} writes that value, 0x{:02x}, to 0x{:x}, which nothing reads",
-         e.chip.max24305->sequencePlaces[at - 1], at, e.expected, op.address );
+// Whether the value goes to a register that nothing reads instead.
+bool writtenElsewhere( Attempts & e, Facts & facts ) {
+   if ( !e.byteCame() || !e.warned( "neverWritten" ) ) return false;
+   for ( std::size_t at = e.before.size(); at > 0; --at ) {
+      Op const & one = e.before[at - 1];
+      bool const read = std::ranges::any_of(
+         e.sequence, [&]( Op const & other ) { return other.type == read_ && other.address == one.address; } );
+      if ( one.type != write_ || one.value != e.op.value || read ) continue;
+      facts["correct"] = e.places[at - 1];
+      facts["elsewhere"] = fmt::format( "operation {} writes that value, {}", at, facts["expected"] );
+      facts["other"] = hexText( one.address );
+      return true;
    }
-   return {};
+   return false;
 }
 
-Finding sequenceMistake( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.isRead() ) return {};
-   auto const & places = e.chip.max24305->sequencePlaces;
-   auto const warnings = warningsOf( e.sequence, places );
-   auto const says = [&]( std::string_view check ) {
-      return std::ranges::any_of( warnings, [&]( Warning const & warning ) {
-         return warning.check == check && warning.place == places[e.place - 1];
-      } );
-   };
-   std::string const correct = "correct " + places[e.place - 1];
-   if ( says( "wideValue" ) )
-      return e.cause(
-         fmt::format( "{} expects 0x{:x}, and a register holds no more than 0xff", e.opText(), e.op.value ),
-         { correct }, "the hardware: no chip can meet it" );
-   if ( !e.byteCame() ) return {};
-   if ( says( "statusVerified" ) )
-      return e.cause(
-         fmt::format(
-            "register 0x{:x}: a status register, which changes by itself, is verified by {}", e.address(), e.opText() ),
-         { correct + ": leave the read out" }, fileAlone );
-   if ( says( "neverWritten" ) ) {
-      std::string const elsewhere = valueElsewhere( e );
-      return e.cause(
-         fmt::format( "register 0x{:x}: no operation writes it before {} reads it back", e.address(), e.opText() ),
-         { elsewhere.empty() ? correct + ", or add the write before it" : elsewhere }, fileAlone );
-   }
-   if ( says( "readTooEarly" ) )
-      return e.cause(
-         fmt::format( "register 0x{:x}: {} reads it back before the write", e.address(), e.opText() ),
-         { correct + ": put it behind the write" }, fileAlone );
-   return {};
-}
+bool neverWritten( Attempts & e, Facts & ) { return e.byteCame() && e.warned( "neverWritten" ); }
+bool readTooEarly( Attempts & e, Facts & ) { return e.byteCame() && e.warned( "readTooEarly" ); }
 
-Finding otherValueWritten( Case const & trouble ) {
-   Evidence const e( trouble );
-   std::size_t const write = e.lastBefore( write_ );
-   if ( !e.byteCame() || write == 0 ) return {};
-   U8 const written = static_cast<U8>( e.sequence[write - 1].value );
-   if ( written == e.expected || written != e.found ) return {};
-   return e.cause(
-      fmt::format(
-         "register 0x{:x}: {} expects 0x{:02x}, but {} wrote 0x{:02x}", e.address(), e.opText(), e.expected,
-         e.chip.operationText( write ), written ),
-      { fmt::format(
-         "correct {} or {}", e.chip.max24305->sequencePlaces[e.place - 1],
-         e.chip.max24305->sequencePlaces[write - 1] ) },
-      fileAlone );
+bool otherValueWritten( Attempts & e, Facts & ) {
+   if ( !e.byteCame() || e.write() == 0 ) return false;
+   U8 const written = static_cast<U8>( e.sequence[e.write() - 1].value );
+   return written == e.found && written != e.op.value;
 }
 
 // What the bytes look like.
 
-Finding allOnes( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.byteCame() || e.found != 0xFF || e.telling() > 0 || e.bytesHere.size() > 1 ) return {};
-   Cause cause = e.cause(
-      fmt::format( "the chip drives nothing: {} reads 0xff, all ones", e.opText() ),
-      { fmt::format(
-           "check that {} releases the reset (pin, active level), and the chip's supply", e.chip.resetOutput ),
-        "or an open MISO line; " + commandText( trouble, "selftest" ) + " tells them apart" },
-      "the SPI master, which sends and captures" );
-   for ( ChipStory const & other : trouble.story.chips() )
-      if ( other.max24305 && &other != &e.chip )
-         cause.todo.push_back( fmt::format(
-            "or the reset outputs, or configOffset, of {} and {} are exchanged", e.chip.name, other.name ) );
-   return cause;
-}
-
-Finding allZeros( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.byteCame() || e.found != 0 || e.telling() > 0 || e.bytesHere.size() > 1 ) return {};
-   return e.cause(
-      fmt::format( "{} reads 0x00, all zeros: MISO is low, or no chip is selected", e.opText() ),
-      { "check MISO for a short to ground, and chip select at the chip",
-        commandText( trouble, "selftest" ) + " tells them apart" },
-      "the SPI master, which sends and captures" );
-}
-
-// Answers that come with the next read: what is found is what the read before was to bring, that of the attempt before
-// where it is the first of its own.
-Finding oneLate( Case const & trouble ) {
-   Evidence const e( trouble );
+// What is found is what the read before was to bring, that of the attempt before where it is the first of its own.
+bool oneLate( Attempts & e, Facts & ) {
    std::size_t agree = 0;
    Op const * before = nullptr;
    for ( Failure const * failure : e.failures ) {
@@ -293,165 +185,167 @@ Finding oneLate( Case const & trouble ) {
       agree += before && before->value != 0 && failure->done.byteRead == before->value;
       before = &failure->done.operation;
    }
-   if ( agree == 0 || agree + 1 < e.failures.size() ) return {};
-   return e.cause(
-      fmt::format( "each answer comes one read late: {} brings the answer of the read before", e.opText() ),
-      { "look at the response FIFO of the SPI master in the FPGA: it hands out the entry before" },
-      "the chip, whose bytes are right" );
+   return agree > 0 && agree + 1 >= e.failures.size();
 }
 
-Finding shifted( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.byteCame() || e.telling() > 0 || std::popcount( U8( e.expected ^ e.found ) ) < 2 ) return {};
-   for ( U32 bits = 1; bits <= 4; ++bits ) {
-      bool const later = ( e.found & ( 0xFF >> bits ) ) == e.expected >> bits;
-      bool const sooner = ( e.found >> bits ) == ( e.expected & ( 0xFF >> bits ) );
-      if ( !later && !sooner ) continue;
-      return e.cause(
-         fmt::format( "bytes arrive shifted by {} {}: {}", bits, bits == 1 ? "bit" : "bits", e.mismatch() ),
-         { "check the clock edge and delay at which the SPI master samples MISO" }, "the chip's registers" );
+bool unstable( Attempts & e, Facts & ) { return e.byteCame() && e.bytes.size() > 2; }
+
+bool allOnes( Attempts & e, Facts & facts ) {
+   for ( ChipStory const & other : e.story.chips() )
+      if ( other.max24305 && &other != &e.chip )
+         facts["exchanged"] +=
+            "\nor the reset outputs, or configOffset, of " + e.chip.name + " and " + other.name + " are exchanged";
+   return e.byteCame() && e.found == 0xFF && !e.busProved() && e.bytes.size() == 1;
+}
+
+bool shifted( Attempts & e, Facts & facts ) {
+   if ( !e.byteCame() || e.busProved() || std::popcount( e.wrongBits() ) < 2 ) return false;
+   constexpr U32 mostBits = 4;   // beyond that nearly any byte would do
+   for ( U32 bits = 1; bits <= mostBits; ++bits ) {
+      facts["bits"] = countText( bits, "bit" );
+      U32 const kept = 0xFFU >> bits;
+      if ( ( e.found & kept ) == e.op.value >> bits || U32( e.found ) >> bits == ( e.op.value & kept ) ) return true;
    }
-   return {};
+   return false;
 }
 
-// Another chip of the card that is identified by what was found.
-Finding otherChip( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.byteCame() || !e.beforeAnyWrite() || e.found == 0 || e.found == 0xFF ) return {};
-   if ( std::popcount( U8( e.expected ^ e.found ) ) == 1 && e.bytesHere.size() == 1 && e.place > 1 ) return {};
-   std::string other;
-   for ( ChipStory const & chip : trouble.story.chips() )
-      if ( chip.max24305 && &chip != &e.chip && e.place <= chip.max24305->sequence.size() ) {
-         Op const & its = chip.max24305->sequence[e.place - 1];
-         if ( its.type == read_ && its.address == e.op.address && its.value == e.found ) other = chip.name;
-      }
-   return e.cause(
-      fmt::format( "the chip is another one: its identification, {}", e.mismatch() ),
-      { other.empty() ? "check which part is fitted, and that the sequence is for it"
-                      : "it answers as " + other + ": check whether their wiring or configOffset is exchanged" },
-      "the bus, which carries stable bytes" );
+bool allZeros( Attempts & e, Facts & ) { return e.byteCame() && e.found == 0 && !e.busProved() && e.bytes.size() == 1; }
+
+bool answersAsOther( Attempts & e, Facts & facts ) {
+   if ( !e.byteCame() || std::ranges::count( e.before, write_, &Op::type ) > 0 ) return false;
+   for ( ChipStory const & other : e.story.chips() ) {
+      if ( !other.max24305 || &other == &e.chip || e.before.size() >= other.max24305->sequence.size() ) continue;
+      Op const & its = other.max24305->sequence[e.before.size()];
+      facts["other"] = other.name;
+      if ( its.type == read_ && its.address == e.op.address && its.value == e.found ) return true;
+   }
+   return false;
 }
 
-// The register took no write: it reads as before it.
-std::optional<U8> valueBefore( Evidence const & e, std::size_t write ) {
-   for ( std::size_t at = write - 1; at > 0; --at )
-      if ( e.sequence[at - 1].type == write_ && static_cast<U16>( e.sequence[at - 1].address ) == e.address() )
-         return static_cast<U8>( e.sequence[at - 1].value );
-   return U8( 0 );
+bool otherChip( Attempts & e, Facts & ) {
+   bool const stable = e.byteCame() && e.bytes.size() == 1 && e.here == e.bringUp.attempts.size();
+   bool const identification = std::ranges::count( e.before, write_, &Op::type ) == 0;
+   return stable && identification && ( e.before.empty() || std::popcount( e.wrongBits() ) > 1 );
 }
 
-Finding unstable( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.byteCame() || e.bytesHere.size() < 3 ) return {};
-   return e.cause(
-      fmt::format(
-         "register 0x{:x} changes from read to read: {} expects 0x{:02x}", e.address(), e.opText(), e.expected ),
-      { "a volatile register: correct " + e.chip.max24305->sequencePlaces[e.place - 1] + ", leave the read out" },
-      fileAlone );
+// The register reads as before the write. Where other writes were taken, a single bit is the register's own.
+bool writeLost( Attempts & e, Facts & ) {
+   if ( !e.byteCame() || e.write() == 0 || e.found != e.valueBefore() || e.bytes.size() > 1 ) return false;
+   return std::popcount( e.wrongBits() ) > 1 || !e.writesProved();
 }
 
-Finding writeLost( Case const & trouble ) {
-   Evidence const e( trouble );
-   std::size_t const write = e.lastBefore( write_ );
-   if ( !e.byteCame() || write == 0 || e.found != valueBefore( e, write ) || e.bytesHere.size() > 1 ) return {};
-   // Where others were taken, a single bit is the register's own.
-   bool const oneBitWrong = std::popcount( U8( e.expected ^ e.found ) ) == 1;
-   if ( oneBitWrong && e.writesVerified() > 0 ) return {};
-   // A write soon after a soft reset may fall into the time in which the chip takes none.
-   bool softReset = false;
+// So soon after a soft reset, 0x80 to register 0, that the chip may still take nothing.
+bool settleTooShort( Attempts & e, Facts & facts ) {
+   if ( !writeLost( e, facts ) ) return false;
    U64 pausedNs = 0;
-   for ( std::size_t at = write - 1; at > 0 && !softReset; --at ) {
-      Op const & op = e.sequence[at - 1];
+   for ( Op const & op : e.sequence.first( e.write() - 1 ) | std::views::reverse ) {
       if ( op.type == sleep_ ) pausedNs += op.value;
-      softReset = op.type == write_ && op.address == 0 && op.value == 0x80;
+      if ( op.type != write_ || op.address != 0 || op.value != 0x80 ) continue;
+      constexpr U64 nsPerMs = 1'000'000;
+      constexpr U64 plentyMs = 100;
+      facts["pause"] = fmt::format( "{} ms", pausedNs / nsPerMs );
+      return pausedNs / nsPerMs < plentyMs;
    }
-   std::string const lost = fmt::format(
-      "register 0x{:x} did not take 0x{:02x}, which {} wrote: {}", e.address(), e.expected,
-      e.chip.operationText( write ), e.mismatch() );
-   constexpr U64 plentyNs = 100'000'000;
-   if ( softReset && pausedNs < plentyNs )
-      return e.cause(
-         lost,
-         { fmt::format(
-              "pause longer behind the soft reset: the sequence waits {} ms, and writes within the settling time are "
-              "lost",
-              pausedNs / 1'000'000 ),
-           fmt::format( "or register 0x{:x} cannot be written; a longer pause tells them apart", e.address() ) },
-         "the bus, which reads right" );
-   return e.cause(
-      lost, { fmt::format( "check that register 0x{:x} can be written, and MOSI", e.address() ) },
-      "the bus, which reads right" );
+   return false;
 }
 
-Finding oneBit( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( !e.isRead() ) return {};
+bool oneBit( Attempts & e, Facts & facts ) {
    U8 wrong = 0;
    for ( Failure const * failure : e.failures )
       wrong |=
          failure->done.byteRead ? static_cast<U8>( *failure->done.byteRead ^ failure->done.operation.value ) : 0xFF;
-   if ( std::popcount( wrong ) != 1 ) return {};
-   bool const always = e.here == e.attempts;
-   return e.cause(
-      fmt::format(
-         "register 0x{:x}: bit {} is wrong {}: {}", e.address(), std::countr_zero( wrong ),
-         always ? "always" : "sometimes", e.mismatch() ),
-      { always ? "a bit that the register has not, or holds: compare with the data sheet, or correct " +
-                    e.chip.max24305->sequencePlaces[e.place - 1]
-               : "check the levels and the timing of MISO; " + commandText( trouble, "selftest" ) +
-                    " counts errors by bit" },
-      "the reset, the reference" );
+   facts["bit"] = std::to_string( std::countr_zero( wrong ) );
+   return e.byteCame() && std::popcount( wrong ) == 1;
 }
 
-Finding unsteadyBits( Case const & trouble ) {
-   Evidence const e( trouble );
+bool oneBitAlways( Attempts & e, Facts & facts ) { return oneBit( e, facts ) && e.here == e.bringUp.attempts.size(); }
+
+bool unsteadyBits( Attempts & e, Facts & facts ) {
    std::set<std::size_t> places;
    for ( Failure const * failure : e.failures ) {
       auto const & [place, of, op, byteRead, outcome] = failure->done;
-      if ( !byteRead || std::popcount( U8( *byteRead ^ op.value ) ) > 2 ) return {};
+      if ( !byteRead || std::popcount( static_cast<U8>( *byteRead ^ op.value ) ) > 2 ) return false;
       places.insert( place );
    }
-   if ( places.size() < 2 ) return {};
-   return e.cause(
-      fmt::format( "single bits are wrong now and then, at {} operations; at last {}", places.size(), e.mismatch() ),
-      { "check the SPI lines: levels, edges, length, ground; " + commandText( trouble, "selftest" ) +
-        " counts errors by bit" },
-      "the registers, the reset, the reference" );
+   facts["places"] = std::to_string( places.size() );
+   return places.size() > 1;
 }
 
-Finding otherByte( Case const & trouble ) {
-   Evidence const e( trouble );
-   if ( e.byteCame() )
-      return e.cause(
-         fmt::format( "register 0x{:x}: {}", e.address(), e.mismatch() ),
-         { "compare the register with the sequence: " + commandText( trouble, "audit" ) } );
-   return e.cause(
-      e.opText() + " was not done",
-      { "look at the SPI master: " + commandText( trouble, "peek" ) + " " + e.chip.name } );
-}
+bool otherByte( Attempts & e, Facts & ) { return e.byteCame(); }
 
-constexpr Rule rulesOfAttempts[] = {
-   { "noMaster", noMaster },
-   { "spiTooSlow", spiTooSlow },
-   { "commandsStay", commandsStay },
-   { "invalidResponse", invalidResponse },
-   { "severalResponses", severalResponses },
-   { "noResponse", noResponse },
-   { "sequenceMistake", sequenceMistake },
-   { "otherValueWritten", otherValueWritten },
-   { "oneLate", oneLate },
-   { "unstable", unstable },
-   { "allOnes", allOnes },
-   { "shifted", shifted },
-   { "allZeros", allZeros },
-   { "otherChip", otherChip },
-   { "writeLost", writeLost },
-   { "oneBit", oneBit },
-   { "unsteadyBits", unsteadyBits },
-   { "otherByte", otherByte } };
+constexpr char theSequence[] = "the bus, the reset, the reference";
+constexpr char theMaster[] = "the command FIFO, which drains";
+
+constexpr Rule<Attempts> rulesOfAttempts[] = {
+   { "noMaster", noMaster, "no SPI master answers at {base}: its FIFO counts read 0 at all times",
+     "compare configOffset {base} with the FPGA's register map\nsee whether the FPGA is loaded: {peek}",
+     "the sequence, the reference" },
+   { "spiTooSlow", spiTooSlow,
+     "SPI master at {base}: its SPI clock is too slow: {left} stay after the driver's ten polls, at {op}",
+     "raise the SPI clock in the FPGA: a transaction of four bytes must be through within 10 us",
+     "the chip, the reference" },
+   { "commandsStay", commandsStay, "SPI master at {base}: the command FIFO never drains: {left} stay after {op}",
+     "look whether the master has its clock and is out of reset", "the chip, the reference" },
+   { "invalidResponse", invalidResponse, "SPI master at {base} gives responses without their valid bit, at {op}",
+     "look at the master's capture of responses in the FPGA", theMaster },
+   { "severalResponses", severalResponses,
+     "SPI master at {base}: {entries} entries in the response FIFO where one is due, at {op}",
+     "look whether the master captures each response twice, or something else uses it too",
+     "a lost answer: there are too many" },
+   { "noResponse", noResponse, "SPI master at {base} sends, and its response FIFO stays empty at {op}",
+     "look at the master's capture of responses, which the bit recordResponse asks for", theMaster },
+   { "wideValue", wideValue, "{op} expects {expected}, and no register holds a value above 255 (0xff)",
+     "correct {file}", "the hardware: no chip can meet it" },
+   { "statusVerified", statusVerified,
+     "register {register}: a status register, which changes by itself, is verified by {op}",
+     "leave that read out: {file}", theSequence },
+   { "writtenElsewhere", writtenElsewhere, "register {register}: no operation writes it before {op} reads it back",
+     "correct {correct}: {elsewhere}, to {other}, which nothing reads", theSequence },
+   { "neverWritten", neverWritten, "register {register}: no operation writes it before {op} reads it back",
+     "correct {file}, or add the write before it", theSequence },
+   { "readTooEarly", readTooEarly, "register {register}: {op} reads it back before the write",
+     "put {file} behind the write", theSequence },
+   { "otherValueWritten", otherValueWritten,
+     "register {register}: {op} expects {expected}, but {write} wrote {written}", "correct {file} or {writeFile}",
+     theSequence },
+   { "oneLate", oneLate, "each answer comes one read late: {op} brings the answer of the read before",
+     "look at the response FIFO of the SPI master in the FPGA: it hands out the entry before",
+     "the chip, whose bytes are right" },
+   { "unstable", unstable, "register {register} changes from read to read: {op} expects {expected}",
+     "a volatile register: leave that read out, {file}", theSequence },
+   { "allOnes", allOnes, "the chip drives nothing: {op} reads 0xff, all ones",
+     "check that {reset} releases the reset (pin, active level), and the chip's supply\n"
+     "or an open MISO line; {selftest} tells them apart{exchanged}",
+     "the SPI master, which sends and captures" },
+   { "shifted", shifted, "bytes arrive shifted by {bits}: {mismatch}",
+     "check the clock edge and delay at which the SPI master samples MISO", "the chip's registers" },
+   { "allZeros", allZeros, "{op} reads 0x00, all zeros: MISO is low, or no chip is selected",
+     "check MISO for a short to ground, and chip select at the chip\n{selftest} tells them apart",
+     "the SPI master, which sends and captures" },
+   { "answersAsOther", answersAsOther, "the chip answers as {other} does: its identification, {mismatch}",
+     "check whether their wiring, or configOffset, is exchanged", "the bus, which carries stable bytes" },
+   { "otherChip", otherChip, "the chip is another one: its identification, {mismatch}",
+     "check which part is fitted, and that the sequence is for it", "the bus, which carries stable bytes" },
+   { "settleTooShort", settleTooShort, "register {register} did not take {expected}, which {write} wrote: {mismatch}",
+     "pause longer behind the soft reset: it is {pause}, and writes while the chip settles are lost\n"
+     "or the register cannot be written; a longer pause tells them apart",
+     "the bus, which reads right" },
+   { "writeLost", writeLost, "register {register} did not take {expected}, which {write} wrote: {mismatch}",
+     "check that the register can be written, and MOSI", "the bus, which reads right" },
+   { "oneBitAlways", oneBitAlways, "register {register}: bit {bit} is always wrong: {mismatch}",
+     "a bit that the register has not, or holds: see the data sheet, or correct {file}", "the reset, the reference" },
+   { "oneBit", oneBit, "register {register}: bit {bit} is sometimes wrong: {mismatch}",
+     "check the SPI lines: levels, edges, ground; {selftest} counts errors by bit", "the reset, the reference" },
+   { "unsteadyBits", unsteadyBits, "single bits are wrong now and then, at {places} operations; at last {mismatch}",
+     "check the SPI lines: levels, edges, ground; {selftest} counts errors by bit",
+     "the registers, the reset, the reference" },
+   { "otherByte", otherByte, "register {register}: {mismatch}", "compare the registers with the sequence: {audit}" } };
 
 }   // namespace
 
-std::span<Rule const> attemptRules() { return rulesOfAttempts; }
+std::optional<Cause> attemptCause( Case const & trouble ) {
+   if ( !trouble.bringUp.lastFailure() ) return {};
+   return firstOf<Attempts>( rulesOfAttempts, Attempts( trouble ) );
+}
 
 }   // namespace Diagnosis

@@ -3,10 +3,12 @@
 #include "diagnosis/Rule.h"
 #include "report/ReportText.h"
 
+#include <fmt/args.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <sstream>
 
 namespace Diagnosis {
 
@@ -20,7 +22,7 @@ class Investigation {
    explicit Investigation( Story const & story ) : story_( story ) {}
 
    std::vector<Cause> causes() {
-      Finding const gone = cardCause( story_ );
+      std::optional<Cause> const gone = cardCause( story_ );
       if ( gone ) add( {}, *gone );
       for ( Absence const & absence : story_.absences() )
          if ( absence.toNs ) addEarlier( absenceCause( absence ), *absence.toNs );
@@ -38,7 +40,8 @@ class Investigation {
    void present( ChipStory const & chip ) {
       if ( chip.ready() ) {
          if ( !chip.last() ) return;
-         add( {}, named( chip.max24305 ? readyRules() : readyTolvaneRules(), chip, *chip.last() ) );
+         Case const ready{ story_, chip, *chip.last(), chip.stateNs };
+         add( {}, chip.max24305 ? readyCause( ready ) : readyTolvaneCause( ready ) );
          retries( chip, *chip.last() );
          return;
       }
@@ -75,25 +78,20 @@ class Investigation {
       return cause;
    }
 
-   static Finding causeOf( ChipStory const & chip, BringUp const & bringUp, Story const & story ) {
-      Case const trouble{ story, chip, bringUp };
+   std::optional<Cause> causeOf( ChipStory const & chip, BringUp const & bringUp ) const {
       if ( bringUp.readyNs ) return {};
-      if ( !chip.max24305 ) return bringUp.failed() > 0 ? firstOf( tolvaneRules(), trouble ) : Finding();
-      if ( bringUp.programmedNs )
-         return bringUp.failedNs || bringUp.polls.size() >= pollsBeforeTrouble ? firstOf( lockRules(), trouble )
-                                                                               : Finding();
-      return bringUp.lastFailure() ? firstOf( attemptRules(), trouble ) : Finding();
-   }
-   Finding causeOf( ChipStory const & chip, BringUp const & bringUp ) const { return causeOf( chip, bringUp, story_ ); }
-
-   Finding named( std::span<Rule const> rules, ChipStory const & chip, BringUp const & bringUp ) const {
-      return firstOf( rules, { story_, chip, bringUp } );
+      Case const trouble{ story_, chip, bringUp };
+      if ( !chip.max24305 ) return tolvaneCause( trouble );
+      if ( !bringUp.programmedNs ) return attemptCause( trouble );
+      bool const waitsLong = bringUp.failedNs || bringUp.polls.size() >= pollsBeforeTrouble;
+      return waitsLong ? lockCause( trouble ) : std::nullopt;
    }
 
    // Attempts that failed before the one that succeeded.
    void retries( ChipStory const & chip, BringUp const & bringUp ) {
       if ( bringUp.failed() == 0 ) return;
-      Finding warning = named( chip.max24305 ? attemptRules() : tolvaneRules(), chip, bringUp );
+      Case const trouble{ story_, chip, bringUp };
+      std::optional<Cause> warning = chip.max24305 ? attemptCause( trouble ) : tolvaneCause( trouble );
       if ( !warning ) return;
       warning->what = fmt::format( "ready after {} attempts: {}", bringUp.attempts.size(), warning->what );
       add( Weight::warning_, std::move( warning ) );
@@ -109,13 +107,13 @@ class Investigation {
             addEarlier( gateCause( chip, row ), *backNs );
    }
 
-   void addEarlier( Finding cause, U64 untilNs ) {
+   void addEarlier( std::optional<Cause> cause, U64 untilNs ) {
       if ( cause ) cause->untilNs = untilNs;
       add( Weight::earlier_, std::move( cause ) );
    }
 
    // One trouble of several chips is one cause; what stands already is not told of an earlier time.
-   void add( std::optional<Weight> weight, Finding cause ) {
+   void add( std::optional<Weight> weight, std::optional<Cause> cause ) {
       if ( !cause ) return;
       if ( weight ) cause->weight = *weight;
       for ( Cause & other : found_ ) {
@@ -158,18 +156,33 @@ std::string painted( Host::Style const & style, Weight weight, std::string const
 
 }   // namespace
 
-Finding firstOf( std::span<Rule const> rules, Case const & trouble ) {
-   for ( Rule const & rule : rules )
-      if ( Finding cause = rule.find( trouble ) ) {
-         cause->rule = rule.name;
-         cause->chip = trouble.chip.name;
-         return cause;
-      }
-   return {};
+Facts Case::facts() const {
+   Facts facts{ { "chip", chip.name }, { "reset", chip.resetOutput }, { "exchanged", "" } };
+   for ( char const * command : { "audit", "peek", "poke", "selftest" } )
+      facts[command] = fmt::format( "clockpath {} {}", command, story.card().file );
+   if ( chip.max24305 ) {
+      facts["base"] = fmt::format( "0x{:x}", chip.max24305->configOffset );
+      facts["statusOffset"] = fmt::format( "0x{:x}", chip.max24305->statusOffset );
+      facts["programSeq"] = stringValue( chip.max24305->programSeq ).stdString();
+      facts["reference"] =
+         chip.max24305->tolvane.empty() ? "the clock at its input" : "the output of " + chip.max24305->tolvane;
+   } else if ( auto const * tolvane = story.card().tolvane( chip.name ) ) {
+      facts["base"] = fmt::format( "0x{:x}", tolvane->offset );
+   }
+   return facts;
 }
 
-std::string commandText( Case const & trouble, std::string_view command ) {
-   return fmt::format( "clockpath {} {}", command, trouble.story.card().file );
+std::string filledIn( std::string_view text, Facts const & facts ) {
+   fmt::dynamic_format_arg_store<fmt::format_context> values;
+   for ( auto const & [name, value] : facts ) values.push_back( fmt::arg( name.c_str(), std::cref( value ) ) );
+   return fmt::vformat( text, values );
+}
+
+std::vector<std::string> linesOf( std::string const & text ) {
+   std::vector<std::string> lines;
+   std::istringstream in( text );
+   for ( std::string line; std::getline( in, line ); ) lines.push_back( line );
+   return lines;
 }
 
 std::string countText( std::size_t count, std::string_view thing ) {
@@ -177,13 +190,6 @@ std::string countText( std::size_t count, std::string_view thing ) {
 }
 
 std::vector<Cause> causesOf( Story const & story ) { return Investigation( story ).causes(); }
-
-std::vector<std::string_view> ruleNames() {
-   std::vector<std::string_view> names = ruleNamesOfGates();
-   for ( auto const rules : { tolvaneRules(), readyTolvaneRules(), attemptRules(), lockRules(), readyRules() } )
-      for ( Rule const & rule : rules ) names.push_back( rule.name );
-   return names;
-}
 
 bool stands( std::vector<Cause> const & causes, bool strict ) {
    return std::ranges::any_of( causes, [strict]( Cause const & cause ) {

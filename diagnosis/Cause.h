@@ -6,7 +6,7 @@
 //      seen   10 of 10 attempts stopped there, always 0x00; the 26 operations before it are right
 //      not    the bus, the reset, the reference
 //
-// Each rule is a row of one of the tables in diagnosis/*Rules.cpp, and a paragraph of docs/diagnosis.md. Nothing is
+// Each rule is a row of one of the tables in diagnosis/*Rules.cpp (diagnosis/Rule.h), and a paragraph of docs/diagnosis.md. Nothing is
 // told where all is well.
 #pragma once
 
@@ -43,9 +43,6 @@ struct Cause {
 /// The causes first, then the warnings, then what was wrong earlier; each from the card to the chips that depend on
 /// others.
 std::vector<Cause> causesOf( Story const & story );
-
-/// The names of all rules, for documents.
-std::vector<std::string_view> ruleNames();
 
 /// Whether there is a cause, or in strict cases a warning.
 bool stands( std::vector<Cause> const & causes, bool strict );

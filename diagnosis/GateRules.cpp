@@ -47,12 +47,6 @@ constexpr Assertion assertions[] = {
 
 }   // namespace
 
-std::vector<std::string_view> ruleNamesOfGates() {
-   std::vector<std::string_view> names{ "cardGone", "assertion" };
-   for ( Unmet const & row : unmetRows ) names.push_back( row.rule );
-   return names;
-}
-
 std::string timeText( U64 ns ) {
    constexpr U64 nsPerMs = 1'000'000;
    return fmt::format( "{}.{:03} s", ns / nsPerMs / 1000, ns / nsPerMs % 1000 );
@@ -104,7 +98,7 @@ Cause absenceCause( Absence const & absence ) {
       .ruledOut = "the chips: nothing of the card answers" };
 }
 
-Finding cardCause( Story const & story ) {
+std::optional<Cause> cardCause( Story const & story ) {
    bool const absent = !story.absences().empty() && !story.absences().back().toNs;
    if ( !absent && !story.allOnesNs() ) return {};
    Cause cause = absenceCause( absent ? story.absences().back() : Absence{ *story.allOnesNs() } );

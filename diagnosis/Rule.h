@@ -1,51 +1,84 @@
-// How rules of diagnosis/Cause.h are made: each is a small function that looks at one chip's trouble and names its
-// cause, or nothing, and stands as a row in a table. The first row of a table that names a cause is the chip's.
+// How the rules behind diagnosis/Cause.h are made: rows of tables. A row has the function that tells from the evidence
+// whether the rule applies, and the texts of the cause, in which "{name}" stands for a fact: one that holds for the
+// chip, or one that the function found. The first row of a table that applies names the chip's cause.
+//
+//    bool oneBit( Attempts & e, Facts & facts );
+//    { "oneBit", oneBit, "register {register}: bit {bit} is wrong {always}: {mismatch}",
+//      "compare the register with the data sheet, or correct {file}", "the reset, the reference" }
 #pragma once
 
 #include "diagnosis/Cause.h"
 
+#include <map>
 #include <span>
 
 namespace Diagnosis {
+
+/// What the texts of a rule may name. "seen" is the evidence, a line of its own.
+using Facts = std::map<std::string, std::string>;
 
 /// One chip's trouble: a bring-up that failed or hangs, or a ready chip that is not well.
 struct Case {
    Story const & story;
    ChipStory const & chip;
    BringUp const & bringUp;
+   U64 sinceNs = 0;
+
+   /// The facts that hold whatever the trouble: {chip}, {reset}, {selftest} and so on.
+   Facts facts() const;
 };
 
-/// Rule and chip are filled in by whoever walks the table.
-using Finding = std::optional<Cause>;
-
-struct Rule {
+template<class Evidence> struct Rule {
    std::string_view name;
-   Finding ( *find )( Case const & trouble );
+   bool ( *applies )( Evidence & evidence, Facts & facts );
+   std::string_view what;
+   std::string_view todo;   ///< lines
+   std::string_view ruledOut{};
+   Weight weight = Weight::cause_;
 };
 
-std::span<Rule const> tolvaneRules();   ///< a Tolvane whose attempts failed
-std::span<Rule const> readyTolvaneRules();
-std::span<Rule const> attemptRules();   ///< a MAX24305 whose last attempt failed
-std::span<Rule const> lockRules();      ///< one that is programmed, and has not locked
-std::span<Rule const> readyRules();     ///< one that is published ready
+/// The text with the facts in their places.
+std::string filledIn( std::string_view text, Facts const & facts );
+/// Its lines.
+std::vector<std::string> linesOf( std::string const & text );
 
-/// The first cause of a table, with its rule and chip filled in.
-Finding firstOf( std::span<Rule const> rules, Case const & trouble );
+/// Evidence is a Case with more to it.
+template<class Evidence> std::optional<Cause> firstOf( std::span<Rule<Evidence> const> rules, Evidence evidence ) {
+   for ( Rule<Evidence> const & rule : rules ) {
+      Facts facts = evidence.facts();
+      if ( !rule.applies( evidence, facts ) ) continue;
+      return Cause{
+         .weight = rule.weight,
+         .rule = rule.name,
+         .chip = evidence.chip.name,
+         .what = filledIn( rule.what, facts ),
+         .sinceNs = evidence.sinceNs,
+         .todo = linesOf( filledIn( rule.todo, facts ) ),
+         .seen = linesOf( facts["seen"] ),
+         .ruledOut = std::string( rule.ruledOut ) };
+   }
+   return {};
+}
 
-/// "clockpath audit card.json": the command that shows more, or tells two causes apart.
-std::string commandText( Case const & trouble, std::string_view command );
+// The tables; each function gives the first cause of one.
+
+std::optional<Cause> tolvaneCause( Case const & trouble );        ///< attempts failed
+std::optional<Cause> readyTolvaneCause( Case const & trouble );   ///< published ready
+std::optional<Cause> attemptCause( Case const & trouble );        ///< attempts of a MAX24305 failed
+std::optional<Cause> lockCause( Case const & trouble );           ///< it is programmed, and has not locked
+std::optional<Cause> readyCause( Case const & trouble );          ///< it is published ready
+
+/// A row of its gate that is not met.
+Cause gateCause( ChipStory const & chip, GateRow const & row );
+/// The assertion that stopped the process.
+Cause assertionCause( Story const & story );
+/// The card is gone; or was, for that time.
+std::optional<Cause> cardCause( Story const & story );
+Cause absenceCause( Absence const & absence );
+
 /// "1 operation", "2 operations"
 std::string countText( std::size_t count, std::string_view thing );
 /// "1.340 s"
 std::string timeText( U64 ns );
-/// The rule that a row of a gate is not met, as a cause.
-Cause gateCause( ChipStory const & chip, GateRow const & row );
-/// What an assertion says, in plain words.
-Cause assertionCause( Story const & story );
-/// The card is gone, or reads all ones.
-Finding cardCause( Story const & story );
-Cause absenceCause( Absence const & absence );
-/// The names of those that have no table of functions: gates, card, assertion.
-std::vector<std::string_view> ruleNamesOfGates();
 
 }   // namespace Diagnosis
