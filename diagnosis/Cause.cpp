@@ -217,6 +217,7 @@ std::string causesText( std::vector<Cause> const & causes, Host::Style const & s
       rows( "do", cause.todo );
       rows( "seen", cause.seen );
       if ( !cause.ruledOut.empty() ) rows( "not", { cause.ruledOut } );
+      rows( "rule", { std::string( cause.rule ) } );
    }
    return text;
 }
