@@ -158,6 +158,10 @@ int main( int argc, char ** argv ) {
       std::cout.flush();
       std::cerr << "clockpath: " << error.what() << '\n';
       return Host::exitWrongUse;
+   } catch ( Host::CardUnavailable const & error ) {
+      std::cout.flush();
+      std::cerr << "clockpath: " << error.what() << '\n';
+      return Host::exitNotReady;
    } catch ( std::exception const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: unexpected: " << error.what() << '\n';
