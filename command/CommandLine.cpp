@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 namespace Host {
 
@@ -28,8 +29,8 @@ class Words {
       simulateWords();
       agentWords();
       registerWords( "peek", "Read registers of a card", true, &peek );
-      registerWords( "poke", "Write registers of a card", true, &poke )
-         ->add_flag( "--yes", registers_.yes, "Write without asking" );
+      CLI::App * const pokeWords = registerWords( "poke", "Write registers of a card", true, &poke );
+      pokeWords->add_flag( "--yes", registers_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", false, &dump );
       checkWords();
       sequenceWords();
@@ -122,13 +123,33 @@ class Words {
       std::string const & name, std::string const & title, bool wordsRequired,
       int ( *command )( RegisterOptions const & ) ) {
       CLI::App * const words = app_.add_subcommand( name, title );
-      words->add_option( "CARD", registers_.card, "The card description" )->required();
-      CLI::Option * const registers = words->add_option(
-         name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
-         "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" );
-      registers->required( wordsRequired )->expected( wordsRequired ? 1 : 0, -1 );
-      words->callback( [this, command] { result_ = command( registers_ ); } );
+      cardWords( *words, registers_ );
+      words
+         ->add_option(
+            name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
+            "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" )
+         ->expected( 0, -1 );
+      words->callback( [this, command, wordsRequired, name] {
+         // With a scenario there is no CARD, and the first word is a register.
+         if ( !registers_.after.empty() && !registers_.card.empty() )
+            registers_.words.insert( registers_.words.begin(), std::exchange( registers_.card, "" ) );
+         requireCard( registers_ );
+         if ( wordsRequired && registers_.words.empty() )
+            throw CLI::RequiredError( name == "poke" ? "REGISTER=VALUE" : "REGISTER" );
+         result_ = command( registers_ );
+      } );
       return words;
+   }
+
+   static void cardWords( CLI::App & command, CardOptions & options ) {
+      command.add_option( "CARD", options.card, "The card description; none with --after" );
+      command.add_option( "--after", options.after, "The card of a scenario, as it stands at the end of that" )
+         ->type_name( "SCENARIO" );
+      command.add_flag( "--json", options.json, "For programs" );
+   }
+
+   static void requireCard( CardOptions const & options ) {
+      if ( options.card.empty() && options.after.empty() ) throw CLI::RequiredError( "CARD" );
    }
 
    static void traceWords( CLI::App & command, std::optional<U32> & level ) {
