@@ -1,4 +1,5 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
+#include "command/AuditCommand.h"
 #include "command/CheckCommand.h"
 #include "command/RegisterCommands.h"
 #include "command/SequenceCommand.h"
@@ -32,6 +33,10 @@ class Words {
       CLI::App * const pokeWords = registerWords( "poke", "Write registers of a card", true, &poke );
       pokeWords->add_flag( "--yes", registers_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", false, &dump );
+      auditWords( "audit", "Compare a card with what its sequences left there", &audit );
+      CLI::App * const testWords = auditWords( "selftest", "Test a card, and leave its chips in reset", &selfTest );
+      testWords->add_flag( "--online", audit_.online, "Only read: what is not disturbed by it" );
+      testWords->add_flag( "--yes", audit_.yes, "Test without asking" );
       checkWords();
       sequenceWords();
    }
@@ -141,6 +146,22 @@ class Words {
       return words;
    }
 
+   CLI::App *
+   auditWords( std::string const & name, std::string const & title, int ( *command )( AuditOptions const & ) ) {
+      CLI::App * const words = app_.add_subcommand( name, title );
+      cardWords( *words, audit_ );
+      words->add_option( "--tolerance", audit_.tolerancePpm, "How far an output's frequency may be off" )
+         ->type_name( "PPM" )
+         ->capture_default_str()
+         ->check( CLI::NonNegativeNumber );
+      words->callback( [this, command] {
+         if ( !audit_.after.empty() && !audit_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
+         requireCard( audit_ );
+         result_ = command( audit_ );
+      } );
+      return words;
+   }
+
    static void cardWords( CLI::App & command, CardOptions & options ) {
       command.add_option( "CARD", options.card, "The card description; none with --after" );
       command.add_option( "--after", options.after, "The card of a scenario, as it stands at the end of that" )
@@ -163,6 +184,7 @@ class Words {
    std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
+   AuditOptions audit_;
    CheckOptions check_;
    SequenceOptions sequence_;
    int result_ = exitWrongUse;   // of the command that the words chose

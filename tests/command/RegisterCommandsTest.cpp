@@ -249,6 +249,8 @@ TEST_F( RegisterCommandsTest, ACardThatSomebodyUsesIsLeftAlone ) {
             { "peek", mapped, "0x3000" },
             { "poke", "--yes", mapped, "0x3ffc=1" },
             { "dump", mapped },
+            { "audit", mapped },
+            { "selftest", "--yes", mapped },
             { "agent", mapped } } ) {
       Ran const ran = run( words );
       EXPECT_EQ( ran.result, 1 ) << words[0];
