@@ -1,5 +1,6 @@
 #include "command/CheckCommand.h"
 
+#include "command/OpenCard.h"
 #include "diagnosis/FileCheck.h"
 #include "input/Json.h"
 #include "report/ReportText.h"
@@ -41,8 +42,7 @@ void tellAsJson( Diagnosis::FileCheck const & check ) {
    json["bringUpTimes"] = Input::Json::array();
    for ( auto const & [chip, time] : check.bringUpTimes )
       json["bringUpTimes"].push_back( { { "chip", chip }, { "bestNs", time.bestNs }, { "worstNs", time.worstNs } } );
-   // A file's name, or what stands in it, need not be UTF-8.
-   std::cout << json.dump( 3, ' ', false, Input::Json::error_handler_t::replace ) << '\n';
+   jsonTell( json );
 }
 
 }   // namespace

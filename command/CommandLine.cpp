@@ -1,4 +1,5 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
+#include "command/AuditCommand.h"
 #include "command/CheckCommand.h"
 #include "command/ExplainCommand.h"
 #include "command/RegisterCommands.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 namespace Host {
 
@@ -29,10 +31,14 @@ class Words {
       simulateWords();
       agentWords();
       registerWords( "peek", "Read registers of a card", true, &peek );
-      registerWords( "poke", "Write registers of a card", true, &poke )
-         ->add_flag( "--yes", registers_.yes, "Write without asking" );
+      CLI::App * const pokeWords = registerWords( "poke", "Write registers of a card", true, &poke );
+      pokeWords->add_flag( "--yes", registers_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", false, &dump );
       explainWords();
+      auditWords( "audit", "Compare a card with what its sequences left there", &audit );
+      CLI::App * const testWords = auditWords( "selftest", "Test a card, and leave its chips in reset", &selfTest );
+      testWords->add_flag( "--online", audit_.online, "Only read: what is not disturbed by it" );
+      testWords->add_flag( "--yes", audit_.yes, "Test without asking" );
       checkWords();
       sequenceWords();
    }
@@ -133,13 +139,49 @@ class Words {
       std::string const & name, std::string const & title, bool wordsRequired,
       int ( *command )( RegisterOptions const & ) ) {
       CLI::App * const words = app_.add_subcommand( name, title );
-      words->add_option( "CARD", registers_.card, "The card description" )->required();
-      CLI::Option * const registers = words->add_option(
-         name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
-         "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" );
-      registers->required( wordsRequired )->expected( wordsRequired ? 1 : 0, -1 );
-      words->callback( [this, command] { result_ = command( registers_ ); } );
+      cardWords( *words, registers_ );
+      words
+         ->add_option(
+            name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
+            "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" )
+         ->expected( 0, -1 );
+      words->callback( [this, command, wordsRequired, name] {
+         // With a scenario there is no CARD, and the first word is a register.
+         if ( !registers_.after.empty() && !registers_.card.empty() )
+            registers_.words.insert( registers_.words.begin(), std::exchange( registers_.card, "" ) );
+         requireCard( registers_ );
+         if ( wordsRequired && registers_.words.empty() )
+            throw CLI::RequiredError( name == "poke" ? "REGISTER=VALUE" : "REGISTER" );
+         result_ = command( registers_ );
+      } );
       return words;
+   }
+
+   CLI::App *
+   auditWords( std::string const & name, std::string const & title, int ( *command )( AuditOptions const & ) ) {
+      CLI::App * const words = app_.add_subcommand( name, title );
+      cardWords( *words, audit_ );
+      words->add_option( "--tolerance", audit_.tolerancePpm, "How far an output's frequency may be off" )
+         ->type_name( "PPM" )
+         ->capture_default_str()
+         ->check( CLI::NonNegativeNumber );
+      words->callback( [this, command] {
+         if ( !audit_.after.empty() && !audit_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
+         requireCard( audit_ );
+         result_ = command( audit_ );
+      } );
+      return words;
+   }
+
+   static void cardWords( CLI::App & command, CardOptions & options ) {
+      command.add_option( "CARD", options.card, "The card description; none with --after" );
+      command.add_option( "--after", options.after, "The card of a scenario, as it stands at the end of that" )
+         ->type_name( "SCENARIO" );
+      command.add_flag( "--json", options.json, "For programs" );
+   }
+
+   static void requireCard( CardOptions const & options ) {
+      if ( options.card.empty() && options.after.empty() ) throw CLI::RequiredError( "CARD" );
    }
 
    static void traceWords( CLI::App & command, std::optional<U32> & level ) {
@@ -153,6 +195,7 @@ class Words {
    std::string agentCard_;
    AgentOptions agent_;
    RegisterOptions registers_;
+   AuditOptions audit_;
    CheckOptions check_;
    ExplainOptions explain_;
    SequenceOptions sequence_;
@@ -170,6 +213,10 @@ int main( int argc, char ** argv ) {
       std::cout.flush();
       std::cerr << "clockpath: " << error.what() << '\n';
       return Host::exitWrongUse;
+   } catch ( Host::CardUnavailable const & error ) {
+      std::cout.flush();
+      std::cerr << "clockpath: " << error.what() << '\n';
+      return Host::exitNotReady;
    } catch ( std::exception const & error ) {
       std::cout.flush();
       std::cerr << "clockpath: unexpected: " << error.what() << '\n';

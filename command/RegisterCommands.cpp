@@ -1,118 +1,77 @@
 #include "command/RegisterCommands.h"
 
-#include "card/MmapHam.h"
-#include "card/SimulatedWorld.h"
 #include "input/InputError.h"
 #include "input/Number.h"
-#include "registers/RegisterBook.h"
 #include "report/Style.h"
 #include "service/Exit.h"
-#include "sm/KivSpiInterface.h"
 
 #include <fmt/format.h>
 
 #include <unistd.h>
 
-#include <functional>
 #include <iostream>
-#include <map>
-#include <memory>
 
 namespace Host {
 
 namespace {
 
-/// The card is not there; what() says why.
-struct CardAbsent : std::runtime_error {
-   using std::runtime_error::runtime_error;
-};
-
-// Reads and writes registers of a card, which a simulated one is brought up for.
-class RegisterAccess : private Sim::CardListener {
- public:
-   explicit RegisterAccess( Input::CardDescription const & card ) {
-      if ( auto const * mmap = std::get_if<Input::MmapAccess>( &card.access ) ) {
-         Vor::Ptr<MmapHam> const ham = new MmapHam( "hamImpl", mmap->path, mmap->offset, mmap->size );
-         ham->poll();
-         if ( !ham->hardwarePresent() ) throw CardAbsent( "the card is not there: " + ham->trouble() );
-         ham_ = ham;
-      } else {
-         world_ = std::make_unique<SimulatedWorld>( card, Sim::Scenario{} );
-         world_->events().listenerAdd( *this );
-         world_->run();
-         ham_ = world_->card().hamImpl();
-      }
-   }
-
-   U32 read( RegisterPlace const & place ) {
-      U32 value = 0;
-      if ( place.chip )
-         value = spi( *place.chip ).doRead( static_cast<U16>( place.address ) );
-      else
-         ham_->read32( place.address, value );
-      return value;
-   }
-   /// Whether the write was sent.
-   bool write( RegisterPlace const & place, U32 value ) {
-      if ( place.chip )
-         return spi( *place.chip ).doWrite( static_cast<U16>( place.address ), static_cast<U8>( value ) );
-      ham_->write32( place.address, value );
-      return true;
-   }
-
- private:
-   void onUnclaimed( U64, U32 address, Sim::AccessDirection direction ) override {
-      std::cerr << "clockpath: warning: " << Sim::unclaimedText( address, direction ) << '\n';
-   }
-
-   Hardware::KivSpiInterface & spi( Input::Max24305Description const & chip ) {
-      auto & spi = spis_[chip.name];
-      if ( !spi ) spi = Hardware::kivSpiInterfaceFactory( chip.configOffset, ham_, chip.spiResetSupported );
-      return *spi;
-   }
-
-   std::unique_ptr<SimulatedWorld> world_;
-   Vor::Ptr<Fru::HamImpl> ham_;
-   std::map<std::string, Vor::Ptr<Hardware::KivSpiInterface>> spis_;
-};
-
 std::string addressText( RegisterPlace const & place ) {
    return place.chip ? fmt::format( "register 0x{:04x}", place.address ) : fmt::format( "0x{:08x}", place.address );
 }
 
-// A line of the list; without a value, the text says why.
-std::vector<std::string> row( RegisterPlace const & place, std::optional<U32> value, std::string const & text ) {
-   std::string const shown = value ? fmt::format( "0x{:0{}x}", *value, place.chip ? 2 : 8 ) : "-";
-   return { place.name, addressText( place ), shown, text };
+std::string valueText( RegisterPlace const & place, U32 value ) {
+   return fmt::format( "0x{:0{}x}", value, place.chip ? 2 : 8 );
 }
 
-// Reaches the card, has the registers used and listed, and shows the list. `use` gives whether all could be done.
-int listed( Input::CardDescription const & card, std::function<bool( RegisterAccess &, Table & )> const & use ) {
-   try {
-      RegisterAccess access( card );
-      Table table( { "Register", "Address", "Value", "Fields" } );
-      bool const done = use( access, table );
-      std::cout << table.text( styleOf( STDOUT_FILENO ) );
-      return done ? exitReady : exitNotReady;
-   } catch ( CardAbsent const & error ) {
-      std::cerr << "clockpath: " << error.what() << '\n';
-      return exitNotReady;
-   }
-}
-
-struct Read {
+struct Line {
    RegisterPlace place;
-   std::string notRead;   // why not; empty where it is read
+   std::optional<U32> value{};   // what stands there, or was to be written where that cannot be read
+   std::string text{};           // what the value says, or why there is none
+   std::optional<U32> written{};
+   bool done = true;
 };
 
-int readAll( Input::CardDescription const & card, std::vector<Read> const & reads ) {
-   return listed( card, [&]( RegisterAccess & access, Table & table ) {
-      for ( auto const & [place, notRead] : reads ) {
-         std::optional<U32> const value = notRead.empty() ? std::optional( access.read( place ) ) : std::nullopt;
-         table.rowAdd( row( place, value, value ? place.fieldsText( *value ) : "not read: " + notRead ) );
-      }
-      return true;
-   } );
+int tell( std::vector<Line> const & lines, bool json ) {
+   Table table( { "Register", "Address", "Value", "Fields" } );
+   Input::Json list = Input::Json::array();
+   bool done = true;
+   for ( Line const & line : lines ) {
+      RegisterPlace const & place = line.place;
+      done = done && line.done;
+      std::string const value = line.value ? valueText( place, *line.value ) : "-";
+      table.rowAdd( { place.name, addressText( place ), value, line.text } );
+      Input::Json object{ { "register", place.name }, { "address", place.address } };
+      if ( place.chip ) object["chip"] = place.chip->name;
+      if ( line.written ) object["written"] = *line.written;
+      object["value"] = line.value && line.done ? Input::Json( *line.value ) : Input::Json();
+      object["text"] = line.text;
+      object["done"] = line.done;
+      list.push_back( object );
+   }
+   if ( json )
+      jsonTell( { { "registers", list } } );
+   else
+      std::cout << table.text( styleOf( STDOUT_FILENO ) );
+   return done ? exitReady : exitNotReady;
+}
+
+// What is to be read; with a text, what is not. Unless it is named, a register is left alone that loses an entry.
+Line readOf( RegisterPlace const & place, bool named ) {
+   Line line{ .place = place };
+   if ( place.access == Hal::writeOnly_ ) line.text = "not read: it can only be written";
+   if ( place.access == Hal::readTakes_ && !named ) line.text = "not read: reading takes an entry out";
+   return line;
+}
+
+int readAll( RegisterOptions const & options, CardFiles const & files, char const * user, std::vector<Line> lines ) {
+   OpenCard open( files, user );
+   for ( Line & line : lines ) {
+      if ( !line.text.empty() ) continue;
+      line.value = open.registers().read( line.place );
+      line.done = line.value.has_value();
+      line.text = line.value ? line.place.fieldsText( *line.value ) : "no answer";
+   }
+   return tell( lines, options.json );
 }
 
 // A write that was asked for: of a whole register, or of some of its bits.
@@ -162,70 +121,74 @@ Write writeOf( RegisterBook const & book, std::string const & word ) {
    return write;
 }
 
-bool confirmed( std::vector<Write> const & writes, std::string const & card ) {
-   if ( ::isatty( STDIN_FILENO ) != 1 )
-      throw Input::InputError(
-         "poke changes the hardware of " + card + ": expected --yes, since nobody can be asked here" );
+std::string textOf( std::vector<Write> const & writes ) {
+   std::string text;
    for ( Write const & write : writes )
-      std::cout << "write " << write.text << " to " << write.place.name
-                << ( write.field.empty() ? "" : ", field " + write.field ) << " (" << addressText( write.place )
-                << ")\n";
-   std::cout << "Go on? [y/N] " << std::flush;
-   std::string answer;
-   std::getline( std::cin, answer );
-   return answer == "y" || answer == "Y" || answer == "yes";
+      text += fmt::format(
+         "write {} to {}{} ({})\n", write.text, write.place.name, write.field.empty() ? "" : ", field " + write.field,
+         addressText( write.place ) );
+   return text;
+}
+
+// Writes, and reads back where that says something and changes nothing.
+Line done( Write const & write, RegisterAccess & access ) {
+   RegisterPlace const & place = write.place;
+   std::optional<U32> const before = write.keepsOtherBits() ? access.read( place ) : 0;
+   if ( !before ) return { .place = place, .text = "no answer: not written", .done = false };
+   U32 const value = write.value( *before );
+   Line line{ .place = place, .value = value, .text = place.fieldsText( value ), .written = value };
+   if ( !access.write( place, value ) ) {
+      line.text = "not sent: the SPI master does not take it";
+      line.done = false;
+   } else if ( place.access == Hal::readWrite_ ) {
+      line.value = access.read( place );
+      line.done = line.value.has_value();
+      line.text = line.value ? place.fieldsText( *line.value ) : "no answer";
+      if ( line.value != value )
+         line.text += ( line.text.empty() ? "written " : "; written " ) + valueText( place, value );
+   }
+   return line;
 }
 
 }   // namespace
 
 int peek( RegisterOptions const & options ) {
-   Input::CardDescription const card = Input::readCard( options.card );
-   RegisterBook const book( card );
-   std::vector<Read> reads;
+   CardFiles const files( options );
+   RegisterBook const book( files.card );
+   std::vector<Line> lines;
    for ( std::string const & word : options.words ) {
-      reads.push_back( { book.one( word ), "" } );
-      book.requireReadable( reads.back().place );
+      std::vector<RegisterPlace> const places = book.range( word );
+      bool const named = places.size() == 1;
+      if ( named ) book.requireReadable( places.front() );
+      for ( RegisterPlace const & place : places ) lines.push_back( readOf( place, named ) );
    }
-   return readAll( card, reads );
+   return readAll( options, files, "peek", lines );
 }
 
 int dump( RegisterOptions const & options ) {
-   Input::CardDescription const card = Input::readCard( options.card );
-   RegisterBook const book( card );
-   std::vector<Read> reads;
-   auto const add = [&]( RegisterPlace const & place, bool named ) {
-      char const * const notRead = place.access == Hal::writeOnly_             ? "it can only be written"
-                                   : place.access == Hal::readTakes_ && !named ? "reading takes an entry out"
-                                                                               : "";
-      reads.push_back( { place, notRead } );
-   };
+   CardFiles const files( options );
+   RegisterBook const book( files.card );
+   std::vector<Line> lines;
    for ( std::string const & word : options.words )
-      for ( RegisterPlace const & place : book.named( word ) ) add( place, place.name == word );
+      for ( RegisterPlace const & place : book.named( word ) ) lines.push_back( readOf( place, place.name == word ) );
    if ( options.words.empty() )
-      for ( RegisterPlace const & place : book.all() ) add( place, false );
-   return readAll( card, reads );
+      for ( RegisterPlace const & place : book.all() ) lines.push_back( readOf( place, false ) );
+   return readAll( options, files, "dump", lines );
 }
 
 int poke( RegisterOptions const & options ) {
-   Input::CardDescription const card = Input::readCard( options.card );
-   RegisterBook const book( card );
+   CardFiles const files( options );
+   RegisterBook const book( files.card );
    std::vector<Write> writes;
    for ( std::string const & word : options.words ) writes.push_back( writeOf( book, word ) );
-   if ( !options.yes && !confirmed( writes, options.card ) ) {
+   if ( !confirmed( options, "poke", textOf( writes ) ) ) {
       std::cout << "Nothing was written.\n";
       return exitNotReady;
    }
-   return listed( card, [&]( RegisterAccess & access, Table & table ) {
-      bool allSent = true;
-      for ( Write const & write : writes ) {
-         U32 const value = write.value( write.keepsOtherBits() ? access.read( write.place ) : 0 );
-         bool const sent = access.write( write.place, value );
-         allSent = allSent && sent;
-         std::string const fields = write.place.fieldsText( value );
-         table.rowAdd( row( write.place, value, sent ? fields : "not sent: the SPI master does not take it" ) );
-      }
-      return allSent;
-   } );
+   OpenCard open( files, "poke" );
+   std::vector<Line> lines;
+   for ( Write const & write : writes ) lines.push_back( done( write, open.registers() ) );
+   return tell( lines, options.json );
 }
 
 }   // namespace Host

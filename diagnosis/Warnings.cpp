@@ -48,11 +48,6 @@ struct SequenceFacts {
    std::vector<std::size_t> notReadBack{};   // the last writes of registers that are not read behind them
 };
 
-Hal::RegisterDeclaration const * statusRegister( U16 reg ) {
-   auto const * const found = std::ranges::find( Hardware::max24305Block, reg, &Hal::RegisterDeclaration::address );
-   return found == Hardware::max24305Block.end() || Hal::writable( found->access ) ? nullptr : &*found;
-}
-
 // The checks of a sequence say what is wrong with the operation `at`; nothing where it is well.
 
 std::string unknownOp( SequenceFacts const & facts, std::size_t at ) {
@@ -232,6 +227,11 @@ std::vector<Warning> warningsOf( CardDescription const & card ) {
    for ( auto const & chip : card.tolvanes ) check( chip.name );
    for ( auto const & chip : card.max24305s ) check( chip.name );
    return warnings;
+}
+
+Hal::RegisterDeclaration const * statusRegister( U16 reg ) {
+   auto const * const found = std::ranges::find( Hardware::max24305Block, reg, &Hal::RegisterDeclaration::address );
+   return found == Hardware::max24305Block.end() || Hal::writable( found->access ) ? nullptr : &*found;
 }
 
 std::vector<std::string_view> checkNames() {

@@ -6,6 +6,7 @@
 // Each check is a row of a table in the source: its name, and a function that says what is wrong, or nothing.
 #pragma once
 
+#include "hal/Block.h"
 #include "input/CardDescription.h"
 
 #include <span>
@@ -30,6 +31,9 @@ warningsOf( std::span<Hardware::Max24305::Op const> sequence, std::span<std::str
 
 /// Of a card: of the sequences of its chips, then of the description itself.
 std::vector<Warning> warningsOf( Input::CardDescription const & card );
+
+/// The register of a MAX24305 that the chip itself changes; null for any other.
+Hal::RegisterDeclaration const * statusRegister( U16 reg );
 
 /// The names of all checks, for documents.
 std::vector<std::string_view> checkNames();

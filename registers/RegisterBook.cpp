@@ -95,10 +95,29 @@ void RegisterBook::add(
 }
 
 std::vector<RegisterPlace> RegisterBook::named( std::string const & word ) const {
-   if ( !card_.tolvane( word ) && !card_.max24305( word ) ) return { one( word ) };
+   if ( !card_.tolvane( word ) && !card_.max24305( word ) ) return range( word );
    std::vector<RegisterPlace> places;
    for ( RegisterPlace const & place : all_ )
       if ( place.name.starts_with( word + "." ) ) places.push_back( place );
+   return places;
+}
+
+std::vector<RegisterPlace> RegisterBook::range( std::string const & word ) const {
+   std::size_t const dash = word.rfind( '-' );
+   auto const last = dash == std::string::npos ? std::nullopt : Input::numberOf( word.substr( dash + 1 ) );
+   if ( !last || all_.find( word ) ) return { one( word ) };
+   std::string const from = word.substr( 0, dash );
+   std::size_t const numberAt = from.find( ':' ) + 1;   // 0 where there is no colon
+   if ( !Input::numberOf( from.substr( numberAt ) ) )
+      fail( word, "expected a range of numbers, such as 0x2000-0x200c or CHIP:0x10-0x1f" );
+   RegisterPlace const first = one( from );
+   U32 const step = first.chip ? 1 : 4;
+   if ( *last < first.address || ( *last - first.address ) / step >= rangeMax )
+      fail( word, fmt::format( "expected a range from a lower to a higher register, of {} at most", rangeMax ) );
+   std::vector<RegisterPlace> places;
+   std::string const owner = from.substr( 0, numberAt );
+   for ( U64 address = first.address; address <= *last; address += step )
+      places.push_back( one( fmt::format( "{}0x{:x}", owner, address ) ) );
    return places;
 }
 

@@ -2,7 +2,9 @@
 //
 //    ptp0.spiCtrl         a register of the FPGA that belongs to a chip, by its type's name
 //    0x120                a register of the FPGA by its byte address within the card's space
+//    0x2000-0x200c        the words from one to the other
 //    ptp0:7, ptp0:0x7     a register of a MAX24305, reached over SPI
+//    ptp0:0x10-0x1f       those from one to the other
 //    ptp0.apllStatus      the same by name, where it has one
 //    ptp0Reset            an output, which is one bit of a register of the FPGA
 //
@@ -42,9 +44,15 @@ class RegisterBook {
    /// Every register that has a name, chip by chip, then the outputs.
    Input::NamedList<RegisterPlace> const & all() const { return all_; }
 
-   /// The registers of one name: one register, or all of a chip. Throws Input::InputError for a name or an address that
-   /// the card has not.
+   /// How many registers a range may have.
+   static constexpr U32 rangeMax = 0x10000;
+
+   /// The registers of one word: those of range(), or all of a chip. Throws Input::InputError for a name or an address
+   /// that the card has not.
    std::vector<RegisterPlace> named( std::string const & word ) const;
+
+   /// One register, or those of a range.
+   std::vector<RegisterPlace> range( std::string const & word ) const;
 
    /// One register; `field` is set where the word ends in the name of a field.
    RegisterPlace one( std::string const & word, std::string * field = nullptr ) const;

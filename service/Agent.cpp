@@ -19,6 +19,11 @@ namespace Host {
 
 namespace {
 
+std::optional<CardLock> lockOf( Input::CardDescription const & description ) {
+   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
+   return access ? std::optional<CardLock>( std::in_place, access->path, "agent" ) : std::nullopt;
+}
+
 Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
    auto const * access = std::get_if<Input::MmapAccess>( &description.access );
    return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
@@ -46,7 +51,8 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
 }   // namespace
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
-   : timerSlack_( options.timerSlackNs ),
+   : lock_( lockOf( description ) ),
+     timerSlack_( options.timerSlackNs ),
      mmapHam_( mmapHamOf( description ) ),
      realTimeHam_( realTimeHamOf( description ) ),
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "card/Card.h"
+#include "card/CardLock.h"
 #include "card/Machines.h"
 #include "card/MmapHam.h"
 #include "card/RealTimeHam.h"
@@ -34,7 +35,8 @@ struct AgentOptions {
 class Agent final : private StepListener {
  public:
    /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it. Throws
-   /// Input::InputError for a chip whose input no machine serves, and for an event log that cannot be written.
+   /// Input::InputError for a chip whose input no machine serves, and for an event log that cannot be written, and
+   /// CardUnavailable for a card that somebody else uses.
    Agent( Input::CardDescription const & description, AgentOptions const & options );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
@@ -49,6 +51,7 @@ class Agent final : private StepListener {
    void record();
    void look();
 
+   std::optional<CardLock> const lock_;   // of a mapped card
    TimerSlack const timerSlack_;
    Vor::Ptr<MmapHam> const mmapHam_;           // of a mapped card
    Vor::Ptr<RealTimeHam> const realTimeHam_;   // of a simulated one

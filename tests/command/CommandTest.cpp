@@ -41,9 +41,10 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    Ran const unknown = run( { "simulte", "x" } );
    EXPECT_EQ( unknown.result, 2 );
    EXPECT_EQ(
-      unknown.errors, "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
-                      "\"agent\", \"peek\", "
-                      "\"poke\", \"dump\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
+      unknown.errors,
+      "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
+      "\"agent\", \"peek\", "
+      "\"poke\", \"dump\", \"audit\", \"selftest\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
@@ -54,6 +55,10 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
             { "agent" },
             { "peek", "card" },
             { "poke", "card" },
+            { "peek", "--after", "s.json" },
+            { "audit" },
+            { "audit", "card", "--after", "s.json" },
+            { "audit", "card", "--tolerance", "-1" },
             { "dump" },
             { "check" },
             { "sequence", "a", "--op", "--compare", "b" },
@@ -71,7 +76,8 @@ TEST( Command, SaysItsVersionAndItsWords ) {
    EXPECT_THAT( version.output, ::testing::MatchesRegex( "clockpath [0-9]+\\.[0-9]+\\.[0-9]+\n" ) );
    Ran const help = run( { "--help" } );
    EXPECT_EQ( help.result, 0 );
-   for ( char const * word : { "simulate", "agent", "peek", "poke", "dump", "check", "sequence", "Exit codes" } )
+   for ( char const * word :
+         { "simulate", "agent", "peek", "poke", "dump", "audit", "selftest", "check", "sequence", "Exit codes" } )
       EXPECT_NE( help.output.find( word ), std::string::npos ) << word;
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -168,7 +169,98 @@ TEST_F( RegisterCommandsTest, AnSpiMasterThatDoesNotTakeAWriteGivesOne ) {
    EXPECT_EQ( ran.result, 1 );
    EXPECT_NE( ran.output.find( "not sent: the SPI master does not take it" ), std::string::npos ) << ran.output;
    Ran const peeked = run( { "peek", mapped, "ptp0:0x10" } );
-   EXPECT_NE( peeked.output.find( "0xff   or no answer" ), std::string::npos ) << peeked.output;
+   EXPECT_EQ( peeked.result, 1 );
+   EXPECT_EQ(
+      peeked.output, "Register   Address          Value  Fields\n"
+                     "ptp0:0x10  register 0x0010  -      no answer\n" );
+}
+
+TEST_F( RegisterCommandsTest, PeekTakesRanges ) {
+   EXPECT_EQ( run( { "peek", simulated, "0x100-0x100" } ).result, 2 );   // one alone was meant itself
+   Ran const ranges = run( { "peek", simulated, "ptp0:0x2f-0x30", "0x100-0x104" } );
+   EXPECT_EQ( ranges.result, 0 );
+   EXPECT_EQ(
+      ranges.output, "Register   Address          Value       Fields\n"
+                     "ptp0:0x2f  register 0x002f  0x00\n"
+                     "ptp0:0x30  register 0x0030  0x5e\n"
+                     "0x100      0x00000100       -           not read: it can only be written\n"
+                     "0x104      0x00000104       0x00000000\n" );
+}
+
+TEST_F( RegisterCommandsTest, PokeReadsBackAndSaysWhatStandsThere ) {
+   Ran const ran =
+      run( { "poke", "--yes", simulated, "ptp0:0x30=1", "osc0.tolvaneEnable=2", "ptp0.spiCommandFifo=0" } );
+   EXPECT_EQ( ran.result, 0 );
+   EXPECT_EQ(
+      ran.output,
+      "Register             Address          Value       Fields\n"
+      "ptp0:0x30            register 0x0030  0x5e        written 0x01\n"
+      "osc0.tolvaneEnable   0x00003000       0x00000003  enable true, powerGood true; written 0x00000002\n"
+      "ptp0.spiCommandFifo  0x00000100       0x00000000  csEnd false, recordResponse false, dataToWrite 0\n" );
+}
+
+TEST_F( RegisterCommandsTest, AfterAScenarioItsCardIsLookedAtAsItThenStands ) {
+   std::string const scenario = folder.file( "s.json", R"({ "card": "simulated.json", "events": [
+                     { "atNs": 30000000000, "fault": { "kind": "bitFlip", "chip": "ptp0", "address": 16, "mask": 1 } },
+                     { "atNs": 30000000000, "fault": { "kind": "spiDead", "chip": "ptp1" } } ],
+                     "untilNs": 40000000000 })" );
+   Ran const peeked = run( { "peek", "--after", scenario, "ptp0:0x10", "ptp1:0x10" } );
+   EXPECT_EQ( peeked.result, 1 );
+   EXPECT_EQ(
+      peeked.output, "Register   Address          Value  Fields\n"
+                     "ptp0:0x10  register 0x0010  0x3d\n"
+                     "ptp1:0x10  register 0x0010  -      no answer\n" );
+   EXPECT_EQ( run( { "dump", "--after", scenario, "ptp0" } ).result, 0 );
+   EXPECT_EQ( run( { "dump", "--after", scenario } ).result, 1 );
+   Ran const poked = run( { "poke", "--yes", "--after", scenario, "ptp0:0x10=2", "ptp1:0x10=2" } );
+   EXPECT_EQ( poked.result, 1 );
+   EXPECT_EQ(
+      poked.output, "Register   Address          Value  Fields\n"
+                    "ptp0:0x10  register 0x0010  0x03   written 0x02\n"
+                    "ptp1:0x10  register 0x0010  -      no answer; written 0x02\n" );
+}
+
+TEST_F( RegisterCommandsTest, TellTheSameToPrograms ) {
+   Ran const peeked = run( { "peek", "--json", simulated, "osc0Reset", "ptp0:7" } );
+   EXPECT_EQ( peeked.result, 0 );
+   EXPECT_EQ(
+      Json::parse( peeked.output ).at( "registers" ).dump(),
+      R"([{"register":"osc0Reset","address":8192,"value":2,"text":"bit 0 is 0, inactive","done":true},)"
+      R"({"register":"ptp0:7","address":7,"chip":"ptp0","value":17,)"
+      R"("text":"apll2Locked true, apll1Locked true","done":true}])" );
+   Ran const poked = run( { "poke", "--json", "--yes", simulated, "ptp0:0x30=1" } );
+   EXPECT_EQ(
+      Json::parse( poked.output ).at( "registers" ).dump(),
+      R"([{"register":"ptp0:0x30","address":48,"chip":"ptp0","written":1,"value":94,"text":"written 0x01",)"
+      R"("done":true}])" );
+   Json const dumped = Json::parse( run( { "dump", "--json", simulated, "ptp0" } ).output ).at( "registers" );
+   EXPECT_EQ( dumped.size(), 6u );
+   EXPECT_EQ( dumped.at( 0 ).at( "value" ), nullptr );
+}
+
+TEST_F( RegisterCommandsTest, ACardThatSomebodyUsesIsLeftAlone ) {
+   hardwareArrives();
+   Process agent( { "agent", mapped } );
+   ASSERT_TRUE( agent.outputHas( "osc0" ) );
+   std::string const error = "clockpath: the card is in use by agent, process " + std::to_string( agent.pid() ) + " (" +
+                             folder.path( "space.lock" ) + "); stop it, or try again when it has ended\n";
+   std::string const before = folder.content( "space" );
+   for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
+            { "peek", mapped, "0x3000" },
+            { "poke", "--yes", mapped, "0x3ffc=1" },
+            { "dump", mapped },
+            { "audit", mapped },
+            { "selftest", "--yes", mapped },
+            { "agent", mapped } } ) {
+      Ran const ran = run( words );
+      EXPECT_EQ( ran.result, 1 ) << words[0];
+      EXPECT_EQ( ran.output, "" ) << words[0];
+      EXPECT_EQ( ran.errors, error ) << words[0];
+   }
+   EXPECT_EQ( folder.content( "space" ).substr( 0x3FFC ), before.substr( 0x3FFC ) );
+   agent.signal( SIGKILL );
+   agent.result();
+   EXPECT_EQ( run( { "peek", mapped, "0x3000" } ).result, 0 );
 }
 
 TEST_F( RegisterCommandsTest, ACardThatIsNotThereGivesOne ) {

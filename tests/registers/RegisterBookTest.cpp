@@ -62,6 +62,40 @@ TEST_F( RegisterBookTest, AChipsNameStandsForAllItsRegisters ) {
    EXPECT_EQ( book.named( "ptp0.spiCtrl" ).size(), 1u );
 }
 
+TEST_F( RegisterBookTest, ARangeStandsForItsRegisters ) {
+   auto const names = [&]( std::string const & word ) {
+      std::string text;
+      for ( RegisterPlace const & place : book.range( word ) ) text += place.name + " ";
+      return text;
+   };
+   EXPECT_EQ( names( "ptp0:0xf-0x11" ), "ptp0:0xf ptp0:0x10 ptp0:0x11 " );
+   EXPECT_EQ( names( "ptp0:6-7" ), "ptp0:0x6 ptp0:0x7 " );
+   EXPECT_EQ( names( "0x11c-0x127" ), "0x11c 0x120 0x124 " );
+   EXPECT_EQ( names( "0x120-0x120" ), "0x120 " );
+   EXPECT_EQ( names( "ptp0.spiCtrl" ), "ptp0.spiCtrl " );
+   EXPECT_EQ( book.range( "0x11c-0x127" )[1].declaration, book.one( "0x120" ).declaration );
+   EXPECT_EQ( book.range( "ptp0:0-65535" ).size(), 65536u );
+   EXPECT_EQ( book.named( "ptp0:6-7" ).size(), 2u );
+   std::string const prefix = "\"0x120-0x11c\" is no register of card.json; ";
+   EXPECT_EQ(
+      error( [&] { book.range( "0x120-0x11c" ); } ),
+      prefix + "expected a range from a lower to a higher register, of 65536 at most" );
+   EXPECT_NE( error( [&] { book.range( "0-0xfffffffc" ); } ), "no error" );
+   EXPECT_EQ(
+      error( [&] { book.range( "ptp0.spiCtrl-7" ); } ),
+      "\"ptp0.spiCtrl-7\" is no register of card.json; expected a range of numbers, such as 0x2000-0x200c or "
+      "CHIP:0x10-0x1f" );
+   EXPECT_EQ(
+      error( [&] { book.range( "ptp0:0xfffe-0x10000" ); } ),
+      "\"ptp0:0x10000\" is no register of card.json; expected a register from 0 to 0xffff behind the colon" );
+}
+
+TEST_F( RegisterBookTest, AnOutputMayBeNamedLikeARange ) {
+   CardDescription const dashed =
+      cardOf( with( with( wholeCard, "\"osc0Reset\"", "\"reset-0\"" ), "\"osc0Reset\"", "\"reset-0\"" ) );
+   EXPECT_EQ( RegisterBook( dashed ).range( "reset-0" ).front().output, &dashed.gpos[0] );
+}
+
 TEST_F( RegisterBookTest, DecodesFieldsFromTheDeclarations ) {
    EXPECT_EQ( book.one( "ptp0.spiCtrl" ).fieldsText( 0x00050003 ), "writeFifoCount 5, readFifoCount 3" );
    EXPECT_EQ( book.one( "osc0.tolvaneEnable" ).fieldsText( 2 ), "enable true, powerGood false" );
