@@ -3,8 +3,10 @@
 #include "card/SimulatedWorld.h"
 #include "command/CheckCommand.h"
 #include "diagnosis/Cause.h"
+#include "hal/KivHal.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
+#include "platform/SimulationVmid.h"
 #include "recording/EventStream.h"
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
@@ -17,6 +19,22 @@
 #include <iostream>
 
 namespace Host {
+
+namespace {
+
+// How the simulated hardware stands at the end; the event log is complete by then.
+std::vector<Diagnosis::ChipAudit> looksAt( SimulatedWorld & world ) {
+   world.events().listenersDel();
+   if ( Hardware::simulationVmid() ) return {};   // what was written is remembered by each machine for itself
+   RegisterAccess access( world.card().description(), world.card().hamImpl() );
+   // What a bring-up left in a FIFO hides the chip from whoever asks next, and says nothing of it.
+   for ( auto const & chip : world.card().description().max24305s )
+      if ( access.readWord( chip.configOffset + Hardware::SpiCtrl::address() ).value_or( 0 ) != 0 )
+         access.cleanUp( chip );
+   return Diagnosis::auditOf( world.card().description(), access );
+}
+
+}   // namespace
 
 int simulate( SimulateOptions const & options ) {
    Input::JsonDocument const file = Input::readJson( options.scenario );
@@ -48,7 +66,7 @@ int simulate( SimulateOptions const & options ) {
       if ( report ) report->end();
    }
    if ( events ) events->finish();
-   std::vector<Diagnosis::Cause> const causes = Diagnosis::causesOf( *story );
+   std::vector<Diagnosis::Cause> const causes = Diagnosis::causesOf( *story, looksAt( world ) );
    if ( report && !causes.empty() ) std::cout << '\n' << Diagnosis::causesText( causes, styleOf( STDOUT_FILENO ) );
    return world.card().allReady() && !Diagnosis::stands( causes, options.strict ) ? exitReady : exitNotReady;
 }

@@ -89,7 +89,7 @@ std::vector<Expectation> expectationsOf( Input::Max24305Description const & chip
 ChipAudit auditOf( Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm ) {
    using enum ChipAudit::Answer;
    ChipAudit audit{ .chip = chip.name, .wantedInHz = chip.outputFrequencyInHz };
-   audit.toleranceInHz = audit.wantedInHz * tolerancePpm / 1e6 + 1;
+   audit.toleranceInHz = toleranceInHz( audit.wantedInHz, tolerancePpm );
    audit.spiCtrl = access.readWord( chip.configOffset + Hardware::SpiCtrl::address() );
    audit.apllStatus = access.readByte( chip, Hardware::ApllStatus::address() );
    if ( !audit.apllStatus ) {

@@ -63,6 +63,8 @@ struct ChipAudit {
    U32 wantedInHz = 0;   ///< 0: not checked
    double toleranceInHz = 0;
 
+   /// Whether not even the FPGA answers.
+   bool cardGone() const { return answer == Answer::none_ && !spiCtrl; }
    /// Whether the chip is the one that it should be, whatever state it is in.
    bool isThere() const;
    /// Bus, identification, registers and so on, as far as there is something to say of them.
@@ -71,6 +73,11 @@ struct ChipAudit {
 };
 
 inline constexpr double defaultTolerancePpm = 100;
+
+/// How far an output may be off that is to have this frequency.
+constexpr double toleranceInHz( U32 wantedInHz, double tolerancePpm = defaultTolerancePpm ) {
+   return wantedInHz * tolerancePpm / 1e6 + 1;
+}
 
 /// The output may be off by so much, and by 1 Hz. A chip that does not answer is given up at once; else each register
 /// takes an SPI transfer.

@@ -19,10 +19,10 @@ constexpr std::size_t pollsBeforeTrouble = 10;
 
 class Investigation {
  public:
-   explicit Investigation( Story const & story ) : story_( story ) {}
+   Investigation( Story const & story, std::span<ChipAudit const> looks ) : story_( story ), looks_( looks ) {}
 
    std::vector<Cause> causes() {
-      std::optional<Cause> const gone = cardCause( story_ );
+      std::optional<Cause> const gone = cardCause( story_, looks_ );
       if ( gone ) add( {}, *gone );
       for ( Absence const & absence : story_.absences() )
          if ( absence.toNs ) addEarlier( absenceCause( absence ), *absence.toNs );
@@ -40,8 +40,11 @@ class Investigation {
    void present( ChipStory const & chip ) {
       if ( chip.ready() ) {
          if ( !chip.last() ) return;
-         Case const ready{ story_, chip, *chip.last(), chip.stateNs };
-         add( {}, chip.max24305 ? readyCause( ready ) : readyTolvaneCause( ready ) );
+         auto const look = std::ranges::find( looks_, chip.name, &ChipAudit::chip );
+         Case const ready{ story_, chip, *chip.last(), chip.stateNs, look == looks_.end() ? nullptr : &*look };
+         std::optional<Cause> const cause = chip.max24305 ? readyCause( ready ) : readyTolvaneCause( ready );
+         bool const lockLost = cause && cause->rule == lockLostRule;
+         if ( !lockLost || !blamed( chip.max24305->tolvane, chip ) ) add( {}, cause );
          retries( chip, *chip.last() );
          return;
       }
@@ -125,6 +128,7 @@ class Investigation {
    }
 
    Story const & story_;
+   std::span<ChipAudit const> const looks_;
    std::vector<Cause> found_;
 };
 
@@ -189,7 +193,9 @@ std::string countText( std::size_t count, std::string_view thing ) {
    return fmt::format( "{} {}{}", count, thing, count == 1 ? "" : "s" );
 }
 
-std::vector<Cause> causesOf( Story const & story ) { return Investigation( story ).causes(); }
+std::vector<Cause> causesOf( Story const & story, std::span<ChipAudit const> looks ) {
+   return Investigation( story, looks ).causes();
+}
 
 bool stands( std::vector<Cause> const & causes, bool strict ) {
    return std::ranges::any_of( causes, [strict]( Cause const & cause ) {

@@ -10,12 +10,14 @@
 // told where all is well.
 #pragma once
 
+#include "diagnosis/Audit.h"
 #include "diagnosis/Story.h"
 #include "report/Style.h"
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,8 +43,8 @@ struct Cause {
 };
 
 /// The causes first, then the warnings, then what was wrong earlier; each from the card to the chips that depend on
-/// others.
-std::vector<Cause> causesOf( Story const & story );
+/// others. `looks` is what the hardware of chips says now, where somebody looked.
+std::vector<Cause> causesOf( Story const & story, std::span<ChipAudit const> looks = {} );
 
 /// Whether there is a cause, or in strict cases a warning.
 bool stands( std::vector<Cause> const & causes, bool strict );

@@ -98,14 +98,15 @@ Cause absenceCause( Absence const & absence ) {
       .ruledOut = "the chips: nothing of the card answers" };
 }
 
-std::optional<Cause> cardCause( Story const & story ) {
+std::optional<Cause> cardCause( Story const & story, std::span<ChipAudit const> looks ) {
    bool const absent = !story.absences().empty() && !story.absences().back().toNs;
-   if ( !absent && !story.allOnesNs() ) return {};
-   Cause cause = absenceCause( absent ? story.absences().back() : Absence{ *story.allOnesNs() } );
+   bool const silent = !looks.empty() && std::ranges::all_of( looks, &ChipAudit::cardGone );
+   if ( !absent && !silent && !story.allOnesNs() ) return {};
+   U64 const onesNs = story.allOnesNs().value_or( story.lastNs() );
+   Cause cause = absenceCause( absent ? story.absences().back() : Absence{ onesNs } );
    cause.what =
       absent ? "the card is gone: its hardware is not present" : "the card is gone: every read gives 0xffffffff";
-   if ( absent && story.allOnesNs() )
-      cause.seen.push_back( fmt::format( "every read gives 0xffffffff since {}", timeText( *story.allOnesNs() ) ) );
+   if ( absent && story.allOnesNs() ) cause.seen = { "every read gives 0xffffffff since " + timeText( onesNs ) };
    return cause;
 }
 

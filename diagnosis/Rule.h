@@ -23,6 +23,7 @@ struct Case {
    ChipStory const & chip;
    BringUp const & bringUp;
    U64 sinceNs = 0;
+   ChipAudit const * look = nullptr;   ///< what its hardware says now; null where nobody looked
 
    /// The facts that hold whatever the trouble: {chip}, {reset}, {selftest} and so on.
    Facts facts() const;
@@ -68,12 +69,15 @@ std::optional<Cause> attemptCause( Case const & trouble );        ///< attempts 
 std::optional<Cause> lockCause( Case const & trouble );           ///< it is programmed, and has not locked
 std::optional<Cause> readyCause( Case const & trouble );          ///< it is published ready
 
+/// The rule of a ready chip that its reference may have cost the lock.
+inline constexpr std::string_view lockLostRule = "lockLost";
+
 /// A row of its gate that is not met.
 Cause gateCause( ChipStory const & chip, GateRow const & row );
 /// The assertion that stopped the process.
 Cause assertionCause( Story const & story );
 /// The card is gone; or was, for that time.
-std::optional<Cause> cardCause( Story const & story );
+std::optional<Cause> cardCause( Story const & story, std::span<ChipAudit const> looks );
 Cause absenceCause( Absence const & absence );
 
 /// "1 operation", "2 operations"

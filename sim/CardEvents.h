@@ -39,6 +39,8 @@ class CardEvents final {
 
    /// Listeners are told in the order in which they joined, and live as long as something happens.
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
+   /// Nobody is told any more, of what somebody does to the card when all is over.
+   void listenersDel() { listeners_.clear(); }
 
    /// The card's buses, and accesses where it has no register, are told of; the card outlives the events.
    void cardAdd( SimulatedCard & card );
