@@ -1,7 +1,7 @@
 #include "diagnosis/BringUpTime.h"
 
 #include "card/SimulatedWorld.h"
-#include "card/StepListener.h"
+#include "input/Json.h"
 
 namespace Diagnosis {
 
@@ -10,74 +10,45 @@ using enum Hardware::Max24305::OpType;
 
 namespace {
 
-// Registers that the simulated chip keeps apart: one is written and never read, the other stays as it is at power-up.
-constexpr U32 writtenRegister = 0x100;
-constexpr U32 readRegister = 0x101;
-constexpr U32 neverRead = 0x100;   // a read brings a byte
+// The chip is brought up as soon as its machine is made, and locks at once.
+constexpr char cardOfOneChip[] = R"({
+   "access": { "kind": "simulated", "lockAfterNs": 0 },
+   "gpos": [ { "name": "reset", "offset": 8192, "bit": 0 } ],
+   "chips": [ { "kind": "max24305", "name": "chip", "configOffset": 256, "statusOffset": 512, "resetGpoName": "reset",
+                "input": "stuffedClock", "spiResetSupported": false, "sequence": [] } ] })";
 
-class Stopwatch final : Host::StepListener {
- public:
-   explicit Stopwatch( Host::SimulatedWorld const & world ) : world_( world ) {}
+// Registers of the simulated chip that hold 0 at power-up.
+constexpr U16 anyRegister = 0x100;
+constexpr U16 lastRegister = 0x101;
 
-   U64 attemptsNs() const { return lastAttemptNs_ - firstAttemptNs_; }   // between the first one's begin and the last's
-   U64 lastsNs() const { return endNs_ - firstAttemptNs_; }
+constexpr U64 failingAttempts = 9;   // all but the last
 
- private:
-   void onStep( Vor::Entity const &, Hardware::Step const & step ) override {
-      if ( auto const * begun = std::get_if<Hardware::Steps::AttemptBegun>( &step ) ) {
-         lastAttemptNs_ = world_.nowNs();
-         if ( begun->number == 1 ) firstAttemptNs_ = lastAttemptNs_;
-      }
-      if ( std::holds_alternative<Hardware::Steps::Published>( step ) ) endNs_ = world_.nowNs();
-   }
-
-   Host::SimulatedWorld const & world_;
-   U64 firstAttemptNs_ = 0;
-   U64 lastAttemptNs_ = 0;
-   U64 endNs_ = 0;
-};
-
-// Brings up a card of this chip alone.
-U64 measured( Input::CardDescription card, Input::Max24305Description const & chip, U64 ( Stopwatch::*ns )() const ) {
-   card.max24305s.push_back( chip );
-   Host::SimulatedWorld world( std::move( card ), {} );
-   Stopwatch const watch( world );
+U64 nsToTheEnd( Input::CardDescription const & card, Sim::Scenario const & scenario ) {
+   Host::SimulatedWorld world( card, scenario );
    world.run();
-   return ( watch.*ns )();
+   return world.nowNs();
 }
 
 }   // namespace
 
-BringUpTime bringUpTime( Input::Max24305Description const & chip, U64 spiClockInHz ) {
-   Input::CardDescription card;
-   card.access = Input::SimulatedAccess{ .spiClockInHz = spiClockInHz };
-   Input::GpoDescription reset;
-   reset.name = "reset";
-   reset.offset = 0x2000;
-   card.gpos.push_back( reset );
+BringUpTime bringUpTime( Input::Max24305Description const & described, U64 spiClockInHz ) {
+   Input::CardDescription card = Input::cardDescription( Input::JsonDocument( "", cardOfOneChip ).root() );
+   std::get<Input::SimulatedAccess>( card.access ).spiClockInHz = spiClockInHz;
+   Input::Max24305Description & chip = card.max24305s[0];
+   chip.spiResetSupported = described.spiResetSupported;
+   chip.sequence = described.sequence;
+   for ( Op & op : chip.sequence )
+      if ( op.type != sleep_ ) op = { op.key, op.type, anyRegister, 0 };
+   U64 const bestNs = nsToTheEnd( card, {} );
 
-   Input::Max24305Description quick;
-   quick.name = "chip";
-   quick.configOffset = 0x100;
-   quick.statusOffset = 0x200;
-   quick.resetGpoName = reset.name;
-   quick.clockStatus = quick.name;
-   quick.input = Hardware::Max24305::stuffedClock_;
-   quick.spiResetSupported = chip.spiResetSupported;
-   for ( Op const & op : chip.sequence )
-      quick.sequence.push_back(
-         op.type == read_    ? Op( op.key, read_, readRegister, 0 )
-         : op.type == write_ ? Op( op.key, write_, writtenRegister, 0 )
-                             : op );
-   Input::Max24305Description withoutLock = quick;
-   withoutLock.simulatedApllStatus = 0;
-   Input::Max24305Description failing = quick;
-   failing.sequence.emplace_back( 0, read_, readRegister, neverRead );
-
-   return {
-      .bestNs = measured( card, quick, &Stopwatch::lastsNs ),
-      .worstNs =
-         measured( card, failing, &Stopwatch::attemptsNs ) + measured( card, withoutLock, &Stopwatch::lastsNs ) };
+   Sim::Scenario worst;
+   worst.start.actions = {
+      { .key = "fault",
+        .name = chip.name,
+        .fault = { .kind = Sim::FaultKind::bitFlip_, .address = lastRegister, .mask = 1, .count = failingAttempts } } };
+   chip.sequence.emplace_back( 0, read_, lastRegister, 0 );
+   chip.simulatedApllStatus = 0;
+   return { .bestNs = bestNs, .worstNs = nsToTheEnd( card, worst ) };
 }
 
 }   // namespace Diagnosis

@@ -2,9 +2,9 @@
 //
 //    Diagnosis::BringUpTime const time = Diagnosis::bringUpTime( chip, spiClockInHz );
 //
-// Nothing is added up from constants: the machine itself brings the chip up on a simulated card, in virtual time, and
-// takes the time that it takes. What an operation takes does not depend on the register, so each reads or writes one
-// whose content is known; the sequence's own values, right or wrong, do not matter.
+// Nothing is added up from constants: the machine itself brings the chip up on a simulated card, in virtual time. What
+// an operation takes does not depend on the register, so each reads or writes one whose content is known; the
+// sequence's own values, right or wrong, do not matter.
 #pragma once
 
 #include "input/CardDescription.h"
