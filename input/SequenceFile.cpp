@@ -177,12 +177,6 @@ Sequence sequenceOf( std::string const & name, std::string_view content, std::ve
    return sequence;
 }
 
-std::vector<std::string> linePlaces( std::string const & file, std::vector<U32> const & lines ) {
-   std::vector<std::string> places;
-   for ( U32 const line : lines ) places.push_back( file + ":" + std::to_string( line ) );
-   return places;
-}
-
 Sequence readSequence( std::string const & path ) { return sequenceOf( path, readFile( path ) ); }
 
 Sequence listOf( std::string const & name, std::string_view content ) {

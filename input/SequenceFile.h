@@ -31,9 +31,6 @@ Sequence readSequence( std::string const & path );
 /// operation, from 1.
 Sequence sequenceOf( std::string const & name, std::string_view content, std::vector<U32> * lines = nullptr );
 
-/// Lines of a file as they stand in messages: "ptp0.ops:7".
-std::vector<std::string> linePlaces( std::string const & file, std::vector<U32> const & lines );
-
 /// The writes that a list of registers stands for. A line holds a register and its value, both hexadecimal with 0x or
 /// without, and ',', ';' or blanks between them; '#' and "//" begin comments. Throws Input::InputError.
 Sequence listOf( std::string const & name, std::string_view content );
