@@ -21,12 +21,16 @@ namespace {
 
 constexpr U32 longestPauseNs = 1'000'000'000;
 
-template<class... Values>
-void warn(
-   std::vector<Warning> & warnings, std::string const & place, std::string_view check,
-   fmt::format_string<Values...> text, Values const &... values ) {
-   warnings.push_back( { check, place, fmt::vformat( text, fmt::make_format_args( values... ) ) } );
-}
+// Warns of one place.
+struct Warn {
+   std::vector<Warning> & warnings;
+   std::string place;
+
+   template<class... Values>
+   void operator()( std::string_view check, fmt::format_string<Values...> text, Values const &... values ) const {
+      warnings.push_back( { check, place, fmt::vformat( text, fmt::make_format_args( values... ) ) } );
+   }
+};
 
 // The register that an operation is sent to.
 U16 registerOf( Op const & op ) { return static_cast<U16>( op.address ); }
@@ -37,132 +41,78 @@ Hal::RegisterDeclaration const * statusRegister( U16 reg ) {
    return found == Hardware::max24305Block.end() || Hal::writable( found->access ) ? nullptr : &*found;
 }
 
-// What a sequence does to the registers; places count from 0.
-struct Accesses {
-   std::map<U16, std::size_t> firstWriteOf{};
-   std::size_t unread = 0;        // registers whose last write no read follows
-   std::size_t firstUnread = 0;   // the first of those writes
-};
-
-Accesses accessesOf( std::vector<Op> const & sequence ) {
-   Accesses accesses;
-   std::set<U16> later;   // registers that are accessed behind the operation
-   for ( std::size_t at = sequence.size(); at-- > 0; ) {
-      Op const & op = sequence[at];
-      if ( op.type != read_ && op.type != write_ ) continue;
-      bool const last = later.insert( registerOf( op ) ).second;
-      if ( op.type == read_ ) continue;
-      accesses.firstWriteOf[registerOf( op )] = at;
-      if ( !last ) continue;
-      accesses.firstUnread = at;
-      ++accesses.unread;
-   }
-   return accesses;
-}
-
 // By what they share, in the card's order.
 using ChipsBy = std::map<std::string, std::vector<std::string>>;
-
-void cardWarnings( CardDescription const & card, std::vector<Warning> & warnings ) {
-   auto const placeOf = [&]( std::string const & chip ) { return card.file + ": " + chip; };
-   ChipsBy outputs;
-   ChipsBy clockStatuses;
-   for ( auto const & chip : card.tolvanes ) outputs[chip.resetGpoName].push_back( chip.name );
-   for ( auto const & chip : card.max24305s ) {
-      outputs[chip.resetGpoName].push_back( chip.name );
-      clockStatuses[chip.clockStatus].push_back( chip.name );
-   }
-   for ( auto const & [output, chips] : outputs )
-      if ( chips.size() > 1 )
-         warn(
-            warnings, placeOf( chips.front() ), "sharedOutput",
-            "expected an output for each chip, found \"{}\" for {}: each resets the others", output,
-            fmt::join( chips, ", " ) );
-   for ( auto const & [clockStatus, chips] : clockStatuses )
-      if ( chips.size() > 1 )
-         warn(
-            warnings, placeOf( chips.front() ), "sharedClockStatus",
-            "expected a clock status for each chip, found \"{}\" for {}: the last one that writes it is seen",
-            clockStatus, fmt::join( chips, ", " ) );
-   for ( auto const & chip : card.max24305s ) {
-      std::string const programme = stringValue( chip.programSeq ).stdString();
-      // The number at its end says what the output is: "ic1In10_oc1Out10" is of 10 MHz.
-      auto const mhz = Input::numberOf( programme.substr( programme.find_last_not_of( "0123456789" ) + 1 ) );
-      U64 const hz = U64{ mhz.value_or( 0 ) } * 1'000'000;
-      if ( mhz && chip.outputFrequencyInHz != 0 && chip.outputFrequencyInHz != hz )
-         warn(
-            warnings, placeOf( chip.name ), "outputFrequency",
-            "expected the outputFrequencyInHz {} of the programme {}, found {}", hz, programme,
-            chip.outputFrequencyInHz );
-      if ( chip.input == Hardware::Max24305::noInput_ )
-         warn(
-            warnings, placeOf( chip.name ), "noInput",
-            "expected the input tolvane or stuffedClock, found noInput, from which it cannot be brought up" );
-   }
-}
 
 }   // namespace
 
 std::vector<Warning> warningsOf( Max24305Description const & chip ) {
+   std::map<U16, std::size_t> firstWriteOf;   // of each register; places count from 0
+   std::map<U16, std::size_t> unread;         // the last writes that no read follows
+   for ( std::size_t at = 0; at < chip.sequence.size(); ++at ) {
+      Op const & op = chip.sequence[at];
+      if ( op.type == read_ ) unread.erase( registerOf( op ) );
+      if ( op.type != write_ ) continue;
+      firstWriteOf.try_emplace( registerOf( op ), at );
+      unread[registerOf( op )] = at;
+   }
+   std::size_t firstUnread = chip.sequence.size();
+   for ( auto const & [reg, at] : unread ) firstUnread = std::min( firstUnread, at );
+
    std::vector<Warning> warnings;
-   Accesses const accesses = accessesOf( chip.sequence );
    bool written = false;   // any register so far
    for ( std::size_t at = 0; at < chip.sequence.size(); ++at ) {
       Op const & op = chip.sequence[at];
       U16 const reg = registerOf( op );
-      std::string const place = chip.placeOf( at );
+      Warn const warn{ warnings, chip.placeOf( at ) };
       if ( op.type == unknownOp_ )
          warn(
-            warnings, place, unknownOperation,
+            unknownOperation,
             "expected read, write or sleep, found unknownOp, which stops the process when the sequence comes to it" );
       if ( op.type == sleep_ && op.value > longestPauseNs )
-         warn(
-            warnings, place, "longPause",
-            "expected a pause of 1 s at most, found {} ns, in which the agent stands still", op.value );
+         warn( "longPause", "expected a pause of 1 s at most, found {} ns, in which the agent stands still", op.value );
       if ( op.type != read_ && op.type != write_ ) continue;
 
       if ( op.value > 0xFF && op.type == read_ )
          warn(
-            warnings, place, "wideValue",
+            "wideValue",
             "expected a value from 0 to 0xff, found 0x{:x}, of which no read ever brings more than a byte: it fails "
             "every attempt",
             op.value );
       if ( op.value > 0xFF && op.type == write_ )
          warn(
-            warnings, place, "wideValue",
-            "expected a value from 0 to 0xff, found 0x{:x}, of which the low byte 0x{:02x} is written", op.value,
-            op.value & 0xFF );
+            "wideValue", "expected a value from 0 to 0xff, found 0x{:x}, of which the low byte 0x{:02x} is written",
+            op.value, op.value & 0xFF );
       if ( op.address > 0xFFFF )
          warn(
-            warnings, place, "wideAddress",
-            "expected an address from 0 to 0xffff, found 0x{:x}, which is sent as 0x{:04x}", op.address, reg );
+            "wideAddress", "expected an address from 0 to 0xffff, found 0x{:x}, which is sent as 0x{:04x}", op.address,
+            reg );
       if ( op.type == write_ ) {
          written = true;
-         if ( accesses.unread > 0 && accesses.firstUnread == at )
+         if ( at == firstUnread )
             warn(
-               warnings, place, "notReadBack",
-               "expected a read-back behind each write, found {} register{} without, 0x{:04x} first", accesses.unread,
-               accesses.unread == 1 ? "" : "s", reg );
+               "notReadBack", "expected a read-back behind each write, found {} register{} without, 0x{:04x} first",
+               unread.size(), unread.size() == 1 ? "" : "s", reg );
          continue;
       }
 
       auto const * const status = statusRegister( reg );
       if ( status )
          warn(
-            warnings, place, "statusVerified",
+            "statusVerified",
             "expected a register that keeps what is written, found 0x{:04x}, {}: what it reads changes by itself", reg,
             status->type().name() );
-      auto const write = accesses.firstWriteOf.find( reg );
-      if ( write != accesses.firstWriteOf.end() && write->second > at )
+      auto const write = firstWriteOf.find( reg );
+      if ( write != firstWriteOf.end() && write->second > at )
          warn(
-            warnings, place, "readTooEarly",
+            "readTooEarly",
             "expected the read-back behind the write, found it before operation {}, which is the first to write "
             "0x{:04x}",
             write->second + 1, reg );
       // Before the first write, a sequence looks at what the chip brings along, such as its identification.
-      if ( write == accesses.firstWriteOf.end() && written && !status )
+      if ( write == firstWriteOf.end() && written && !status )
          warn(
-            warnings, place, "neverWritten",
+            "neverWritten",
             "expected the read-back of a register that was written, found 0x{:04x}, which nothing writes", reg );
    }
    return warnings;
@@ -176,7 +126,36 @@ std::vector<Warning> warningsOf( CardDescription const & card ) {
       auto const ofSequence = warningsOf( chip );
       warnings.insert( warnings.end(), ofSequence.begin(), ofSequence.end() );
    }
-   cardWarnings( card, warnings );
+
+   auto const warnOf = [&]( std::string const & chip ) { return Warn{ warnings, card.file + ": " + chip }; };
+   ChipsBy outputs;
+   ChipsBy clockStatuses;
+   for ( auto const & chip : card.tolvanes ) outputs[chip.resetGpoName].push_back( chip.name );
+   for ( auto const & chip : card.max24305s ) {
+      outputs[chip.resetGpoName].push_back( chip.name );
+      clockStatuses[chip.clockStatus].push_back( chip.name );
+   }
+   for ( auto const & [output, chips] : outputs )
+      if ( chips.size() > 1 )
+         warnOf( chips.front() )(
+            "sharedOutput", "expected an output for each chip, found \"{}\" for {}: each resets the others", output,
+            fmt::join( chips, ", " ) );
+   for ( auto const & [clockStatus, chips] : clockStatuses )
+      if ( chips.size() > 1 )
+         warnOf( chips.front() )(
+            "sharedClockStatus",
+            "expected a clock status for each chip, found \"{}\" for {}: the last one that writes it is seen",
+            clockStatus, fmt::join( chips, ", " ) );
+   for ( auto const & chip : card.max24305s ) {
+      std::string const programme = stringValue( chip.programSeq ).stdString();
+      // The number at its end says what the output is: "ic1In10_oc1Out10" is of 10 MHz.
+      auto const mhz = Input::numberOf( programme.substr( programme.find_last_not_of( "0123456789" ) + 1 ) );
+      U64 const hz = U64{ mhz.value_or( 0 ) } * 1'000'000;
+      if ( mhz && chip.outputFrequencyInHz != 0 && chip.outputFrequencyInHz != hz )
+         warnOf( chip.name )(
+            "outputFrequency", "expected the outputFrequencyInHz {} of the programme {}, found {}", hz, programme,
+            chip.outputFrequencyInHz );
+   }
    return warnings;
 }
 

@@ -18,8 +18,8 @@ inline constexpr std::string_view unknownOperation = "unknownOp";
 
 /// The names of all checks, as docs/command.md tells them.
 inline constexpr std::string_view checkNames[] = {
-   unknownOperation, "wideValue",   "wideAddress",  "longPause",         "statusVerified",  "neverWritten",
-   "readTooEarly",   "notReadBack", "sharedOutput", "sharedClockStatus", "outputFrequency", "noInput" };
+   unknownOperation, "wideValue",   "wideAddress",  "longPause",         "statusVerified", "neverWritten",
+   "readTooEarly",   "notReadBack", "sharedOutput", "sharedClockStatus", "outputFrequency" };
 
 struct Warning {
    std::string_view check;   ///< its name

@@ -129,13 +129,6 @@ TEST( CardWarnings, AnOutputFrequencyThatDoesNotFitTheProgramme ) {
              "ic1In10_oc1Out10, found 25000000" } );
 }
 
-TEST( CardWarnings, AChipWithoutInput ) {
-   EXPECT_EQ(
-      ofCard( R"("input": "stuffedClock")", R"("input": "noInput")" ),
-      Lines{ "noInput at card.json: ptp1: expected the input tolvane or stuffedClock, found noInput, from which it "
-             "cannot be brought up" } );
-}
-
 TEST( CardWarnings, ASequenceThatTwoChipsShareIsToldOnce ) {
    Input::CardDescription card = Input::cardOf( Input::wholeCard );
    for ( std::size_t i : { 0u, 1u } ) {
