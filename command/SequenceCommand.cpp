@@ -48,9 +48,8 @@ int compare( Input::Sequence const & sequence, SequenceOptions const & options )
 }   // namespace
 
 int sequence( SequenceOptions const & options ) {
-   std::string const content = Input::readFile( options.file );
-   Input::Sequence sequence =
-      options.list ? Input::listOf( options.file, content ) : Input::sequenceOf( options.file, content );
+   Input::Sequence sequence = options.list ? Input::listOf( options.file, Input::readFile( options.file ) )
+                                           : Input::readSequence( options.file );
    if ( options.readBack ) sequence = Input::withReadBacks( sequence );
    if ( !options.compareWith.empty() ) return compare( sequence, options );
    for ( Hardware::Max24305::Op const & op : sequence )

@@ -29,12 +29,8 @@ class CardReader {
          card_.access = access( object["access"] );
          if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
       } );
-      mistakes_.gather( [&] {
-         if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
-      } );
-      mistakes_.gather( [&] {
-         if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
-      } );
+      object.gather( mistakes_, "genId", [&]( auto const & value ) { card_.genId = value.u32(); } );
+      object.gather( mistakes_, "slotId", [&]( auto const & value ) { card_.slotId = value.u32(); } );
       outputsKnown_ = gatherAll( object["gpos"], &CardReader::gpo );
       JsonValue const chips = object["chips"];
       mistakes_.gather( [&] {
