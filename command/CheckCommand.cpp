@@ -54,17 +54,16 @@ int check( CheckOptions const & options ) {
    return options.strict && !check.warnings.empty() ? exitNotReady : exitReady;
 }
 
-void warningCountTell( std::vector<Diagnosis::Warning> const & warnings, std::string const & file ) {
+void warningsTell( Input::CardDescription const & card, std::string const & file, bool unknownRefused ) {
+   auto const warnings = Diagnosis::warningsOf( card );
+   for ( auto const & [name, place, text] : warnings ) {
+      if ( name != Diagnosis::unknownOperation ) continue;
+      if ( unknownRefused ) throw Input::InputError( place + ": " + text );
+      std::cerr << "clockpath: warning: " << place << ": " << text << '\n';
+   }
    if ( warnings.empty() ) return;
    std::cerr << "clockpath: " << countText( warnings.size(), "warning" ) << ": clockpath check " << file
              << ( warnings.size() == 1 ? " shows it\n" : " shows them\n" );
-}
-
-std::vector<std::string> unknownOperations( std::vector<Diagnosis::Warning> const & warnings ) {
-   std::vector<std::string> messages;
-   for ( auto const & [check, place, text] : warnings )
-      if ( check == Diagnosis::unknownOperation ) messages.push_back( fmt::format( "{}: {}", place, text ) );
-   return messages;
 }
 
 }   // namespace Host

@@ -1,10 +1,9 @@
 // `clockpath check`: what is wrong in files alone, before anything is brought up by them.
 #pragma once
 
-#include "diagnosis/Warnings.h"
+#include "input/CardDescription.h"
 
 #include <string>
-#include <vector>
 
 namespace Host {
 
@@ -17,10 +16,8 @@ struct CheckOptions {
 /// Gives the exit code: 2 for mistakes; 1 for warnings, when they count; else 0.
 int check( CheckOptions const & options );
 
-/// Says on standard error how many warnings there are of a file, and how they are shown; nothing where there is none.
-void warningCountTell( std::vector<Diagnosis::Warning> const & warnings, std::string const & file );
-
-/// The unknown operations among the warnings, as messages with their places.
-std::vector<std::string> unknownOperations( std::vector<Diagnosis::Warning> const & warnings );
+/// What other commands say, on standard error, of a card that they read from the file: how many warnings there are and
+/// how they are shown. Unknown operations are named; where they are refused the first is an Input::InputError.
+void warningsTell( Input::CardDescription const & card, std::string const & file, bool unknownRefused );
 
 }   // namespace Host

@@ -99,10 +99,8 @@ class Words {
 
    int agent() const {
       Input::CardDescription const card = Input::readCard( agentCard_ );
-      std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
-      // The process would not live to the end of the bring-up.
-      if ( auto const unknown = unknownOperations( warnings ); !unknown.empty() ) throw Input::InputError( unknown );
-      warningCountTell( warnings, agentCard_ );
+      // With an unknown operation the process would not live to the end of the bring-up.
+      warningsTell( card, agentCard_, true );
       return Agent( card, agent_ ).run();
    }
 

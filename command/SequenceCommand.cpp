@@ -11,50 +11,45 @@
 
 #include <iostream>
 #include <map>
-#include <optional>
 
 namespace Host {
 
 namespace {
 
-// What two sequences leave in a register; nothing where one does not write it.
-using Left = std::pair<std::optional<U8>, std::optional<U8>>;
-
-using Registers = std::map<U16, Left>;
-
-void leave( Registers & registers, Input::Sequence const & sequence, std::optional<U8> Left::*side ) {
+// What a sequence leaves in the registers that it writes.
+std::map<U16, std::string> leftBy( Input::Sequence const & sequence ) {
+   std::map<U16, std::string> registers;
    for ( Hardware::Max24305::Op const & op : sequence )
       if ( op.type == Hardware::Max24305::write_ )
-         registers[static_cast<U16>( op.address )].*side = static_cast<U8>( op.value );
+         registers[static_cast<U16>( op.address )] = fmt::format( "0x{:02x}", op.value & 0xFF );
+   return registers;
 }
 
 int compare( Input::Sequence const & sequence, SequenceOptions const & options ) {
-   Registers registers;
-   leave( registers, sequence, &Left::first );
-   leave( registers, Input::readSequence( options.compareWith ), &Left::second );
+   auto one = leftBy( sequence );
+   auto other = leftBy( Input::readSequence( options.compareWith ) );
+   for ( auto const & [address, value] : one ) other.try_emplace( address, "-" );
+   for ( auto const & [address, value] : other ) one.try_emplace( address, "-" );
    Table table( { "Register", options.file, options.compareWith } );
-   auto const text = []( std::optional<U8> value ) { return value ? fmt::format( "0x{:02x}", *value ) : "-"; };
    std::size_t different = 0;
-   for ( auto const & [address, left] : registers ) {
-      if ( left.first == left.second ) continue;
+   for ( auto const & [address, value] : one ) {
+      if ( value == other[address] ) continue;
       ++different;
-      table.rowAdd( { fmt::format( "0x{:04x}", address ), text( left.first ), text( left.second ) } );
+      table.rowAdd( { fmt::format( "0x{:04x}", address ), value, other[address] } );
    }
    if ( different == 0 ) {
-      std::cout << "Both leave the same in " << registers.size() << " registers.\n";
+      std::cout << "Both leave the same in " << one.size() << " registers.\n";
       return exitReady;
    }
-   std::cout << table.text( styleOf( STDOUT_FILENO ) ) << different << " of " << registers.size()
-             << " registers differ.\n";
+   std::cout << table.text( styleOf( STDOUT_FILENO ) ) << different << " of " << one.size() << " registers differ.\n";
    return exitNotReady;
 }
 
 }   // namespace
 
 int sequence( SequenceOptions const & options ) {
-   std::string const content = Input::readFile( options.file );
-   Input::Sequence sequence =
-      options.list ? Input::listOf( options.file, content ) : Input::sequenceOf( options.file, content );
+   Input::Sequence sequence = options.list ? Input::listOf( options.file, Input::readFile( options.file ) )
+                                           : Input::readSequence( options.file );
    if ( options.readBack ) sequence = Input::withReadBacks( sequence );
    if ( !options.compareWith.empty() ) return compare( sequence, options );
    for ( Hardware::Max24305::Op const & op : sequence )

@@ -42,10 +42,7 @@ int simulate( SimulateOptions const & options ) {
    Sim::Scenario scenario = Input::readScenario( file.root(), card );
    Input::requireSimulated( card );
    requireServedInputs( card );
-   std::vector<Diagnosis::Warning> const warnings = Diagnosis::warningsOf( card );
-   for ( std::string const & unknown : unknownOperations( warnings ) )
-      std::cerr << "clockpath: warning: " << unknown << '\n';
-   warningCountTell( warnings, options.scenario );
+   warningsTell( card, options.scenario, false );
 
    std::optional<Recording::LogFile> events;
    if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece );

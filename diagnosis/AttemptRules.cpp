@@ -26,7 +26,6 @@ struct Attempts : Case {
    explicit Attempts( Case const & trouble )
       : Case( trouble ),
         sequence( chip.max24305->sequence ),
-        places( chip.max24305->sequencePlaces ),
         last( *bringUp.lastFailure() ),
         op( last.done.operation ),
         before( sequence.first( last.done.place - 1 ) ),
@@ -74,8 +73,8 @@ struct Attempts : Case {
       } );
    }
    bool warned( std::string_view check ) const {
-      return std::ranges::any_of( warningsOf( sequence, places ), [&]( Warning const & warning ) {
-         return warning.check == check && warning.place == places[last.done.place - 1];
+      return std::ranges::any_of( warningsOf( *chip.max24305 ), [&]( Warning const & warning ) {
+         return warning.check == check && warning.place == chip.max24305->placeOf( last.done.place - 1 );
       } );
    }
 
@@ -83,14 +82,14 @@ struct Attempts : Case {
       Facts facts = Case::facts();
       std::size_t const place = last.done.place;
       facts["op"] = chip.operationText( place );
-      facts["file"] = places[place - 1];
+      facts["file"] = chip.max24305->placeOf( place - 1 );
       facts["register"] = hexText( address() );
       facts["expected"] = hexText( op.value, 2 );
       facts["found"] = hexText( found, 2 );
       facts["mismatch"] = facts["op"] + " reads " + facts["found"] + ", expected " + facts["expected"];
       if ( std::size_t const at = write() ) {
          facts["write"] = chip.operationText( at );
-         facts["writeFile"] = places[at - 1];
+         facts["writeFile"] = chip.max24305->placeOf( at - 1 );
          facts["written"] = hexText( sequence[at - 1].value, 2 );
       }
       std::string const all = fmt::format(
@@ -106,7 +105,6 @@ struct Attempts : Case {
    }
 
    std::span<Op const> sequence;
-   std::span<std::string const> places;
    Failure const & last;
    Op op;
    std::span<Op const> before;
@@ -156,7 +154,7 @@ bool writtenElsewhere( Attempts & e, Facts & facts ) {
       bool const read = std::ranges::any_of(
          e.sequence, [&]( Op const & other ) { return other.type == read_ && other.address == one.address; } );
       if ( one.type != write_ || one.value != e.op.value || read ) continue;
-      facts["correct"] = e.places[at - 1];
+      facts["correct"] = e.chip.max24305->placeOf( at - 1 );
       facts["elsewhere"] = fmt::format( "operation {} writes that value, {}", at, facts["expected"] );
       facts["other"] = hexText( one.address );
       return true;

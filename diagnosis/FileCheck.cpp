@@ -1,5 +1,6 @@
 #include "diagnosis/FileCheck.h"
 
+#include "card/SimulatedWorld.h"
 #include "input/Json.h"
 #include "input/ScenarioFile.h"
 #include "input/SequenceFile.h"
@@ -8,69 +9,100 @@
 
 namespace Diagnosis {
 
+using Hardware::Max24305::Op;
+using enum Hardware::Max24305::OpType;
 using Input::CardDescription;
 using Input::Max24305Description;
 
 namespace {
 
-class Checker {
- public:
-   FileCheck check( std::string const & path ) {
-      mistakes_.gather( [&] {
-         std::string const content = Input::readFile( path );
-         std::size_t const start = content.find_first_not_of( " \t\r\n" );
-         if ( start != std::string::npos && content[start] == '{' )
-            json( Input::JsonDocument( path, content ).root() );
-         else
-            sequence( path, content );
-      } );
-      result_.mistakes = mistakes_.all();
-      return std::move( result_ );
-   }
+// The chip is brought up as soon as its machine is made, and locks at once.
+constexpr char cardOfOneChip[] = R"({
+   "access": { "kind": "simulated", "lockAfterNs": 0 },
+   "gpos": [ { "name": "reset", "offset": 8192, "bit": 0 } ],
+   "chips": [ { "kind": "max24305", "name": "chip", "configOffset": 256, "statusOffset": 512, "resetGpoName": "reset",
+                "input": "stuffedClock", "spiResetSupported": false, "sequence": [] } ] })";
 
- private:
-   void sequence( std::string const & path, std::string const & content ) {
-      Max24305Description chip;
-      chip.name = path;
-      chip.sequence = Input::sequenceOf( path, content, &chip.sequenceLines );
-      chip.sequencePlaces = Input::linePlaces( path, chip.sequenceLines );
-      result_.warnings = warningsOf( chip.sequence, chip.sequencePlaces );
-      timesAdd( chip, Sim::defaultSpiClockInHz );
-   }
+// Registers of the simulated chip that hold 0 at power-up.
+constexpr U16 anyRegister = 0x100;
+constexpr U16 lastRegister = 0x101;
 
-   // A card description has chips of its own, a scenario names a card.
-   void json( Input::JsonValue const & root ) {
-      Input::JsonObject object = root.object();
-      if ( object.has( "chips" ) || object.has( "access" ) ) {
-         card( Input::cardDescription( root ) );
-         return;
-      }
-      CardDescription const described = Input::cardOfScenario( root );
-      card( described );
-      mistakes_.gather( [&] { Input::readScenario( root, described ); } );
-      mistakes_.gather( [&] { Input::requireSimulated( described ); } );
-   }
+constexpr U64 failingAttempts = 9;   // all but the last
 
-   void card( CardDescription const & card ) {
-      result_.warnings = warningsOf( card );
-      auto const * access = std::get_if<Input::SimulatedAccess>( &card.access );
-      for ( Max24305Description const & chip : card.max24305s )
-         timesAdd( chip, access ? access->spiClockInHz : Sim::defaultSpiClockInHz );
-   }
+U64 nsToTheEnd( CardDescription const & card, Sim::Scenario const & scenario ) {
+   Host::SimulatedWorld world( card, scenario );
+   world.run();
+   return world.nowNs();
+}
 
-   void timesAdd( Max24305Description const & chip, U64 spiClockInHz ) {
-      if (
-         std::ranges::find( chip.sequence, Hardware::Max24305::unknownOp_, &Hardware::Max24305::Op::type ) ==
-         chip.sequence.end() )
-         result_.bringUpTimes.emplace_back( chip.name, bringUpTime( chip, spiClockInHz ) );
-   }
+// The machine itself brings the chip up, in virtual time. What an operation takes does not depend on the register, so
+// each reads or writes one whose content is known; the sequence's own values, right or wrong, do not matter.
+BringUpTime bringUpTime( Max24305Description const & described, U64 spiClockInHz ) {
+   CardDescription card = Input::cardDescription( Input::JsonDocument( "", cardOfOneChip ).root() );
+   std::get<Input::SimulatedAccess>( card.access ).spiClockInHz = spiClockInHz;
+   Max24305Description & chip = card.max24305s[0];
+   chip.spiResetSupported = described.spiResetSupported;
+   chip.sequence = described.sequence;
+   for ( Op & op : chip.sequence )
+      if ( op.type != sleep_ ) op = { op.key, op.type, anyRegister, 0 };
+   U64 const bestNs = nsToTheEnd( card, {} );
 
-   Input::Mistakes mistakes_;
-   FileCheck result_;
-};
+   Sim::Scenario worst;
+   worst.start.actions = {
+      { .key = "fault",
+        .name = chip.name,
+        .fault = { .kind = Sim::FaultKind::bitFlip_, .address = lastRegister, .mask = 1, .count = failingAttempts } } };
+   chip.sequence.emplace_back( 0, read_, lastRegister, 0 );
+   chip.simulatedApllStatus = 0;
+   return { .bestNs = bestNs, .worstNs = nsToTheEnd( card, worst ) };
+}
+
+bool isJson( std::string_view content ) {
+   std::size_t const start = content.find_first_not_of( " \t\r\n" );
+   return start != std::string_view::npos && content[start] == '{';
+}
+
+// A card with one chip, which has the file's name and sequence.
+CardDescription cardOfSequence( std::string const & path, std::string const & content ) {
+   Max24305Description chip;
+   chip.name = path;
+   chip.sequenceFile = path;
+   chip.sequence = Input::sequenceOf( path, content, &chip.sequenceLines );
+   CardDescription card;
+   card.max24305s.push_back( std::move( chip ) );
+   return card;
+}
+
+void cardCheck( CardDescription const & card, FileCheck & check ) {
+   check.warnings = warningsOf( card );
+   auto const * const simulated = std::get_if<Input::SimulatedAccess>( &card.access );
+   U64 const spiClockInHz = simulated ? simulated->spiClockInHz : Sim::defaultSpiClockInHz;
+   for ( Max24305Description const & chip : card.max24305s )
+      if ( std::ranges::find( chip.sequence, unknownOp_, &Op::type ) == chip.sequence.end() )
+         check.bringUpTimes.emplace_back( chip.name, bringUpTime( chip, spiClockInHz ) );
+}
 
 }   // namespace
 
-FileCheck checkFile( std::string const & path ) { return Checker().check( path ); }
+FileCheck checkFile( std::string const & path ) {
+   FileCheck check;
+   Input::Mistakes mistakes;
+   mistakes.gather( [&] {
+      std::string const content = Input::readFile( path );
+      if ( !isJson( content ) ) return cardCheck( cardOfSequence( path, content ), check );
+      Input::JsonDocument const file( path, content );
+      Input::JsonObject root = file.root().object();
+      // A card description has chips of its own, a scenario names a card.
+      if ( root.has( "chips" ) || root.has( "access" ) )
+         return cardCheck( Input::cardDescription( file.root() ), check );
+      CardDescription const card = Input::cardOfScenario( file.root() );
+      cardCheck( card, check );
+      mistakes.gather( [&] { Input::readScenario( file.root(), card ); } );
+      mistakes.gather( [&] { Input::requireSimulated( card ); } );
+      mistakes.gather( [&] { Host::requireServedInputs( card ); } );
+   } );
+   check.mistakes = mistakes.all();
+   return check;
+}
 
 }   // namespace Diagnosis

@@ -5,7 +5,6 @@
 //    for ( std::string const & mistake : check.mistakes ) std::cout << mistake << '\n';
 #pragma once
 
-#include "diagnosis/BringUpTime.h"
 #include "diagnosis/Warnings.h"
 
 #include <string>
@@ -13,6 +12,12 @@
 #include <vector>
 
 namespace Diagnosis {
+
+/// From the first reset of a chip to its final state.
+struct BringUpTime {
+   U64 bestNs = 0;    ///< the first attempt succeeds, and the first poll finds the lock
+   U64 worstNs = 0;   ///< all attempts but the last fail at the end of the sequence, and no poll finds the lock
+};
 
 struct FileCheck {
    std::vector<std::string> mistakes;   ///< with place, what was expected, what stood there

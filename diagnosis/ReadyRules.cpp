@@ -125,6 +125,12 @@ constexpr Rule<Case> rulesOfReady[] = {
    { "wrongFrequency", wrongFrequency, "ready with {measured} Hz, where {wanted} Hz are asked for",
      "compare outputFrequencyInHz with the dividers of the sequence, which is for {programSeq}\n"
      "and measure the frequency of {reference}" },
+   { "readyByNoAnswerOnce",
+     readyByNoAnswerOnce,
+     "ready by {by}: both lock bits seemed set; all is well now",
+     "look at the SPI lines and the SPI master: a poll without an answer counts as a lock",
+     {},
+     Weight::warning_ },
    { "sharedClock",
      sharedClock,
      "shares the clock status {clock}, which says {says}, with {other}, which is not ready",

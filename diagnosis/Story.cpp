@@ -45,8 +45,8 @@ Failure const * BringUp::lastFailure() const {
 
 std::string ChipStory::operationText( std::size_t place ) const {
    std::string const text = "operation " + std::to_string( place );
-   bool const known = max24305 && place - 1 < max24305->sequencePlaces.size();
-   return known ? text + " (" + max24305->sequencePlaces[place - 1] + ")" : text;
+   bool const known = max24305 && place - 1 < max24305->sequence.size();
+   return known ? text + " (" + max24305->placeOf( place - 1 ) + ")" : text;
 }
 
 Story::Story( Recording::Header const & header ) : header_( header ) {

@@ -29,20 +29,15 @@ class CardReader {
          card_.access = access( object["access"] );
          if ( auto const * mmap = std::get_if<MmapAccess>( &card_.access ) ) limit_ = mmap->size;
       } );
+      object.gather( mistakes_, "genId", [&]( auto const & value ) { card_.genId = value.u32(); } );
+      object.gather( mistakes_, "slotId", [&]( auto const & value ) { card_.slotId = value.u32(); } );
+      outputsKnown_ = gatherAll( object["gpos"], &CardReader::gpo );
+      JsonValue const chips = object["chips"];
       mistakes_.gather( [&] {
-         if ( object.has( "genId" ) ) card_.genId = object["genId"].u32();
-      } );
-      mistakes_.gather( [&] {
-         if ( object.has( "slotId" ) ) card_.slotId = object["slotId"].u32();
-      } );
-      outputsKnown_ = gatherAll( [&] { return object["gpos"].list(); }, &CardReader::gpo );
-      std::vector<JsonValue> chips;
-      mistakes_.gather( [&] {
-         chips = object["chips"].list();
-         if ( chips.empty() ) object["chips"].fail( "a list of at least one chip" );
+         if ( chips.list().empty() ) chips.fail( "a list of at least one chip" );
       } );
       mistakes_.gather( [&] { object.finish(); } );
-      if ( gatherAll( [&] { return chips; }, &CardReader::chip ) )
+      if ( gatherAll( chips, &CardReader::chip ) )
          for ( auto const & fed : feeds_ ) mistakes_.gather( [&] { feed( card_.max24305s[fed.first], fed.second ); } );
       mistakes_.raise();
       return std::move( card_ );
@@ -50,10 +45,10 @@ class CardReader {
 
  private:
    // Reads the members of a list, each for itself; whether all could be read.
-   template<class List> bool gatherAll( List const & list, void ( CardReader::*read )( JsonValue const & ) ) {
+   bool gatherAll( JsonValue const & list, void ( CardReader::*read )( JsonValue const & ) ) {
       bool all = true;
       bool const isList = mistakes_.gather( [&] {
-         for ( JsonValue const & value : list() ) all &= mistakes_.gather( [&] { ( this->*read )( value ); } );
+         for ( JsonValue const & value : list.list() ) all &= mistakes_.gather( [&] { ( this->*read )( value ); } );
       } );
       return isList && all;
    }
@@ -174,27 +169,23 @@ class CardReader {
       return masks;
    }
 
-   static void sequence( JsonValue const & value, Max24305Description & chip ) {
+   void sequence( JsonValue const & value, Max24305Description & chip ) {
       if ( value.isText() ) {
          NamedFile const file = value.file( "the sequence file" );
          chip.sequenceFile = file.path;
          chip.sequence = sequenceOf( file.path, file.content, &chip.sequenceLines );
-         chip.sequencePlaces = linePlaces( file.path, chip.sequenceLines );
          return;
       }
       if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
-      Mistakes mistakes;
-      U32 key = 0;
+      chip.sequencePlace = card_.file + ": " + value.pointer();
       for ( JsonValue const & text : value.list() )
-         mistakes.gather( [&] {
+         mistakes_.gather( [&] {
             try {
-               chip.sequence.push_back( opOf( text.text(), key++ ) );
+               chip.sequence.push_back( opOf( text.text(), static_cast<U32>( chip.sequence.size() ) ) );
             } catch ( OpError const & error ) {
                text.failWith( "column " + std::to_string( error.column ) + ": " + error.message );
             }
-            chip.sequencePlaces.push_back( text.document().name() + ": " + text.pointer() );
          } );
-      mistakes.raise();
    }
 
    std::string resetGpoName( JsonValue const & value ) const {

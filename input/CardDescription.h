@@ -64,14 +64,20 @@ struct Max24305Description {
    U32 outputFrequencyInHz = 0;
    bool spiResetSupported = false;
    std::vector<Hardware::Max24305::Op> sequence;
-   std::string sequenceFile;                  ///< for messages; empty for a sequence in place
-   std::vector<U32> sequenceLines;            ///< of each operation in that file, from 1
-   std::vector<std::string> sequencePlaces;   ///< of each operation, as it stands in messages: "ptp0.ops:7"
+   std::string sequenceFile;         ///< for messages; empty for a sequence in place
+   std::vector<U32> sequenceLines;   ///< of each operation in that file, from 1
+   std::string sequencePlace;        ///< of a sequence in place: "card.json: /chips/0/sequence"
    // Of a simulated card:
    U64 simulatedLockAfterNs = 0;
    U8 simulatedApllStatus = Sim::defaultApllStatus;   ///< register 7 once locked
    U64 simulatedSettleNs = 0;                         ///< writes that follow a soft reset within it are lost
    std::map<U16, U8> simulatedVolatile;               ///< bits that change with every read: masks by register
+
+   /// Of an operation, as it stands in messages: "ptp0.ops:7".
+   std::string placeOf( std::size_t operation ) const {
+      return sequenceFile.empty() ? sequencePlace + "/" + std::to_string( operation )
+                                  : sequenceFile + ":" + std::to_string( sequenceLines[operation] );
+   }
 };
 
 struct CardDescription {

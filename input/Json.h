@@ -90,6 +90,11 @@ class JsonObject {
    JsonValue operator[]( std::string_view key );
    bool has( std::string_view key ) { return ( *this )[key].present(); }
 
+   /// Has the value of a key read that may be left out, and gathers its mistakes.
+   template<class Read> void gather( Mistakes & mistakes, std::string_view key, Read const & read ) {
+      if ( JsonValue const value = ( *this )[key]; value.present() ) mistakes.gather( [&] { read( value ); } );
+   }
+
    /// All members in the order of the file, for objects whose keys are names; all count as known.
    std::vector<std::pair<std::string, JsonValue>> members();
 

@@ -99,12 +99,17 @@ class ScenarioReader {
       JsonObject object = root.object();
       Scenario scenario;
       object["card"];   // its reader has been here
-      if ( object.has( "built" ) ) scenario.built = BuiltReader( card_ ).read( object["built"] );
-      if ( object.has( "start" ) ) scenario.start = start( object["start"] );
-      if ( object.has( "events" ) )
-         for ( JsonValue const & value : object["events"].list() ) scenario.events.push_back( event( value ) );
-      if ( object.has( "untilNs" ) ) scenario.untilNs = object["untilNs"].u64();
-      object.finish();
+      Mistakes mistakes;
+      object.gather(
+         mistakes, "built", [&]( auto const & value ) { scenario.built = BuiltReader( card_ ).read( value ); } );
+      object.gather( mistakes, "start", [&]( auto const & value ) { scenario.start = start( value ); } );
+      object.gather( mistakes, "events", [&]( auto const & events ) {
+         for ( JsonValue const & value : events.list() )
+            mistakes.gather( [&] { scenario.events.push_back( event( value ) ); } );
+      } );
+      object.gather( mistakes, "untilNs", [&]( auto const & value ) { scenario.untilNs = value.u64(); } );
+      mistakes.gather( [&] { object.finish(); } );
+      mistakes.raise();
       std::ranges::stable_sort( scenario.events, {}, &Event::atNs );
       return scenario;
    }

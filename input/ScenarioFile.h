@@ -15,7 +15,7 @@ namespace Input {
 class JsonValue;
 struct CardDescription;
 
-/// Throws InputError (input/Json.h), which names the place, what stood there and what is accepted.
+/// Throws InputError, which names the place, what stood there and what is accepted, of the mistakes of all its parts.
 Sim::Scenario readScenario( JsonValue const & root, CardDescription const & card );
 
 }   // namespace Input

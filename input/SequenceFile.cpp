@@ -10,88 +10,59 @@ namespace Input {
 
 using Hardware::Max24305::Op;
 using Hardware::Max24305::OpType;
+using enum OpType;
 
 namespace {
 
 constexpr std::string_view blanks = " \t\r\v\f";
 
-// The units of pauses, with the zeros that make nanoseconds of a whole number of them; the longest first.
+// The units of pauses, the longest first.
 struct Unit {
    std::string_view name;
-   std::string_view zeros;
+   U32 ns;
 };
-constexpr Unit units[] = { { "s", "000000000" }, { "ms", "000000" }, { "us", "000" }, { "ns", "" } };
+constexpr Unit units[] = { { "s", 1'000'000'000 }, { "ms", 1'000'000 }, { "us", 1'000 }, { "ns", 1 } };
 
-// "1.5ms" is 1500000; nothing for what is no pause, or no whole number of nanoseconds.
+// "20ms" is 20000000; nothing for what is no pause.
 std::optional<U32> pauseNsOf( std::string_view text ) {
-   std::size_t const digits = std::min( text.find_first_not_of( "0123456789." ), text.size() );
+   std::size_t const digits = std::min( text.find_first_not_of( "0123456789" ), text.size() );
    auto const * const unit = std::ranges::find( units, text.substr( digits ), &Unit::name );
-   if ( unit == std::end( units ) || text.find( '.' ) == 0 ) return std::nullopt;
-   std::string_view const number = text.substr( 0, digits );
-   std::size_t const point = std::min( number.find( '.' ), number.size() );
-   std::string_view fraction = number.substr( std::min( point + 1, number.size() ) );
-   fraction = fraction.substr( 0, fraction.find_last_not_of( '0' ) + 1 );
-   if ( digits == 0 || fraction.size() > unit->zeros.size() ) return std::nullopt;
-   std::string ns( number.substr( 0, point ) );
-   return numberOf( ns.append( fraction ).append( unit->zeros.substr( fraction.size() ) ) );
+   if ( unit == std::end( units ) ) return std::nullopt;
+   auto const number = numberOf( text.substr( 0, digits ), std::numeric_limits<U32>::max() / unit->ns );
+   return number ? std::optional( *number * unit->ns ) : std::nullopt;
 }
 
+// In the longest unit of which it is a whole number.
 std::string pauseText( U32 ns ) {
-   std::string const text = std::to_string( ns );
-   auto const whole = [&]( Unit const & unit ) {
-      return text.ends_with( unit.zeros ) && text.size() > unit.zeros.size();
-   };
-   Unit const & unit = *std::ranges::find_if( units, whole );
-   return text.substr( 0, text.size() - unit.zeros.size() ).append( unit.name );
+   auto const fits = [ns]( Unit const & unit ) { return ns % unit.ns == 0 && ( ns > 0 || unit.ns == 1 ); };
+   Unit const & unit = *std::ranges::find_if( units, fits );
+   return std::to_string( ns / unit.ns ).append( unit.name );
 }
 
-// The words of a line, one by one.
-class Words {
- public:
-   Words( std::string_view line, std::string_view separators ) : line_( line ), separators_( separators ) {}
+// The words of a line up to its comment, and behind them an empty one, which stands for all that is missing.
+std::vector<std::string_view> wordsOf( std::string_view line, std::string_view separators ) {
+   line = line.substr( 0, line.find( '#' ) );
+   std::vector<std::string_view> words;
+   std::size_t end = 0;
+   do {
+      std::size_t const start = std::min( line.find_first_not_of( separators, end ), line.size() );
+      end = std::min( line.find_first_of( separators, start ), line.size() );
+      words.push_back( line.substr( start, end - start ) );
+   } while ( !words.back().empty() );
+   return words;
+}
 
-   /// Empty behind the last.
-   std::string_view next() {
-      start_ = std::min( line_.find_first_not_of( separators_, end_ ), line_.size() );
-      end_ = std::min( line_.find_first_of( separators_, start_ ), line_.size() );
-      return word();
-   }
-   /// The next word as `read` takes it, which gives nothing for one that is not what is expected.
-   template<class Read> auto nextOf( Read const & read, std::string const & expected ) {
-      auto const value = read( next() );
-      if ( !value ) fail( expected );
-      return *value;
-   }
-   /// How many are left.
-   std::size_t count() const {
-      Words rest = *this;
-      std::size_t words = 0;
-      while ( !rest.next().empty() ) ++words;
-      return words;
-   }
-   void finish() {
-      if ( !next().empty() ) fail( "the end of the line" );
-   }
+// What was read of a word of the line, if anything.
+U32 required( std::string_view line, std::string_view word, std::optional<U32> value, std::string const & expected ) {
+   if ( value ) return *value;
+   Vor::String const found( word );
+   throw OpError{
+      static_cast<std::size_t>( word.data() - line.data() ) + 1,
+      "expected " + expected + ", found " + Vor::foundText( found.begin(), found.end() ).stdString() };
+}
 
- private:
-   std::string_view word() const { return line_.substr( start_, end_ - start_ ); }
-   [[noreturn]] void fail( std::string const & expected ) const {
-      Vor::String const found( word() );
-      throw OpError{
-         start_ + 1, "expected " + expected + ", found " + Vor::foundText( found.begin(), found.end() ).stdString() };
-   }
-
-   std::string_view line_;
-   std::string_view separators_;
-   std::size_t start_ = 0;
-   std::size_t end_ = 0;
-};
-
-// Unknown for a word that begins no short form.
-OpType shortType( std::string_view word ) {
-   for ( OpType const type : { Hardware::Max24305::read_, Hardware::Max24305::write_, Hardware::Max24305::sleep_ } )
-      if ( word == enumType( type ).text( type ) ) return type;
-   return Hardware::Max24305::unknownOp_;
+void requireEnd( std::string_view line, std::string_view word ) {
+   required( line, word, word.empty() ? std::optional( 0U ) : std::nullopt, "the end of the line" );
 }
 
 Op opOfTextForm( std::string_view text ) {
@@ -108,113 +79,93 @@ Op opOfTextForm( std::string_view text ) {
    }
 }
 
-// Has each line read that is neither blank nor a comment, less the blanks around it, with its number.
-template<class Read> void eachLine( std::string const & name, std::string_view content, Read const & read ) {
+// `what` a file must have at least one of, with an example.
+Sequence operationsOf(
+   std::string const & name, std::string_view content, Op ( *read )( std::string_view line, U32 key ),
+   std::string const & what, std::vector<U32> * lineNumbers = nullptr ) {
+   Sequence sequence;
    Mistakes mistakes;
    std::istringstream lines{ std::string( content ) };
-   U32 lineNumber = 0;
+   U32 number = 0;
    for ( std::string line; std::getline( lines, line ); ) {
-      ++lineNumber;
+      ++number;
       std::size_t const start = line.find_first_not_of( blanks );
       if ( start == std::string::npos || line[start] == '#' ) continue;
       line.erase( line.find_last_not_of( blanks ) + 1 );
       mistakes.gather( [&] {
          try {
-            read( std::string_view( line ).substr( start ), lineNumber );
+            sequence.push_back( read( std::string_view( line ).substr( start ), static_cast<U32>( sequence.size() ) ) );
          } catch ( OpError const & error ) {
             throw InputError(
-               name + ":" + std::to_string( lineNumber ) + ":" + std::to_string( start + error.column ) + ": " +
+               name + ":" + std::to_string( number ) + ":" + std::to_string( start + error.column ) + ": " +
                error.message );
          }
+         if ( lineNumbers ) lineNumbers->push_back( number );
       } );
    }
    mistakes.raise();
+   if ( sequence.empty() ) throw InputError( name + ": expected at least one " + what + ", found none" );
+   return sequence;
+}
+
+// A line of a list.
+Op writeOf( std::string_view line, U32 key ) {
+   auto const words = wordsOf( line, " \t\r\v\f,;" );
+   U32 const address =
+      required( line, words[0], numberOf( words[0], 0xFFFF, 16 ), "a hexadecimal address from 0 to ffff" );
+   U32 const value = required( line, words[1], numberOf( words[1], 0xFF, 16 ), "a hexadecimal value from 0 to ff" );
+   requireEnd( line, words[2] );
+   return { key, write_, address, value };
 }
 
 }   // namespace
 
 Op opOf( std::string_view text, U32 key ) {
-   Words words( text.substr( 0, text.find( '#' ) ), blanks );
-   Op op( key, shortType( words.next() ), 0, 0 );
-   std::size_t const numbers = op.type == Hardware::Max24305::sleep_ ? 1 : 2;
+   auto const words = wordsOf( text, blanks );
+   auto const types = enumType( OpType{} ).enumerators();
+   auto const type = std::ranges::find( types, words[0], &Vor::Enumerator::text );
+   Op op( key, type == types.end() ? unknownOp_ : static_cast<OpType>( type->value ), 0, 0 );
+   bool const isPause = op.type == sleep_;
    // What lacks a number is in neither form, and is told so.
-   if ( op.type == Hardware::Max24305::unknownOp_ || words.count() < numbers ) return opOfTextForm( text );
-   auto const number = []( std::string_view word ) { return numberOf( word ); };
-   if ( op.type == Hardware::Max24305::sleep_ ) {
-      op.value = words.nextOf( pauseNsOf, "a pause such as 1ms, in ns, us, ms or s, of 0 to 4294967295 whole ns" );
+   if ( op.type == unknownOp_ || words.size() < ( isPause ? 3 : 4 ) ) return opOfTextForm( text );
+   if ( isPause ) {
+      op.value = required(
+         text, words[1], pauseNsOf( words[1] ),
+         "a pause such as 1ms, in ns, us, ms or s, of 0 to 4294967295 whole ns" );
+      requireEnd( text, words[2] );
    } else {
-      op.address = words.nextOf( number, "an address from 0 to 0xffffffff" );
-      op.value = words.nextOf( number, "a value from 0 to 0xffffffff" );
+      op.address = required( text, words[1], numberOf( words[1] ), "an address from 0 to 0xffffffff" );
+      op.value = required( text, words[2], numberOf( words[2] ), "a value from 0 to 0xffffffff" );
+      requireEnd( text, words[3] );
    }
-   words.finish();
    return op;
 }
 
 std::string shortText( Op const & op ) {
    std::string const type = stringValue( op.type ).stdString();
-   switch ( op.type ) {
-   case Hardware::Max24305::read_:
-   case Hardware::Max24305::write_:
-      return type + Vor::format( " 0x%02x 0x%02x", op.address, op.value ).stdString();
-   case Hardware::Max24305::sleep_:
-      return type + " " + pauseText( op.value );
-   default:
-      return valueToStrep( op ).stdString();
-   }
+   if ( op.type == sleep_ ) return type + " " + pauseText( op.value );
+   if ( op.type == unknownOp_ ) return valueToStrep( op ).stdString();
+   return type + Vor::format( " 0x%02x 0x%02x", op.address, op.value ).stdString();
 }
 
 Sequence sequenceOf( std::string const & name, std::string_view content, std::vector<U32> * lines ) {
-   Sequence sequence;
-   U32 key = 0;   // counts lines that cannot be read as well
-   eachLine( name, content, [&]( std::string_view line, U32 number ) {
-      sequence.push_back( opOf( line, key++ ) );
-      if ( lines ) lines->push_back( number );
-   } );
-   if ( sequence.empty() )
-      throw InputError(
-         name + ": expected at least one operation, such as " +
-         valueToStrep( Op( 0, Hardware::Max24305::read_, 0, 36 ) ).stdString() + ", found none" );
-   return sequence;
-}
-
-std::vector<std::string> linePlaces( std::string const & file, std::vector<U32> const & lines ) {
-   std::vector<std::string> places;
-   for ( U32 const line : lines ) places.push_back( file + ":" + std::to_string( line ) );
-   return places;
+   std::string const example = valueToStrep( Op( 0, read_, 0, 36 ) ).stdString();
+   return operationsOf( name, content, opOf, "operation, such as " + example, lines );
 }
 
 Sequence readSequence( std::string const & path ) { return sequenceOf( path, readFile( path ) ); }
 
 Sequence listOf( std::string const & name, std::string_view content ) {
-   Sequence sequence;
-   eachLine( name, content, [&]( std::string_view line, U32 ) {
-      if ( line.starts_with( "//" ) ) return;
-      Words words( line.substr( 0, std::min( line.find( '#' ), line.find( "//" ) ) ), " \t\r\v\f,;" );
-      auto const hex = []( U32 maximum ) {
-         return [maximum]( std::string_view word ) {
-            bool const marked = word.starts_with( "0x" ) || word.starts_with( "0X" );
-            return numberOf( ( marked ? "" : "0x" ) + std::string( word ), maximum );
-         };
-      };
-      U32 const address = words.nextOf( hex( 0xFFFF ), "a hexadecimal address from 0 to ffff" );
-      U32 const value = words.nextOf( hex( 0xFF ), "a hexadecimal value from 0 to ff" );
-      words.finish();
-      sequence.emplace_back( static_cast<U32>( sequence.size() ), Hardware::Max24305::write_, address, value );
-   } );
-   if ( sequence.empty() )
-      throw InputError( name + ": expected at least one register, such as 0x0010,0x3c, found none" );
-   return sequence;
+   return operationsOf( name, content, writeOf, "register, such as 0x0010,0x3c" );
 }
 
 Sequence withReadBacks( Sequence const & sequence ) {
    Sequence result;
-   auto const add = [&]( OpType type, U32 address, U32 value ) {
-      result.emplace_back( static_cast<U32>( result.size() ), type, address, value );
-   };
    for ( Op const & op : sequence ) {
-      add( op.type, op.address, op.value );
-      if ( op.type == Hardware::Max24305::write_ ) add( Hardware::Max24305::read_, op.address, op.value & 0xFF );
+      result.push_back( op );
+      if ( op.type == write_ ) result.emplace_back( 0, read_, op.address, op.value & 0xFF );
    }
+   for ( U32 key = 0; Op & op : result ) op.key = key++;
    return result;
 }
 

@@ -6,7 +6,7 @@
 //    Value('Hardware::Max24305::Op', ** {'key': 0, 'type': 'read', 'address': 0, 'value': 36})
 //    write 0x10 0x3c
 //    read 0x10 0x3c      # what must be read
-//    sleep 1.5ms         # in ns, us, ms or s
+//    sleep 1ms           # in ns, us, ms or s
 //
 // Register tools export lists instead, lines such as `0x0010,0x3C`, which listOf makes a sequence of.
 //
@@ -31,11 +31,8 @@ Sequence readSequence( std::string const & path );
 /// operation, from 1.
 Sequence sequenceOf( std::string const & name, std::string_view content, std::vector<U32> * lines = nullptr );
 
-/// Lines of a file as they stand in messages: "ptp0.ops:7".
-std::vector<std::string> linePlaces( std::string const & file, std::vector<U32> const & lines );
-
 /// The writes that a list of registers stands for. A line holds a register and its value, both hexadecimal with 0x or
-/// without, and ',', ';' or blanks between them; '#' and "//" begin comments. Throws Input::InputError.
+/// without, and ',', ';' or blanks between them; '#' begins a comment. Throws Input::InputError.
 Sequence listOf( std::string const & name, std::string_view content );
 
 /// The sequence with a read of what was written behind each write; keys are places.

@@ -1,7 +1,6 @@
 #include "recording/Reader.h"
 
 #include "input/Json.h"
-#include "input/SequenceFile.h"
 #include "recording/Fields.h"
 
 #include <algorithm>
@@ -179,7 +178,6 @@ Input::CardDescription cardOf( JsonObject & first ) {
       for ( JsonValue const & line : sequence["lines"].list() ) chip.sequenceLines.push_back( line.u32() );
       if ( chip.sequenceLines.size() != chip.sequence.size() )
          sequence["lines"].fail( "a line of each of the " + std::to_string( chip.sequence.size() ) + " operations" );
-      chip.sequencePlaces = Input::linePlaces( chip.sequenceFile, chip.sequenceLines );
    }
    return card;
 }

@@ -58,7 +58,7 @@ TEST( Docs, EveryFaultIsDescribed ) {
 
 TEST( Docs, EveryWarningIsDescribed ) {
    std::string const text = Input::readFile( CLOCKPATH_DOCS "command.md" );
-   for ( std::string_view const check : Diagnosis::checkNames() )
+   for ( std::string_view const check : Diagnosis::checkNames )
       EXPECT_NE( text.find( "| `" + std::string( check ) + "` |" ), std::string::npos ) << check;
 }
 

@@ -1,6 +1,7 @@
-#include "diagnosis/BringUpTime.h"
+#include "diagnosis/FileCheck.h"
 
-#include "input/SequenceFile.h"
+#include "tests/input/Cards.h"
+#include "tests/input/Files.h"
 
 #include <gtest/gtest.h>
 
@@ -9,15 +10,12 @@ namespace {
 
 using namespace Diagnosis;
 
-constexpr U64 spiClockInHz = 10'000'000;
 constexpr U64 ms = 1'000'000;
 constexpr U64 slack = 20 * ms;   // of SPI transfers, and of the timer that polls
 
-BringUpTime timeOf( std::string const & content, bool spiResetSupported = false ) {
-   Input::Max24305Description chip;
-   chip.sequence = Input::sequenceOf( "f", content );
-   chip.spiResetSupported = spiResetSupported;
-   return bringUpTime( chip, spiClockInHz );
+BringUpTime timeOf( std::string const & content ) {
+   Input::Folder const folder;
+   return checkFile( folder.file( "f.ops", content ) ).bringUpTimes.at( 0 ).second;
 }
 
 void expectNear( U64 ns, U64 expected ) {
@@ -35,8 +33,12 @@ TEST( BringUpTime, TheWorstIsAllAttemptsAndAllPolls ) {
 }
 
 TEST( BringUpTime, TheResetOfTheSpiMasterCounts ) {
-   U64 const with = timeOf( "sleep 100ms", true ).bestNs;
-   EXPECT_EQ( with - timeOf( "sleep 100ms" ).bestNs, 10 * ms );
+   Input::Folder const folder;
+   std::string const card = Input::with( Input::wholeCard, Input::shortSequence, R"([ "sleep 100ms" ])" );
+   auto const times =
+      checkFile( folder.file( "card.json", Input::with( card, "[] }", R"([ "sleep 100ms" ] })" ) ) ).bringUpTimes;
+   ASSERT_EQ( times.size(), 2u );   // ptp0 has that reset, ptp1 has not
+   EXPECT_EQ( times[0].second.bestNs - times[1].second.bestNs, 10 * ms );
 }
 
 TEST( BringUpTime, WhatTheSequenceExpectsDoesNotMatter ) {

@@ -93,6 +93,17 @@ TEST( FileCheck, AScenarioOfAMappedCardIsAMistake ) {
          ": /access/kind: only a simulated card can be simulated; expected \"simulated\", found \"mmap\"" } );
 }
 
+TEST( FileCheck, AScenarioOfAChipWithoutInputIsAMistake ) {
+   Input::Folder const folder;
+   std::string const card = with( Input::wholeCard, R"("input": "stuffedClock")", R"("input": "noInput")" );
+   EXPECT_TRUE( checkFile( folder.file( "card.json", card ) ).mistakes.empty() );
+   FileCheck const check = checkFile( folder.file( "s.json", R"({ "card": "card.json" })" ) );
+   ASSERT_EQ( check.mistakes.size(), 1u );
+   EXPECT_TRUE(
+      check.mistakes[0].starts_with( folder.path( "card.json" ) + ": the chip \"ptp1\" has the input \"noInput\"" ) )
+      << check.mistakes[0];
+}
+
 TEST( FileCheck, AFileThatCannotBeReadIsAMistake ) {
    EXPECT_EQ(
       checkFile( "/absent" ).mistakes,

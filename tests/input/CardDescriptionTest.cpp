@@ -317,9 +317,7 @@ TEST( CardDescription, ASequenceInPlaceMayBeInTheShortForm ) {
    EXPECT_EQ(
       card.max24305s[1].sequence,
       ( Sequence{ { 0, Hardware::Max24305::write_, 16, 60 }, { 1, Hardware::Max24305::sleep_, 0, 1000 } } ) );
-   EXPECT_EQ(
-      card.max24305s[1].sequencePlaces,
-      ( std::vector<std::string>{ "card.json: /chips/2/sequence/0", "card.json: /chips/2/sequence/1" } ) );
+   EXPECT_EQ( card.max24305s[1].placeOf( 1 ), "card.json: /chips/2/sequence/1" );
 }
 
 TEST( CardDescription, AddressesMayBeHexadecimalTexts ) {

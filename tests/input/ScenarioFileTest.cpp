@@ -47,6 +47,22 @@ TEST( Scenario, AnEmptyOneIsACardLeftAlone ) {
    EXPECT_FALSE( scenario.untilNs );
 }
 
+TEST( Scenario, TellsTheMistakesOfAllItsParts ) {
+   try {
+      scenarioOf( R"({ "built": { "chips": { "ptp9": {} } }, "start": { "timeSync": -1 },
+                       "events": [ { "atNs": -1 }, { "atNs": 0, "timeSync": 2 }, { "atNs": 0 } ], "untilNs": -1, "x": 1 })" );
+      ADD_FAILURE() << "no error";
+   } catch ( InputError const & error ) {
+      std::vector<std::string> places;
+      for ( std::string const & mistake : error.mistakes() )
+         places.push_back( mistake.substr( 0, mistake.find( ": ", 8 ) ) );
+      EXPECT_EQ(
+         places, ( std::vector<std::string>{
+                    "s.json: /built/chips/ptp9", "s.json: /start/timeSync", "s.json: /events/0/atNs",
+                    "s.json: /events/2", "s.json: /untilNs", "s.json: /x" } ) );
+   }
+}
+
 TEST( Scenario, ReadsTheStartingState ) {
    Scenario const scenario = scenarioOf( R"({
       "start": { "timeSync": 2, "redundancyMode": 4, "switchoverStage": { "B": false, "A": true },

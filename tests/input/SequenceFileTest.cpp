@@ -78,15 +78,12 @@ TEST( SequenceFile, APauseIsAWholeNumberOfNanoseconds ) {
             { "0ns", 0 },
             { "7ns", 7 },
             { "1us", 1'000 },
-            { "1.5us", 1'500 },
-            { "0.000001s", 1'000 },
+            { "20ms", 20'000'000 },
             { "4s", 4'000'000'000 },
-            { "4294967295ns", 4'294'967'295 },
-            { "4.294967295s", 4'294'967'295 },
-            { "1.000ns", 1 } } )
+            { "4294967295ns", 4'294'967'295 } } )
       EXPECT_EQ( sequenceOf( "f.ops", "sleep " + text ).at( 0 ).value, ns ) << text;
    for ( std::string const text :
-         { "1", "ms", ".5ms", "1.5ns", "1.2.3ms", "0x1ms", "-1ms", "1min", "4294967296ns", "5s", "1e3ns", "1MS" } )
+         { "1", "ms", ".5ms", "1.5ms", "0x1ms", "-1ms", "1min", "4294967296ns", "5s", "1e3ns", "1MS" } )
       EXPECT_EQ(
          error( "sleep " + text ), "f.ops:1:7: expected a pause such as 1ms, in ns, us, ms or s, of 0 to 4294967295 "
                                    "whole ns, found '" +
@@ -114,10 +111,10 @@ TEST( SequenceFile, AllMistakesAreToldAtOnce ) {
    }
 }
 
-TEST( SequenceFile, EachOperationHasItsPlace ) {
+TEST( SequenceFile, EachOperationHasItsLine ) {
    std::vector<U32> lines;
    sequenceOf( "f.ops", "# one\nread 1 2\n\n" + std::string( good ), &lines );
-   EXPECT_EQ( linePlaces( "f.ops", lines ), ( std::vector<std::string>{ "f.ops:2", "f.ops:4" } ) );
+   EXPECT_EQ( lines, ( std::vector<U32>{ 2, 4 } ) );
 }
 
 TEST( SequenceFile, TheExampleGoesThroughTheShortFormAndBack ) {
@@ -148,13 +145,14 @@ TEST( NumberOf, TakesDecimalAndHexadecimal ) {
    EXPECT_EQ( numberOf( "0xFFFFffff" ), 4294967295u );
    EXPECT_EQ( numberOf( "256", 255 ), std::nullopt );
    EXPECT_EQ( numberOf<U64>( "0x100000000" ), 4294967296u );
+   EXPECT_EQ( numberOf( "1f", 255, 16 ), 31u );
    for ( char const * text : { "", "0x", "4294967296", "-1", "1 ", "x", "0x1g" } )
       EXPECT_EQ( numberOf( text ), std::nullopt ) << text;
 }
 
 TEST( RegisterList, TakesWhatRegisterToolsExport ) {
    EXPECT_EQ(
-      listOf( "f.csv", "# exported\n// by a tool\n0x0010,0x3C\n11;7f // on\n  0012  00 # off\r\nffff, ff\n\n" ),
+      listOf( "f.csv", "# exported\n# by a tool\n0x0010,0x3C\n11;7f # on\n  0012  00 # off\r\nffff, ff\n\n" ),
       ( Sequence{
          { 0, Hardware::Max24305::write_, 0x10, 0x3C },
          { 1, Hardware::Max24305::write_, 0x11, 0x7F },
@@ -180,7 +178,7 @@ TEST( RegisterList, MistakesNameTheirPlaces ) {
          "f.csv:4:6: expected the end of the line, found '2'",
          "f.csv:5:1: expected a hexadecimal address from 0 to ffff, found 'Address'" } ) );
    EXPECT_EQ(
-      mistakes( "// none\n" ),
+      mistakes( "# none\n" ),
       std::vector<std::string>{ "f.csv: expected at least one register, such as 0x0010,0x3c, found none" } );
 }
 

@@ -204,7 +204,7 @@ TEST_F( ReaderTest, TheFirstLineNeedsNoOtherFile ) {
       ElementsAre( Op( 0, Hardware::Max24305::read_, 48, 94 ), Op( 1, Hardware::Max24305::sleep_, 0, 7 ) ) );
    EXPECT_EQ( ptp0.sequenceFile, folder.path( "ptp0.ops" ) );
    EXPECT_THAT( ptp0.sequenceLines, ElementsAre( 2, 4 ) );
-   EXPECT_THAT( ptp0.sequencePlaces, ElementsAre( ptp0.sequenceFile + ":2", ptp0.sequenceFile + ":4" ) );
+   EXPECT_EQ( ptp0.placeOf( 1 ), ptp0.sequenceFile + ":4" );
    EXPECT_EQ( card.max24305s[1].sequenceFile, "" );
    std::vector<InputChange> const start{
       { "simulationVmid", "", 0 }, { "timeSync", "", 7 }, { "gpoHam", "osc0", 1 }, { "gpoHam", "ptp0", 0 } };
