@@ -1,10 +1,10 @@
 #include "command/ExplainCommand.h"
 
+#include "command/OpenCard.h"
 #include "diagnosis/Cause.h"
 #include "recording/Reader.h"
 #include "service/Exit.h"
 
-#include <nlohmann/json.hpp>
 
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ int explain( ExplainOptions const & options ) {
    while ( std::optional<Recording::Event> const event = reader.next() ) story.take( *event );
    std::vector<Diagnosis::Cause> const causes = Diagnosis::causesOf( story );
    if ( options.json )
-      std::cout << Diagnosis::causesJson( causes ).dump( 2 ) << '\n';
+      jsonTell( Diagnosis::causesJson( causes ) );
    else
       std::cout << Diagnosis::causesText( causes, styleOf( STDOUT_FILENO ) );
    if ( !reader.cutOff().empty() ) std::cerr << "clockpath: warning: " << reader.cutOff() << '\n';

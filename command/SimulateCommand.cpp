@@ -52,7 +52,7 @@ int simulate( SimulateOptions const & options ) {
    std::optional<Diagnosis::Story> story;
    Recording::EventStream stream( [&]( Recording::Event const & event ) { story->take( event ); } );
    Recording::Recorder const streamed( stream, world.events(), world.card() );
-   story.emplace( stream.header() );
+   story.emplace( stream.header(), "--after " + options.scenario );
    std::optional<Report> report;
    if ( options.events != Recording::LogFile::standardOutput )
       world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );

@@ -81,14 +81,14 @@ struct Attempts : Case {
    Facts facts() const {
       Facts facts = Case::facts();
       std::size_t const place = last.done.place;
-      facts["op"] = chip.operationText( place );
+      facts["op"] = chip.max24305->operationText( place - 1 );
       facts["file"] = chip.max24305->placeOf( place - 1 );
       facts["register"] = hexText( address() );
       facts["expected"] = hexText( op.value, 2 );
       facts["found"] = hexText( found, 2 );
       facts["mismatch"] = facts["op"] + " reads " + facts["found"] + ", expected " + facts["expected"];
       if ( std::size_t const at = write() ) {
-         facts["write"] = chip.operationText( at );
+         facts["write"] = chip.max24305->operationText( at - 1 );
          facts["writeFile"] = chip.max24305->placeOf( at - 1 );
          facts["written"] = hexText( sequence[at - 1].value, 2 );
       }

@@ -18,13 +18,6 @@ namespace {
 
 constexpr std::size_t detailsMax = 16;
 
-std::string operationText( Input::Max24305Description const & chip, std::size_t at ) {
-   std::string const number = fmt::format( "operation {}", at + 1 );
-   if ( chip.sequenceFile.empty() ) return number;
-   std::string const file = chip.sequenceFile.substr( chip.sequenceFile.rfind( '/' ) + 1 );
-   return fmt::format( "{} ({}:{})", number, file, chip.sequenceLines.at( at ) );
-}
-
 std::string differenceText( RegisterDifference const & difference ) {
    Expectation const & expected = difference.expected;
    std::string const text = fmt::format( "0x{:04x}  expected 0x{:02x}, ", expected.address, expected.value );
@@ -79,7 +72,7 @@ std::vector<Expectation> expectationsOf( Input::Max24305Description const & chip
       if ( op.type != Hardware::Max24305::read_ || statusRegister( reg ) ) continue;
       auto const changing = chip.simulatedVolatile.find( reg );
       U8 const mask = changing == chip.simulatedVolatile.end() ? 0xFF : static_cast<U8>( ~changing->second );
-      expectations[reg] = { reg, op.value, mask, !written.contains( reg ), operationText( chip, at ) };
+      expectations[reg] = { reg, op.value, mask, !written.contains( reg ), chip.operationText( at ) };
    }
    std::vector<Expectation> all;
    for ( auto const & [reg, expectation] : expectations ) all.push_back( expectation );

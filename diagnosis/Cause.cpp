@@ -5,7 +5,6 @@
 
 #include <fmt/args.h>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <sstream>
@@ -163,7 +162,7 @@ std::string painted( Host::Style const & style, Weight weight, std::string const
 Facts Case::facts() const {
    Facts facts{ { "chip", chip.name }, { "reset", chip.resetOutput }, { "exchanged", "" } };
    for ( char const * command : { "audit", "peek", "poke", "selftest" } )
-      facts[command] = fmt::format( "clockpath {} {}", command, story.card().file );
+      facts[command] = fmt::format( "clockpath {} {}", command, story.commandWords() );
    if ( chip.max24305 ) {
       facts["base"] = fmt::format( "0x{:x}", chip.max24305->configOffset );
       facts["statusOffset"] = fmt::format( "0x{:x}", chip.max24305->statusOffset );
@@ -228,8 +227,8 @@ std::string causesText( std::vector<Cause> const & causes, Host::Style const & s
    return text;
 }
 
-nlohmann::json causesJson( std::vector<Cause> const & causes ) {
-   nlohmann::json list = nlohmann::json::array();
+Input::Json causesJson( std::vector<Cause> const & causes ) {
+   Input::Json list = Input::Json::array();
    for ( Cause const & cause : causes )
       list.push_back(
          { { "weight", of( weightNames, cause.weight ) },
@@ -237,7 +236,7 @@ nlohmann::json causesJson( std::vector<Cause> const & causes ) {
            { "chip", cause.chip },
            { "what", cause.what },
            { "sinceNs", cause.sinceNs },
-           { "untilNs", cause.untilNs ? nlohmann::json( *cause.untilNs ) : nlohmann::json() },
+           { "untilNs", cause.untilNs ? Input::Json( *cause.untilNs ) : Input::Json() },
            { "do", cause.todo },
            { "seen", cause.seen },
            { "not", cause.ruledOut } } );

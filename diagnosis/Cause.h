@@ -6,15 +6,15 @@
 //      seen   10 of 10 attempts stopped there, always 0x00; the 26 operations before it are right
 //      not    the bus, the reset, the reference
 //
-// Each rule is a row of one of the tables in diagnosis/*Rules.cpp (diagnosis/Rule.h), and a paragraph of docs/diagnosis.md. Nothing is
-// told where all is well.
+// Each rule is a row of one of the tables in diagnosis/*Rules.cpp, as diagnosis/Rule.h says, and a paragraph of
+// docs/diagnosis.md. Nothing is told where all is well.
 #pragma once
 
 #include "diagnosis/Audit.h"
 #include "diagnosis/Story.h"
+#include "input/Json.h"
 #include "report/Style.h"
 
-#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <span>
@@ -51,6 +51,6 @@ bool stands( std::vector<Cause> const & causes, bool strict );
 
 /// As people read it; empty where there is no cause.
 std::string causesText( std::vector<Cause> const & causes, Host::Style const & style );
-nlohmann::json causesJson( std::vector<Cause> const & causes );
+Input::Json causesJson( std::vector<Cause> const & causes );
 
 }   // namespace Diagnosis

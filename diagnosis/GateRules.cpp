@@ -74,7 +74,7 @@ Cause assertionCause( Story const & story ) {
       auto const unknown =
          std::ranges::find( sequence, Hardware::Max24305::unknownOp_, &Hardware::Max24305::Op::type ) -
          sequence.begin();
-      std::string const operation = chip.operationText( static_cast<std::size_t>( unknown ) + 1 );
+      std::string const operation = chip.max24305->operationText( static_cast<std::size_t>( unknown ) );
       cause.what = fmt::format( "the process stopped: {} is of no known type (unknownOp)", operation );
       cause.todo = { "correct it to a read, write or sleep" };
    } else if ( known != std::end( assertions ) ) {

@@ -80,7 +80,9 @@ std::optional<U32> frequencyOf( Case const & e ) {
    return e.look && e.look->frequencyInHz ? e.look->frequencyInHz : e.bringUp.frequencyInHz;
 }
 
-bool noFrequency( Case & e, Facts & ) { return frequencyOf( e ) == 0U; }
+bool noFrequency( Case & e, Facts & ) {
+   return e.chip.max24305->outputFrequencyInHz != 0 && frequencyOf( e ) == 0U;
+}
 
 bool wrongFrequency( Case & e, Facts & facts ) {
    U32 const wanted = e.chip.max24305->outputFrequencyInHz;

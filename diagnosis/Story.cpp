@@ -43,13 +43,8 @@ Failure const * BringUp::lastFailure() const {
    return last == attempts.rend() ? nullptr : &*last->failure;
 }
 
-std::string ChipStory::operationText( std::size_t place ) const {
-   std::string const text = "operation " + std::to_string( place );
-   bool const known = max24305 && place - 1 < max24305->sequence.size();
-   return known ? text + " (" + max24305->placeOf( place - 1 ) + ")" : text;
-}
-
-Story::Story( Recording::Header const & header ) : header_( header ) {
+Story::Story( Recording::Header const & header, std::string words )
+   : header_( header ), words_( words.empty() ? header.card.file : std::move( words ) ) {
    for ( auto const & chip : header_.card.tolvanes )
       chips_.push_back( { .name = chip.name, .resetOutput = chip.resetGpoName } );
    for ( auto const & chip : header_.card.max24305s )

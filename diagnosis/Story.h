@@ -105,8 +105,6 @@ struct ChipStory {
    bool masterMoved = false;   ///< its SPI master has shown an entry in a FIFO
    bool ready() const { return state == "ready"; }
    BringUp const * last() const { return bringUps.empty() ? nullptr : &bringUps.back(); }
-   /// "operation 27 (ptp0.ops:35)"
-   std::string operationText( std::size_t place ) const;
 };
 
 /// A span in which the card was not there; no end while it lasts.
@@ -117,13 +115,15 @@ struct Absence {
 
 class Story {
  public:
-   explicit Story( Recording::Header const & header );
+   /// `words`: how commands are told which card it is; its description's file unless they say otherwise.
+   explicit Story( Recording::Header const & header, std::string words = {} );
    Story( Story const & ) = delete;
    Story & operator=( Story const & ) = delete;
 
    void take( Recording::Event const & event );
 
    Input::CardDescription const & card() const { return header_.card; }
+   std::string const & commandWords() const { return words_; }
    /// Tolvanes first, each in the card's order.
    std::vector<ChipStory> const & chips() const { return chips_; }
    ChipStory const & chip( std::string_view name ) const;
@@ -153,6 +153,7 @@ class Story {
    void published( ChipStory & chip, Vor::String const & state );
 
    Recording::Header const header_;
+   std::string const words_;
    std::vector<ChipStory> chips_;
    std::map<std::string, SpiSeen> seen_;   // of the operation under way, by chip
    std::map<std::pair<std::string, std::string>, U32> inputs_;

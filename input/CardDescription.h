@@ -78,6 +78,10 @@ struct Max24305Description {
       return sequenceFile.empty() ? sequencePlace + "/" + std::to_string( operation )
                                   : sequenceFile + ":" + std::to_string( sequenceLines[operation] );
    }
+   /// The same with its number, from 1: "operation 3 (ptp0.ops:7)".
+   std::string operationText( std::size_t operation ) const {
+      return "operation " + std::to_string( operation + 1 ) + " (" + placeOf( operation ) + ")";
+   }
 };
 
 struct CardDescription {

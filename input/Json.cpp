@@ -225,7 +225,7 @@ JsonDocument::JsonDocument( std::string name, std::string_view content ) : name_
 }
 
 std::string besideFile( std::string const & file, std::string const & path ) {
-   return ( std::filesystem::path( file ).parent_path() / path ).string();
+   return ( std::filesystem::path( file ).parent_path() / path ).lexically_normal().string();
 }
 
 std::string readFile( std::string const & path ) {

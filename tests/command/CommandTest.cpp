@@ -44,7 +44,7 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
       unknown.errors,
       "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
       "\"agent\", \"peek\", "
-      "\"poke\", \"dump\", \"audit\", \"selftest\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
+      "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\" or \"sequence\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
