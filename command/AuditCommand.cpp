@@ -60,7 +60,8 @@ int selfTest( AuditOptions const & options ) {
    if ( options.json )
       jsonTell( json );
    else
-      std::cout << table.text( style ) << ( options.online ? "" : "The chips are left in reset.\n" );
+      std::cout << table.text( style )
+                << ( options.online ? "" : "The chips are left in reset: each output is active.\n" );
    return passed ? exitReady : exitNotReady;
 }
 

@@ -187,6 +187,7 @@ int poke( RegisterOptions const & options ) {
    }
    OpenCard open( files, "poke" );
    std::vector<Line> lines;
+   lines.reserve( writes.size() );
    for ( Write const & write : writes ) lines.push_back( done( write, open.registers() ) );
    return tell( lines, options.json );
 }

@@ -75,6 +75,7 @@ std::vector<Expectation> expectationsOf( Input::Max24305Description const & chip
       expectations[reg] = { reg, op.value, mask, !written.contains( reg ), chip.operationText( at ) };
    }
    std::vector<Expectation> all;
+   all.reserve( expectations.size() );
    for ( auto const & [reg, expectation] : expectations ) all.push_back( expectation );
    return all;
 }

@@ -80,7 +80,9 @@ class OfflineTest {
       std::vector<std::string> followed;
       for ( auto const & [output, names] : inReset_ )
          if ( names.contains( chip ) != there ) followed.push_back( output );
-      auto const fails = []( std::string text ) { return Point{ .name = "reset", .well = false, .text = text }; };
+      auto const fails = []( std::string const & text ) {
+         return Point{ .name = "reset", .well = false, .text = text };
+      };
       if ( followed.empty() )
          return there ? fails( fmt::format( "pin without effect: the chip stays while {} is active", own ) )
                       : fails( fmt::format( "not there, whether {} is active or not", own ) );

@@ -113,7 +113,7 @@ TEST_F( AuditCommandTest, TheSelfTestNamesWhatFails ) {
       ran.output.find( "ptp0  reset           pass    vanishes and returns with ptp0Reset\n"
                        "ptp1  reset           pass    vanishes and returns with ptp1Reset\n"
                        "ptp0  transfers       FAIL    register 0x0010, bits 0x3c: 251 of 1000 wrong, bit 3: 251\n"
-                       "The chips are left in reset.\n" ),
+                       "The chips are left in reset: each output is active.\n" ),
       std::string::npos )
       << ran.output;
    Json const json = Json::parse( run( { "selftest", "--yes", "--json", "--after", stuckBit() } ).output );
