@@ -5,7 +5,6 @@
 #include "recording/Reader.h"
 #include "service/Exit.h"
 
-
 #include <unistd.h>
 
 #include <algorithm>

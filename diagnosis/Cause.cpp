@@ -42,7 +42,7 @@ class Investigation {
          auto const look = std::ranges::find( looks_, chip.name, &ChipAudit::chip );
          Case const ready{ story_, chip, *chip.last(), chip.stateNs, look == looks_.end() ? nullptr : &*look };
          std::optional<Cause> const cause = chip.max24305 ? readyCause( ready ) : readyTolvaneCause( ready );
-         bool const lockLost = cause && cause->rule == lockLostRule;
+         bool const lockLost = cause && cause->rule == "lockLost";   // for want of its reference
          if ( !lockLost || !blamed( chip.max24305->tolvane, chip ) ) add( {}, cause );
          retries( chip, *chip.last() );
          return;

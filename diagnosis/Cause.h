@@ -15,7 +15,6 @@
 #include "input/Json.h"
 #include "report/Style.h"
 
-
 #include <optional>
 #include <span>
 #include <string>

@@ -11,23 +11,23 @@ namespace Diagnosis {
 namespace {
 
 struct Unmet {
-   std::string_view condition;
    std::string_view rule;
+   std::string_view condition;
    std::string_view what;   ///< {}: the row's value
    std::string_view todo;
 };
 
 // Rows that are called by a Tolvane's name are the last one's.
 constexpr Unmet unmetRows[] = {
-   { "sequence", "sequenceMissing", "waits for its sequence, which is {}", "hand it over: set opsToDoValid" },
-   { "reset output", "resetOutputMissing", "waits for its reset output, which is {}",
+   { "sequenceMissing", "sequence", "waits for its sequence, which is {}", "hand it over: set opsToDoValid" },
+   { "resetOutputMissing", "reset output", "waits for its reset output, which is {}",
      "see why the platform gives the output no access handle" },
-   { "time sync", "timeSyncDisabled", "waits for time synchronisation, which is {}",
+   { "timeSyncDisabled", "time sync", "waits for time synchronisation, which is {}",
      "start the PTP daemon; the agent takes --time-sync N" },
-   { "switchover", "switchoverPending", "waits for the switchover: {}",
+   { "switchoverPending", "switchover", "waits for the switchover: {}",
      "see why the supervisors' switchover does not come to DovraWritable" },
-   { "redundancy", "redundancyMissing", "waits for the redundancy status, which is {}", "see the host's wiring" },
-   { "", "tolvanePending", "waits for its Tolvane, which is {}", "look at the Tolvane's own bring-up" } };
+   { "redundancyMissing", "redundancy", "waits for the redundancy status, which is {}", "see the host's wiring" },
+   { "tolvanePending", "", "waits for its Tolvane, which is {}", "look at the Tolvane's own bring-up" } };
 
 struct Assertion {
    std::string_view expression;

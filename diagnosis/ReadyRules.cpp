@@ -80,9 +80,7 @@ std::optional<U32> frequencyOf( Case const & e ) {
    return e.look && e.look->frequencyInHz ? e.look->frequencyInHz : e.bringUp.frequencyInHz;
 }
 
-bool noFrequency( Case & e, Facts & ) {
-   return e.chip.max24305->outputFrequencyInHz != 0 && frequencyOf( e ) == 0U;
-}
+bool noFrequency( Case & e, Facts & ) { return e.chip.max24305->outputFrequencyInHz != 0 && frequencyOf( e ) == 0U; }
 
 bool wrongFrequency( Case & e, Facts & facts ) {
    U32 const wanted = e.chip.max24305->outputFrequencyInHz;
@@ -117,7 +115,7 @@ constexpr Rule<Case> rulesOfReady[] = {
      "check its supply, and that {reset} does not hold it in reset" },
    { "wiped", wiped, "was ready, and lost its registers: {drifted} read 0, as after a reset",
      "look at its supply, and at what else resets it{exchanged}" },
-   { lockLostRule, lockLost, "was ready, and lost its lock: {aplls} not locked any more",
+   { "lockLost", lockLost, "was ready, and lost its lock: {aplls} not locked any more",
      "check {reference}, and what happened to the chip's supply since" },
    { "drifted", drifted, "was ready, and {drifted} registers are not as its sequence left them, {first} first",
      "see them all: {audit}; look for what else writes them" },

@@ -69,9 +69,6 @@ std::optional<Cause> attemptCause( Case const & trouble );        ///< attempts 
 std::optional<Cause> lockCause( Case const & trouble );           ///< it is programmed, and has not locked
 std::optional<Cause> readyCause( Case const & trouble );          ///< it is published ready
 
-/// The rule of a ready chip that its reference may have cost the lock.
-inline constexpr std::string_view lockLostRule = "lockLost";
-
 /// A row of its gate that is not met.
 Cause gateCause( ChipStory const & chip, GateRow const & row );
 /// The assertion that stopped the process.

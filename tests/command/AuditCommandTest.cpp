@@ -52,7 +52,7 @@ TEST_F( AuditCommandTest, WhatDiffersGivesOne ) {
    EXPECT_EQ( ran.result, 1 );
    EXPECT_NE(
       ran.output.find( " ! registers       0 of 1 as expected\n"
-                       "      0x0010  expected 0x3c, found 0x34, bit 3: operation 3\n" ),
+                       "      0x0010  expected 0x3c, found 0x34, bit 3: operation 3 (" ),
       std::string::npos )
       << ran.output;
    EXPECT_TRUE( ran.output.ends_with( "\n1 of 3 chips not as expected.\n" ) ) << ran.output;

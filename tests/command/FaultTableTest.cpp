@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <set>
+#include <sstream>
 
 namespace FaultTableTests {
 namespace {
@@ -76,8 +78,31 @@ class Table {
    }
 };
 
+// The words that stand in the file behind the mark, to the next quotation mark or the line's end.
+std::set<std::string> wordsBehind( std::string const & mark, std::string const & content ) {
+   std::set<std::string> words;
+   for ( std::size_t at = content.find( mark ); at != std::string::npos; at = content.find( mark, at + 1 ) ) {
+      std::size_t const begin = at + mark.size();
+      words.insert( content.substr( begin, content.find_first_of( "\"\n", begin ) - begin ) );
+   }
+   return words;
+}
+
+// One that no situation needs is not known to work, and one without a paragraph is not known to anybody.
+TEST( FaultTable, EachRuleIsDocumented ) {
+   std::set<std::string> rules{ "cardGone", "assertion" };
+   for ( char const * table : { "Gate", "Attempt", "Lock", "Ready" } )
+      rules.merge(
+         wordsBehind( "\n   { \"", Input::readFile( CLOCKPATH_DIAGNOSIS + std::string( table ) + "Rules.cpp" ) ) );
+   std::erase_if( rules, []( std::string const & word ) {   // assertions have rows too
+      return !std::ranges::all_of( word, []( unsigned char c ) { return std::isalnum( c ); } );
+   } );
+   EXPECT_EQ( wordsBehind( "\n### ", Input::readFile( CLOCKPATH_DOCS "diagnosis.md" ) ), rules );
+}
+
 TEST( FaultTable, EachSituationIsNamed ) {
    Table const table;
+   std::set<std::string> rules;
    ASSERT_GE( table.file["situations"].size(), 100u );
    Input::Folder const folder;
    for ( Json const & situation : table.file["situations"] ) {
@@ -91,6 +116,7 @@ TEST( FaultTable, EachSituationIsNamed ) {
       // A process that an assertion ended is explained by what it recorded.
       if ( exit > shellSignals ) ran = run( { "explain", log } );
       std::vector<Said> const said = saidIn( ran.output );
+      rules.merge( wordsBehind( "\n  rule   ", ran.output ) );
       table.expectAll( situation["causes"], said, "Cause" );
       table.expectAll( situation.value( "warns", Json::array() ), said, "Warning" );
       EXPECT_TRUE( said.empty() || !situation.value( "silent", false ) ) << ran.output;
@@ -98,6 +124,13 @@ TEST( FaultTable, EachSituationIsNamed ) {
          for ( Json const & phrase : situation.value( "neverSays", Json::array() ) )
             EXPECT_FALSE( one.weight == "Cause" && table.says( one.text, phrase ) ) << phrase << " in\n" << one.text;
    }
+   // Those that no simulated card comes to have tests on recordings made by hand.
+   std::set<std::string> const byHand{ "answersAsOther", "drifted",        "locksLate", "lostWhileLocking",
+                                       "noPowerGood",    "notAtOneTime",   "otherByte", "redundancyMissing",
+                                       "silentNow",      "tolvanePending", "writeLost" };
+   std::set<std::string> missing = wordsBehind( "\n### ", Input::readFile( CLOCKPATH_DOCS "diagnosis.md" ) );
+   std::erase_if( missing, [&]( std::string const & rule ) { return rules.contains( rule ); } );
+   EXPECT_EQ( missing, byHand );
 }
 
 }   // namespace

@@ -40,9 +40,9 @@ class Telling {
       step( chip, LockPolled{ 1, 101, 0x11 } ).step( chip, FrequencyRead{ 10'000'000 } );
       return step( chip, Published{ Hardware::Max24305::ready_, Hardware::Kiv::ClockStatus::ready_ } );
    }
-   std::vector<Cause> causes() const { return causesOf( story_ ); }
-   Cause cause() const {
-      std::vector<Cause> const all = causes();
+   std::vector<Cause> causes( std::vector<ChipAudit> const & looks = {} ) const { return causesOf( story_, looks ); }
+   Cause cause( std::vector<ChipAudit> const & looks = {} ) const {
+      std::vector<Cause> const all = causes( looks );
       EXPECT_EQ( all.size(), 1u );
       return all.empty() ? Cause() : all.front();
    }
@@ -163,6 +163,119 @@ TEST( CauseTest, OneWordOfOnesIsNotYetACardThatIsGone ) {
    EXPECT_THAT( telling.causes(), IsEmpty() );
    EXPECT_EQ( telling.at( second ).event( Recording::Read32{ 0x200, ones } ).cause().sinceNs, 0u );
    EXPECT_THAT( telling.event( Recording::Read32{ 0x200, 0 } ).causes(), IsEmpty() );
+}
+
+// Rules for attempts.
+
+// The chip's attempts, each of which reads another byte at the operation of that place.
+Cause attemptsOf( std::string const & card, std::string const & chip, U32 place, std::vector<U8> const & bytes ) {
+   Input::CardDescription const described = Input::cardOf( card );
+   Story story( { 1, "", "", described, {} } );
+   auto const take = [&]( auto what ) { story.take( { 0, 0, std::move( what ) } ); };
+   auto const & max24305 = *described.max24305( chip );
+   U32 const attempts = static_cast<U32>( bytes.size() );
+   for ( U32 i = 0; i < attempts; ++i ) {
+      take( Recording::Step{ chip, AttemptBegun{ i + 1, attempts } } );
+      take( Recording::Read32{ max24305.configOffset + 0x20, 1 } );
+      take( Recording::Read32{ max24305.configOffset + 0x10, 0x8000'0000 + bytes[i] } );
+      OperationDone const done{
+         place, static_cast<U32>( max24305.sequence.size() ), max24305.sequence[place - 1], bytes[i],
+         Outcome::readMismatch_ };
+      take( Recording::Step{ chip, done } );
+      take( Recording::Step{ chip, AttemptFailed{ i + 1, attempts, done } } );
+   }
+   std::vector<Cause> const causes = causesOf( story );
+   EXPECT_EQ( causes.size(), 1u );
+   return causes.empty() ? Cause() : causes.front();
+}
+
+std::string ptp1With( std::string const & sequence ) {
+   return Input::with( Input::wholeCard, R"("sequence": [])", R"("sequence": [ )" + sequence + " ]" );
+}
+
+TEST( AttemptRulesTest, AChipMayAnswerAsAnotherDoes ) {
+   Cause const cause = attemptsOf( ptp1With( R"("read 0x30 0x21")" ), "ptp1", 1, { 0x5E, 0x5E } );
+   EXPECT_EQ( cause.rule, "answersAsOther" );
+   EXPECT_THAT( cause.what, HasSubstr( "answers as ptp0 does" ) );
+   EXPECT_EQ( attemptsOf( ptp1With( R"("read 0x30 0x21")" ), "ptp1", 1, { 0x5D, 0x5D } ).rule, "otherChip" );
+}
+
+TEST( AttemptRulesTest, AWriteThatDidNotArriveIsLostWithoutASoftReset ) {
+   std::string const written = R"("write 0x20 0x0f", "write 0x10 0x3c", "read 0x10 0x3c")";
+   Cause const cause = attemptsOf( ptp1With( written ), "ptp1", 3, { 0, 0 } );
+   EXPECT_EQ( cause.rule, "allZeros" ) << "nothing yet proves that the chip answers";
+   std::string const proved = R"("read 0x30 0x5e", "write 0x10 0x3c", "read 0x10 0x3c")";
+   EXPECT_EQ( attemptsOf( ptp1With( proved ), "ptp1", 3, { 0, 0 } ).rule, "writeLost" );
+   std::string const reset = R"("read 0x30 0x5e", "write 0 0x80", "sleep 1ms", "write 0x10 0x3c", "read 0x10 0x3c")";
+   EXPECT_EQ( attemptsOf( ptp1With( reset ), "ptp1", 5, { 0, 0 } ).rule, "settleTooShort" );
+   std::string const resetLongAgo =
+      R"("read 0x30 0x5e", "write 0 0x80", "sleep 200ms", "write 0x10 0x3c", "read 0x10 0x3c")";
+   EXPECT_EQ( attemptsOf( ptp1With( resetLongAgo ), "ptp1", 5, { 0, 0 } ).rule, "writeLost" );
+}
+
+TEST( AttemptRulesTest, WhatNoRuleKnowsIsToldAsItIs ) {
+   std::string const proved = R"("read 0x30 0x5e", "write 0x10 0x3c", "read 0x10 0x3c")";
+   Cause const cause = attemptsOf( ptp1With( proved ), "ptp1", 3, { 0xA7, 0xA7 } );
+   EXPECT_EQ( cause.rule, "otherByte" );
+   EXPECT_EQ( cause.what, "register 0x10: operation 3 (card.json: /chips/2/sequence/2) reads 0xa7, expected 0x3c" );
+   EXPECT_THAT(
+      cause.seen, ElementsAre( "2 of 2 attempts stopped there, always 0xa7; the 2 operations before it are right" ) );
+}
+
+// Rules for lock polls.
+
+std::string_view ruleOfPolls( std::vector<U8> const & statuses ) {
+   Telling telling;
+   telling.step( "ptp1", AttemptBegun{ 1, 10 } ).step( "ptp1", ProgrammingEnded{ 1, true } );
+   for ( std::size_t i = 0; i < statuses.size(); ++i )
+      telling.at( i * second ).step( "ptp1", LockPolled{ static_cast<U32>( i + 1 ), 101, statuses[i] } );
+   std::vector<Cause> const causes = telling.causes();
+   return causes.empty() ? "" : causes.front().rule;
+}
+
+TEST( LockRulesTest, EachPatternHasItsName ) {
+   using Statuses = std::vector<U8>;
+   EXPECT_EQ( ruleOfPolls( Statuses( 9, 0x00 ) ), "" ) << "a chip is given time";
+   EXPECT_EQ( ruleOfPolls( Statuses( 10, 0x10 ) ), "oneNeverLocks" );
+   EXPECT_EQ( ruleOfPolls( { 0, 0, 0, 0, 0, 0, 0, 0, 1, 1 } ), "locksLate" );
+   EXPECT_EQ( ruleOfPolls( { 0, 1, 1, 1, 0, 0, 0, 0, 0, 0 } ), "lostWhileLocking" );
+   EXPECT_EQ( ruleOfPolls( { 0, 1, 0, 1, 0, 1, 0, 0, 0, 0 } ), "flapping" );
+   EXPECT_EQ( ruleOfPolls( { 0, 1, 0, 1, 1, 0x10, 1, 0x10, 1, 1 } ), "flapping" );
+   EXPECT_EQ( ruleOfPolls( { 0x10, 0x10, 0x01, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10 } ), "notAtOneTime" );
+}
+
+// Rules for ready chips.
+
+TEST( ReadyRulesTest, ATolvaneWithoutPowerGoodIsAWarningWhileItsChipsAreWell ) {
+   Telling telling;
+   telling.step( "osc0", AttemptBegun{ 1, 5 } ).step( "osc0", EnableDone{ 2, true } );
+   telling.step( "osc0", ProgrammingEnded{ 1, true } ).step( "osc0", TolvanePublished{ Hardware::Tolvane::ready_ } );
+   EXPECT_EQ( telling.cause().rule, "noPowerGoodAndNeeded" );
+   EXPECT_EQ( telling.cause().weight, Weight::cause_ );
+   telling.ready( "ptp0" );
+   EXPECT_EQ( telling.cause().rule, "noPowerGood" );
+   EXPECT_EQ( telling.cause().weight, Weight::warning_ );
+}
+
+TEST( ReadyRulesTest, ALookSeesWhatNoPollTells ) {
+   Telling telling;
+   telling.ready( "ptp0" );
+   ChipAudit look{ .chip = "ptp0", .answer = ChipAudit::Answer::allOnes_, .spiCtrl = 0 };
+   EXPECT_EQ( telling.cause( { look } ).rule, "silentNow" );
+   look = { .chip = "ptp0", .spiCtrl = 0, .verifiedCount = 2, .apllStatus = 0x11, .frequencyInHz = 10'000'000 };
+   EXPECT_THAT( telling.causes( { look } ), IsEmpty() );
+   look.drift = { { { .address = 0x10, .value = 0x3C, .place = "operation 3" }, 0x3D } };
+   Cause const drifted = telling.cause( { look } );
+   EXPECT_EQ( drifted.rule, "drifted" );
+   EXPECT_THAT( drifted.seen, ElementsAre( "1 of 2 differ; register 0x10 holds 0x3d, and operation 3 verified 0x3c" ) );
+   look.drift.front().found = 0;
+   EXPECT_EQ( telling.cause( { look } ).rule, "wiped" );
+   look.drift.clear();
+   look.apllStatus = 0x10;
+   EXPECT_EQ( telling.cause( { look } ).what, "was ready, and lost its lock: APLL 1 not locked any more" );
+   look.apllStatus = 0x11;
+   look.frequencyInHz = 10'002'000;
+   EXPECT_EQ( telling.cause( { look } ).rule, "wrongFrequency" );
 }
 
 TEST( CauseTest, TheTextHasARowForEachPieceAndBreaksLongOnes ) {
