@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 
 namespace Diagnosis {
@@ -34,6 +35,55 @@ struct Warn {
 
 // The register that an operation is sent to.
 U16 registerOf( Op const & op ) { return static_cast<U16>( op.address ); }
+
+// What is wrong with an operation by itself.
+void warnOfOperation( Op const & op, Warn const & warn ) {
+   if ( op.type == unknownOp_ )
+      warn(
+         unknownOperation,
+         "expected read, write or sleep, found unknownOp, which stops the process when the sequence comes to it" );
+   if ( op.type == sleep_ && op.value > longestPauseNs )
+      warn( "longPause", "expected a pause of 1 s at most, found {} ns, in which the agent stands still", op.value );
+   if ( op.type != read_ && op.type != write_ ) return;
+
+   if ( op.value > 0xFF && op.type == read_ )
+      warn(
+         "wideValue",
+         "expected a value from 0 to 0xff, found 0x{:x}, of which no read ever brings more than a byte: it fails "
+         "every attempt",
+         op.value );
+   if ( op.value > 0xFF && op.type == write_ )
+      warn(
+         "wideValue", "expected a value from 0 to 0xff, found 0x{:x}, of which the low byte 0x{:02x} is written",
+         op.value, op.value & 0xFF );
+   if ( op.address > 0xFFFF )
+      warn(
+         "wideAddress", "expected an address from 0 to 0xffff, found 0x{:x}, which is sent as 0x{:04x}", op.address,
+         registerOf( op ) );
+}
+
+// What is wrong with the read at a place; `firstWrite` is of its register, `written` whether any was before.
+void warnOfRead(
+   Op const & op, std::size_t at, std::optional<std::size_t> firstWrite, bool written, Warn const & warn ) {
+   U16 const reg = registerOf( op );
+   auto const * const status = statusRegister( reg );
+   if ( status )
+      warn(
+         "statusVerified",
+         "expected a register that keeps what is written, found 0x{:04x}, {}: what it reads changes by itself", reg,
+         status->type().name() );
+   if ( firstWrite && *firstWrite > at )
+      warn(
+         "readTooEarly",
+         "expected the read-back behind the write, found it before operation {}, which is the first to write "
+         "0x{:04x}",
+         *firstWrite + 1, reg );
+   // Before the first write, a sequence looks at what the chip brings along, such as its identification.
+   if ( !firstWrite && written && !status )
+      warn(
+         "neverWritten", "expected the read-back of a register that was written, found 0x{:04x}, which nothing writes",
+         reg );
+}
 
 // By what they share, in the card's order.
 using ChipsBy = std::map<std::string, std::vector<std::string>>;
@@ -62,57 +112,18 @@ std::vector<Warning> warningsOf( Max24305Description const & chip ) {
    bool written = false;   // any register so far
    for ( std::size_t at = 0; at < chip.sequence.size(); ++at ) {
       Op const & op = chip.sequence[at];
-      U16 const reg = registerOf( op );
       Warn const warn{ warnings, chip.placeOf( at ) };
-      if ( op.type == unknownOp_ )
-         warn(
-            unknownOperation,
-            "expected read, write or sleep, found unknownOp, which stops the process when the sequence comes to it" );
-      if ( op.type == sleep_ && op.value > longestPauseNs )
-         warn( "longPause", "expected a pause of 1 s at most, found {} ns, in which the agent stands still", op.value );
-      if ( op.type != read_ && op.type != write_ ) continue;
-
-      if ( op.value > 0xFF && op.type == read_ )
-         warn(
-            "wideValue",
-            "expected a value from 0 to 0xff, found 0x{:x}, of which no read ever brings more than a byte: it fails "
-            "every attempt",
-            op.value );
-      if ( op.value > 0xFF && op.type == write_ )
-         warn(
-            "wideValue", "expected a value from 0 to 0xff, found 0x{:x}, of which the low byte 0x{:02x} is written",
-            op.value, op.value & 0xFF );
-      if ( op.address > 0xFFFF )
-         warn(
-            "wideAddress", "expected an address from 0 to 0xffff, found 0x{:x}, which is sent as 0x{:04x}", op.address,
-            reg );
+      warnOfOperation( op, warn );
       if ( op.type == write_ ) {
          written = true;
          if ( at == firstUnread )
             warn(
                "notReadBack", "expected a read-back behind each write, found {} register{} without, 0x{:04x} first",
-               unread.size(), unread.size() == 1 ? "" : "s", reg );
-         continue;
+               unread.size(), unread.size() == 1 ? "" : "s", registerOf( op ) );
       }
-
-      auto const * const status = statusRegister( reg );
-      if ( status )
-         warn(
-            "statusVerified",
-            "expected a register that keeps what is written, found 0x{:04x}, {}: what it reads changes by itself", reg,
-            status->type().name() );
-      auto const write = firstWriteOf.find( reg );
-      if ( write != firstWriteOf.end() && write->second > at )
-         warn(
-            "readTooEarly",
-            "expected the read-back behind the write, found it before operation {}, which is the first to write "
-            "0x{:04x}",
-            write->second + 1, reg );
-      // Before the first write, a sequence looks at what the chip brings along, such as its identification.
-      if ( write == firstWriteOf.end() && written && !status )
-         warn(
-            "neverWritten",
-            "expected the read-back of a register that was written, found 0x{:04x}, which nothing writes", reg );
+      if ( op.type != read_ ) continue;
+      auto const write = firstWriteOf.find( registerOf( op ) );
+      warnOfRead( op, at, write == firstWriteOf.end() ? std::nullopt : std::optional( write->second ), written, warn );
    }
    return warnings;
 }
