@@ -74,8 +74,6 @@ bool oneNeverLocks( Polls & e, Facts & facts ) {
    return e.oneOf( facts, [&]( std::size_t apll ) { return !e.ever( apll ); } );
 }
 
-bool notAtOneTime( Polls &, Facts & ) { return true; }
-
 constexpr char allRight[] = "the bus, the reset, the sequence: all operations were right";
 
 constexpr Rule<Polls> rulesOfLock[] = {
@@ -95,9 +93,7 @@ constexpr Rule<Polls> rulesOfLock[] = {
    { "locksLate", locksLate, "{apll} locks late, at poll {first}",
      "compare the loop's settings in the sequence with the frequency of {reference}", allRight },
    { "oneNeverLocks", oneNeverLocks, "{apll} never locks, while {otherApll} does",
-     "compare the settings of {apll} in the sequence: input selection, dividers; and its supply", allRight },
-   { "notAtOneTime", notAtOneTime, "the APLLs are not locked at one time", "check the reference, {reference}",
-     allRight } };
+     "compare the settings of {apll} in the sequence: input selection, dividers; and its supply", allRight } };
 
 }   // namespace
 

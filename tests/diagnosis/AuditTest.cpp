@@ -33,7 +33,9 @@ Lines expectationsText( std::string const & operations ) {
 TEST( Expectations, AreWhatWasVerifiedLastAndNotOverwritten ) {
    EXPECT_EQ(
       expectationsText( R"("read 48 94", "write 1 1", "read 1 1", "write 2 2", "read 2 2", "write 1 3", "read 1 3")" ),
-      ( Lines{ "1 is 3, operation 7", "2 is 2, operation 5", "48 is 94 of old, operation 1" } ) );
+      ( Lines{
+         "1 is 3, operation 7 (card.json: /chips/0/sequence/6)", "2 is 2, operation 5 (card.json: /chips/0/sequence/4)",
+         "48 is 94 of old, operation 1 (card.json: /chips/0/sequence/0)" } ) );
    EXPECT_EQ( expectationsText( R"("write 1 1", "read 1 1", "write 1 2")" ), Lines{} );
    EXPECT_EQ( expectationsText( R"("write 1 1", "sleep 1ms")" ), Lines{} );
 }
@@ -43,7 +45,9 @@ TEST( Expectations, AreNoneOfStatusRegisters ) { EXPECT_EQ( expectationsText( R"
 TEST( Expectations, TheIdentificationIsReadBeforeAnythingIsWrittenThere ) {
    EXPECT_EQ(
       expectationsText( R"("write 1 1", "read 48 94", "read 2 0", "write 2 5", "read 2 5")" ),
-      ( Lines{ "2 is 5, operation 5", "48 is 94 of old, operation 2" } ) );
+      ( Lines{
+         "2 is 5, operation 5 (card.json: /chips/0/sequence/4)",
+         "48 is 94 of old, operation 2 (card.json: /chips/0/sequence/1)" } ) );
 }
 
 TEST( Audit, OfAHealthyCardFindsNothing ) {
@@ -79,7 +83,9 @@ TEST( Audit, TellsDriftByRegisterAndBit ) {
    EXPECT_EQ( audit.drift[0].bits(), 0x81u );
    Lines const lines = linesOf( audit );
    EXPECT_EQ( lines.at( 4 ), " ! registers       0 of 1 as expected" );
-   EXPECT_EQ( lines.at( 5 ), "      0x0010  expected 0x3c, found 0xbd, bits 0, 7: operation 3" );
+   EXPECT_EQ(
+      lines.at( 5 ),
+      "      0x0010  expected 0x3c, found 0xbd, bits 0, 7: operation 3 (card.json: /chips/0/sequence/2)" );
 }
 
 TEST( Audit, AChipThatWasResetHasDriftedAndKeepsItsIdentification ) {
@@ -208,7 +214,8 @@ TEST( Audit, TellsTheSameToPrograms ) {
    EXPECT_EQ( json.at( "chip" ), "ptp0" );
    EXPECT_EQ( json.at( "well" ), false );
    EXPECT_EQ( json.at( "points" ).at( 0 ).dump(), R"({"name":"bus","well":true,"text":"answers"})" );
-   EXPECT_EQ( json.at( "differences" ).dump(), R"([{"address":16,"expected":60,"found":61,"place":"operation 3"}])" );
+   EXPECT_EQ( json.at( "differences" ).dump(), R"([{"address":16,"expected":60,"found":61,"place":"operation 3 (card.json: /chips/0/sequence/2)"
+}])" );
 }
 
 }   // namespace

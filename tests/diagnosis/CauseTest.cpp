@@ -241,7 +241,6 @@ TEST( LockRulesTest, EachPatternHasItsName ) {
    EXPECT_EQ( ruleOfPolls( { 0, 1, 1, 1, 0, 0, 0, 0, 0, 0 } ), "lostWhileLocking" );
    EXPECT_EQ( ruleOfPolls( { 0, 1, 0, 1, 0, 1, 0, 0, 0, 0 } ), "flapping" );
    EXPECT_EQ( ruleOfPolls( { 0, 1, 0, 1, 1, 0x10, 1, 0x10, 1, 1 } ), "flapping" );
-   EXPECT_EQ( ruleOfPolls( { 0x10, 0x10, 0x01, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10 } ), "notAtOneTime" );
 }
 
 // Rules for ready chips.
