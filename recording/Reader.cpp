@@ -147,8 +147,12 @@ constexpr auto kindsOfLines = std::to_array<KindOfLine>(
        } },
      { "step", stepOf },
      { "gate", gateOf },
-     { "input", []( JsonObject & o ) -> What {
-         return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
+     { "input",
+       []( JsonObject & o ) -> What {
+          return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
+       } },
+     { "aside", []( JsonObject & o ) -> What {
+         return Aside{ o["by"].text(), o["begins"].boolean() };
       } } } );
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {

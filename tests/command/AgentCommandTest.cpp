@@ -270,8 +270,8 @@ TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    EXPECT_EQ( agent.result(), 0 );
    EXPECT_EQ( agent.output().find( "trace" ), std::string::npos ) << "traces are the log's alone";
    std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
-   // All but a logged message, an abort and a change of an input.
-   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 3 );
+   // All but a logged message, an abort, a change of an input and accesses of another.
+   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 4 );
 
    std::string const scenario = folder.file( "scenario.json", R"({ "card": "card.json" })" );
    EXPECT_EQ( run( { "simulate", scenario, "--events", folder.path( "simulated" ) } ).result, 0 );
