@@ -40,7 +40,9 @@ VirtualWorld::VirtualWorld(
      events_( clock ),
      card_(
         std::move( description ), present( makeHam( events_ ) ),
-        [this]( Vor::Name name ) { return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) ); } ),
+        [this]( Vor::Name name ) {
+           return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
+        } ),
      machines_( card_ ) {
    card_.timeSync()->stateIs( PtpTimeSync::enabling_ );
    card_.redundancy()->modeIs( Redundancy::standby_ );

@@ -221,6 +221,7 @@ TEST_F( ReplayTest, TheTimesOfARealCardAreNotCompared ) {
    Replayed result = replayed();
    EXPECT_FALSE( result.difference ) << result.difference->line << result.difference->now;
    EXPECT_EQ( result.lines, lines.size() );
+   std::erase_if( lines, []( std::string const & line ) { return line.find( R"("ev":"spi")" ) != std::string::npos; } );
    std::vector<std::string> const again = linesOf( events );
    ASSERT_EQ( again.size(), lines.size() );
    for ( std::size_t i = 1; i < lines.size(); ++i )
