@@ -1,10 +1,13 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
 #include "command/AuditCommand.h"
+#include "command/BundleCommand.h"
 #include "command/CheckCommand.h"
 #include "command/ExplainCommand.h"
 #include "command/RegisterCommands.h"
+#include "command/ReplayCommand.h"
 #include "command/SequenceCommand.h"
 #include "command/SimulateCommand.h"
+#include "command/WaveCommand.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
 #include "service/Agent.h"
@@ -41,6 +44,15 @@ class Words {
       testWords->add_flag( "--yes", audit_.yes, "Test without asking" );
       checkWords();
       sequenceWords();
+      recordingWords( "replay", "Run the library again by a recording, and tell what differs first", replay_, &replay )
+         ->add_option( "--events", replay_.events, "Write the event log of the replay to FILE" )
+         ->type_name( "FILE" );
+      recordingWords( "wave", "Write the signals of a recording as a VCD", made_, &wave )
+         ->add_option( "-o", made_.out, "The VCD; FILE with the ending .vcd unless told" )
+         ->type_name( "OUT" );
+      recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", made_, &bundle )
+         ->add_option( "-o", made_.out, "The archive; FILE with the ending .tar.gz unless told" )
+         ->type_name( "OUT" );
    }
 
    /// Does what the words ask for and gives the exit code.
@@ -133,6 +145,15 @@ class Words {
       command->callback( [this] { result_ = sequence( sequence_ ); } );
    }
 
+   template<class Options>
+   CLI::App * recordingWords(
+      std::string const & name, std::string const & title, Options & options, int ( *command )( Options const & ) ) {
+      CLI::App * const words = app_.add_subcommand( name, title );
+      words->add_option( "FILE", options.file, "The event log, or a bundle with one" )->required();
+      words->callback( [this, command, &options] { result_ = command( options ); } );
+      return words;
+   }
+
    CLI::App * registerWords(
       std::string const & name, std::string const & title, bool wordsRequired,
       int ( *command )( RegisterOptions const & ) ) {
@@ -197,6 +218,8 @@ class Words {
    CheckOptions check_;
    ExplainOptions explain_;
    SequenceOptions sequence_;
+   ReplayOptions replay_;
+   RecordingOptions made_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 

@@ -86,10 +86,17 @@ struct Gate {
    std::vector<Hardware::GateRow> rows;
 };
 
+/// Accesses that no machine makes, such as those of `poke`, stand between the line that begins them and the one that
+/// does not.
+struct Aside {
+   std::string by;   ///< who makes them: "poke"
+   bool begins = false;
+};
+
 struct Event {
    U64 ns = 0;
    std::size_t line = 0;   ///< of the file, from 1
-   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange> what;
+   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside> what;
 };
 
 }   // namespace Recording

@@ -223,6 +223,10 @@ void EventLog::onInput( U64 ns, InputChange const & change ) {
       input.field( "value", change.value != 0 );
 }
 
+void EventLog::onAside( U64 ns, Aside const & aside ) {
+   line( ns, "aside" ).field( "by", aside.by ).field( "begins", aside.begins );
+}
+
 void EventLog::onWrite32( U64 ns, U32 address, U32 value ) {
    line( ns, "write32" ).field( "address", address ).field( "value", value );
 }

@@ -42,6 +42,7 @@ class EventLog final : public Listener {
    /// A gate that was looked at is a kind of line of its own.
    void onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) override;
    void onInput( U64 ns, InputChange const & change ) override;
+   void onAside( U64 ns, Aside const & aside ) override;
 
    void onWrite32( U64 ns, U32 address, U32 value ) override;
    void onRead32( U64 ns, U32 address, U32 value ) override;

@@ -24,6 +24,7 @@ class EventStream final : public Listener {
    void onRecording( Header const & header ) override { header_ = header; }
    void onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) override;
    void onInput( U64 ns, InputChange const & change ) override { hand( ns, change ); }
+   void onAside( U64 ns, Aside const & aside ) override { hand( ns, aside ); }
    void onWrite32( U64 ns, U32 address, U32 value ) override { hand( ns, Write32{ address, value } ); }
    void onRead32( U64 ns, U32 address, U32 value ) override { hand( ns, Read32{ address, value } ); }
    void onGpo( U64 ns, std::string_view name, bool active ) override { hand( ns, Gpo{ std::string( name ), active } ); }

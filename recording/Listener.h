@@ -15,6 +15,7 @@ class Listener : public Sim::CardListener {
    virtual void onRecording( Header const & /*header*/ ) {}
    virtual void onStep( U64 /*ns*/, std::string_view /*chip*/, Hardware::Step const & ) {}
    virtual void onInput( U64 /*ns*/, InputChange const & ) {}
+   virtual void onAside( U64 /*ns*/, Aside const & ) {}
 };
 
 }   // namespace Recording

@@ -21,6 +21,8 @@ class LogFile {
    LogFile( std::string path, std::size_t pieceSize );
 
    EventLog & log() { return log_; }
+   /// The file itself, for lines that are there already.
+   std::ostream & out() { return out_; }
    /// Writes what there is. Throws Input::InputError where not all could be written.
    void finish();
 

@@ -1,6 +1,7 @@
 #include "recording/Reader.h"
 
 #include "input/Json.h"
+#include "recording/Bundle.h"
 #include "recording/Fields.h"
 
 #include <algorithm>
@@ -147,8 +148,12 @@ constexpr auto kindsOfLines = std::to_array<KindOfLine>(
        } },
      { "step", stepOf },
      { "gate", gateOf },
-     { "input", []( JsonObject & o ) -> What {
-         return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
+     { "input",
+       []( JsonObject & o ) -> What {
+          return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
+       } },
+     { "aside", []( JsonObject & o ) -> What {
+         return Aside{ o["by"].text(), o["begins"].boolean() };
       } } } );
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {
@@ -212,15 +217,19 @@ std::vector<std::string_view> kinds() {
    return names;
 }
 
-Reader::Reader( std::string path ) : path_( std::move( path ) ) {
-   errno = 0;
-   file_.open( path_, std::ios::binary );
-   if ( !file_ ) failToRead();
+Reader::Reader( std::string path ) : path_( std::move( path ) ), file_( openRecording( path_ ) ) {
+   if ( !*file_ ) failToRead();
    std::optional<std::string_view> const first = nextLine();
    if ( !first )
       throw Input::InputError(
          cutOff_.empty() ? path_ + ": expected an event log, as --events writes it; found an empty file" : cutOff_ );
    header_ = headerOf( documentOf( place(), *first ).root() );
+}
+
+Header const & Reader::cardHeader() const {
+   if ( header_.card.json.empty() )
+      throw Input::InputError( path_ + ":1: expected the card description under \"card\", found none" );
+   return header_;
 }
 
 std::optional<Event> Reader::next() {
@@ -239,22 +248,22 @@ std::optional<Event> Reader::next() {
 }
 
 std::optional<std::string_view> Reader::nextLine() {
-   if ( file_.eof() ) return std::nullopt;
+   if ( file_->eof() ) return std::nullopt;
    errno = 0;
-   file_.getline( buffer_.get(), longestLine );
-   if ( file_.bad() ) failToRead();
-   auto const length = static_cast<std::size_t>( file_.gcount() );
-   if ( file_.eof() && length == 0 ) return std::nullopt;
+   file_->getline( buffer_.get(), longestLine );
+   if ( file_->bad() ) failToRead();
+   auto const length = static_cast<std::size_t>( file_->gcount() );
+   if ( file_->eof() && length == 0 ) return std::nullopt;
    ++line_;
-   if ( file_.eof() ) {
+   if ( file_->eof() ) {
       cutOff_ = place() + ": the line has no end, for whoever wrote it was stopped; it is left out";
       return std::nullopt;
    }
-   if ( file_.fail() )
+   if ( file_->fail() )
       throw Input::InputError(
          place() + ": expected a line of at most " + std::to_string( longestLine ) +
          " bytes, found a longer one; is this an event log?" );
-   return std::string_view( buffer_.get(), length - 1 );
+   return text_ = std::string_view( buffer_.get(), length - 1 );
 }
 
 void Reader::failToRead() const {

@@ -270,8 +270,8 @@ TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    EXPECT_EQ( agent.result(), 0 );
    EXPECT_EQ( agent.output().find( "trace" ), std::string::npos ) << "traces are the log's alone";
    std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
-   // All but a logged message, an abort and a change of an input.
-   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 3 );
+   // All but a logged message, an abort, a change of an input and accesses of another.
+   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 4 );
 
    std::string const scenario = folder.file( "scenario.json", R"({ "card": "card.json" })" );
    EXPECT_EQ( run( { "simulate", scenario, "--events", folder.path( "simulated" ) } ).result, 0 );
@@ -279,6 +279,8 @@ TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    std::string const began = R"("began":"x",)";
    folder.file( "simulated", with( simulated, R"("cardFile")", began + R"("cardFile")" ) );
    EXPECT_EQ( programmingIn( events ), programmingIn( eventsOfLog( folder.path( "simulated" ) ) ) );
+   Ran const replayed = run( { "replay", folder.path( "events" ) } );
+   EXPECT_EQ( replayed.result, 0 ) << replayed.output << replayed.errors;
 }
 
 TEST_F( AgentTest, RecordsAMappedCardFromItsArrival ) {
@@ -305,6 +307,7 @@ TEST_F( AgentTest, RecordsAMappedCardFromItsArrival ) {
    EXPECT_EQ( enable, 2u );
    EXPECT_GT( slept, 0u );
    EXPECT_GE( events.back().ns, slept ) << "the sleeps take as long as they say";
+   EXPECT_EQ( run( { "replay", folder.path( "events" ) } ).result, 0 );
 }
 
 TEST_F( AgentTest, TheLogIsWholeAlsoAfterTheSecondSignal ) {
@@ -320,6 +323,10 @@ TEST_F( AgentTest, TheLogIsWholeAlsoAfterTheSecondSignal ) {
    std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
    ASSERT_FALSE( events.empty() );
    EXPECT_TRUE( std::holds_alternative<Recording::Sleep>( events.back().what ) ) << "the pulse was under way";
+   Ran const replayed = run( { "replay", folder.path( "events" ) } );
+   EXPECT_EQ( replayed.result, 0 );
+   EXPECT_NE( replayed.output.find( ": the recording ends within a bring-up\n" ), std::string::npos )
+      << replayed.output;
 }
 
 TEST_F( AgentDeathTest, AnAbortIsTheLastLine ) {

@@ -41,10 +41,11 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    Ran const unknown = run( { "simulte", "x" } );
    EXPECT_EQ( unknown.result, 2 );
    EXPECT_EQ(
-      unknown.errors, "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
-                      "\"agent\", \"peek\", "
-                      "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\" or \"sequence\". Run "
-                      "clockpath --help for more.\n" );
+      unknown.errors,
+      "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
+      "\"agent\", \"peek\", "
+      "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\" "
+      "or \"bundle\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
@@ -61,6 +62,9 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
             { "audit", "card", "--tolerance", "-1" },
             { "dump" },
             { "check" },
+            { "replay" },
+            { "wave", "a", "-o" },
+            { "bundle", "a", "b" },
             { "sequence", "a", "--op", "--compare", "b" },
             { "--nothing" } } ) {
       Ran const ran = run( words );
@@ -77,7 +81,8 @@ TEST( Command, SaysItsVersionAndItsWords ) {
    Ran const help = run( { "--help" } );
    EXPECT_EQ( help.result, 0 );
    for ( char const * word :
-         { "simulate", "agent", "peek", "poke", "dump", "audit", "selftest", "check", "sequence", "Exit codes" } )
+         { "simulate", "agent", "peek", "poke", "dump", "explain", "audit", "selftest", "check", "sequence", "replay",
+           "wave", "bundle", "Exit codes" } )
       EXPECT_NE( help.output.find( word ), std::string::npos ) << word;
 }
 

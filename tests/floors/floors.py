@@ -38,7 +38,7 @@ BELOW = {
 LIBRARIES = {
     "input": ("nlohmann/",),
     "registers": ("fmt/",),
-    "recording": ("fmt/",),
+    "recording": ("fmt/", "archive"),
     "diagnosis": ("fmt/",),
     "report": ("fmt/",),
     "service": ("fmt/",),

@@ -41,6 +41,7 @@ std::string textOf( Event const & event ) {
          for ( auto const & row : e.rows ) values( row.condition, row.value, row.met );
       }
       void operator()( InputChange const & e ) const { values( e.what, e.of, e.value ); }
+      void operator()( Aside const & e ) const { values( e.by, e.begins ); }
    };
    std::visit( Put{ put }, event.what );
    return out.str();
@@ -73,18 +74,21 @@ TEST( EventStreamTest, HandsOnWhatALogReadsBackAs ) {
    EXPECT_GT( live.size(), 100u );
 }
 
-TEST( EventStreamTest, HandsOnLogsAndTheAbort ) {
+TEST( EventStreamTest, HandsOnLogsAccessesOfOthersAndTheAbort ) {
    std::vector<Event> events;
    EventStream stream( [&]( Event const & event ) { events.push_back( event ); } );
    stream.onLog( 1, { "ID", 3, "cause", "event", "action", {} } );
    stream.onAbort( 2, { "x > 0", "Source", "void f()", 7 } );
-   ASSERT_EQ( events.size(), 2u );
+   stream.onAside( 3, { "poke", true } );
+   ASSERT_EQ( events.size(), 3u );
    EXPECT_EQ( std::get<Log>( events[0].what ).id, "ID" );
    Abort const & abort = std::get<Abort>( events[1].what );
    EXPECT_EQ( abort.expression, "x > 0" );
    EXPECT_EQ( abort.function, "void f()" );
    EXPECT_EQ( abort.line, 7u );
    EXPECT_EQ( events[1].ns, 2u );
+   EXPECT_EQ( std::get<Aside>( events[2].what ).by, "poke" );
+   EXPECT_TRUE( std::get<Aside>( events[2].what ).begins );
 }
 
 }   // namespace

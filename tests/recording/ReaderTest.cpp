@@ -52,6 +52,7 @@ struct Rewriter {
       log.onStep( ns, e.chip, Hardware::Steps::GateEvaluated{ .rows = e.rows } );
    }
    void operator()( InputChange const & e ) const { log.onInput( ns, e ); }
+   void operator()( Aside const & e ) const { log.onAside( ns, e ); }
 
    EventLog & log;
    U64 ns;
@@ -153,6 +154,8 @@ TEST_F( ReaderTest, EveryKindWrittenAndReadIsEqual ) {
       log.onStep( 8'000, "osc0", S::TolvanePublished{ static_cast<Hardware::Tolvane::State>( 9 ) } );
       log.onInput( 9'000, { "timeSync", "", 2 } );
       log.onInput( 9'000, { "gpoHam", "osc0", 0 } );
+      log.onAside( 9'000, { "poke", true } );
+      log.onAside( 9'000, { "poke", false } );
       log.onAbort( 10'000, { "resetGpo()", "Max24305Sm", "void Machine::start()", 12 } );
    } );
    EXPECT_EQ( rewritten(), folder.content( "events" ) );
