@@ -48,10 +48,12 @@ BringUpTime bringUpTime( Max24305Description const & described, U64 spiClockInHz
    U64 const bestNs = nsToTheEnd( card, {} );
 
    Sim::Scenario worst;
-   worst.start.actions = {
-      { .key = "fault",
-        .name = chip.name,
-        .fault = { .kind = Sim::FaultKind::bitFlip_, .address = lastRegister, .mask = 1, .count = failingAttempts } } };
+   worst.events = {
+      { 0,
+        { { .key = "fault",
+            .name = chip.name,
+            .fault = {
+               .kind = Sim::FaultKind::bitFlip_, .address = lastRegister, .mask = 1, .count = failingAttempts } } } } };
    chip.sequence.emplace_back( 0, read_, lastRegister, 0 );
    chip.simulatedApllStatus = 0;
    return { .bestNs = bestNs, .worstNs = nsToTheEnd( card, worst ) };

@@ -214,7 +214,9 @@ TEST( Audit, TellsTheSameToPrograms ) {
    EXPECT_EQ( json.at( "chip" ), "ptp0" );
    EXPECT_EQ( json.at( "well" ), false );
    EXPECT_EQ( json.at( "points" ).at( 0 ).dump(), R"({"name":"bus","well":true,"text":"answers"})" );
-   EXPECT_EQ( json.at( "differences" ).dump(), R"json([{"address":16,"expected":60,"found":61,"place":"operation 3 (card.json: /chips/0/sequence/2)"}])json" );
+   EXPECT_EQ(
+      json.at( "differences" ).dump(),
+      R"json([{"address":16,"expected":60,"found":61,"place":"operation 3 (card.json: /chips/0/sequence/2)"}])json" );
 }
 
 }   // namespace
