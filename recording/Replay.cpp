@@ -149,6 +149,7 @@ class Replay final : private Sim::CardListener {
          out_ << line << '\n';
          line_ = next_->line;
          if ( real_ ) clock_->nowNsIs( next_->ns );
+         if ( auto const * const sleep = std::get_if<Sleep>( &next_->what ) ) asleepUntilNs_ = next_->ns + sleep->forNs;
          advance();
       }
    }
@@ -167,11 +168,16 @@ class Replay final : private Sim::CardListener {
       for ( bool aside = false; ( next_ = reader_.next() ); line_ = next_->line ) {
          if ( auto const * const bracket = std::get_if<Aside>( &next_->what ) )
             aside = bracket->begins;
-         else if ( !aside && !std::holds_alternative<Spi>( next_->what ) )
+         else if ( !aside && !std::holds_alternative<Spi>( next_->what ) && !isRestOfSleep() )
             return;
          else if ( !aside && !real_ )
             out_ << reader_.text() << '\n';
       }
+   }
+
+   // A real sleep that a signal interrupts is asked for again, for the rest of it.
+   bool isRestOfSleep() const {
+      return real_ && next_->ns < asleepUntilNs_ && std::holds_alternative<Sleep>( next_->what );
    }
 
    // Without a line, the library does nothing more by itself.
@@ -195,6 +201,7 @@ class Replay final : private Sim::CardListener {
    std::ostream & out_;
    std::optional<Event> next_;   // to come in the recording
    std::size_t line_ = 1;        // of the recording, the last one that is alike or passed over
+   U64 asleepUntilNs_ = 0;
    U32 turnsInVain_ = 0;
    std::ostringstream told_;
    EventLog log_{ told_ };

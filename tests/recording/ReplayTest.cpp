@@ -227,6 +227,18 @@ TEST_F( ReplayTest, TheTimesOfARealCardAreNotCompared ) {
    for ( std::size_t i = 1; i < lines.size(); ++i )
       EXPECT_EQ( again[i].substr( again[i].find( ',' ) ), lines[i].substr( lines[i].find( ',' ) ) );
 
+   // A signal may interrupt a sleep.
+   std::size_t const sleep = lineWith( lines, R"("ev":"sleep","forNs":500000000)" );
+   U64 const ns = std::stoull( lines[sleep].substr( 6 ) ) + 1'000;
+   std::vector<std::string> interrupted = lines;
+   interrupted.insert(
+      interrupted.begin() + static_cast<std::ptrdiff_t>( sleep ) + 1,
+      "{\"ns\":" + std::to_string( ns ) + R"(,"ev":"sleep","forNs":499999000})" );
+   folder.file( "events", textOf( interrupted ) );
+   result = replayed();
+   EXPECT_FALSE( result.difference ) << result.difference->line << result.difference->now;
+   EXPECT_EQ( linesOf( events ).size(), lines.size() );
+
    // It may end with any of them, and is then no different.
    lines.resize( lineWith( lines, R"("step":"OperationDone","place":2)" ) );
    folder.file( "events", textOf( lines ) );
