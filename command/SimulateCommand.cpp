@@ -11,11 +11,15 @@
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
 #include "report/Report.h"
+#include "report/ReportText.h"
 #include "report/TracesOn.h"
 #include "service/Exit.h"
 
+#include <fmt/format.h>
+
 #include <unistd.h>
 
+#include <chrono>
 #include <iostream>
 
 namespace Host {
@@ -34,6 +38,13 @@ std::vector<Diagnosis::ChipAudit> looksAt( SimulatedWorld & world ) {
    return Diagnosis::auditOf( world.card().description(), access );
 }
 
+void endTell( SimulatedWorld const & world, Style const & style, std::chrono::duration<double> took ) {
+   std::cout << fmt::format(
+      "\n{} {} s of virtual time, simulated in {:.3f} s\n",
+      world.card().allReady() ? style.good( "All chips are ready." ) : style.bad( "Not every chip is ready." ),
+      momentText( world.nowNs() ), took.count() );
+}
+
 }   // namespace
 
 int simulate( SimulateOptions const & options ) {
@@ -49,22 +60,31 @@ int simulate( SimulateOptions const & options ) {
    SimulatedWorld world( std::move( card ), std::move( scenario ) );
    std::optional<Recording::Recorder> recorder;
    if ( events ) recorder.emplace( events->log(), world.events(), world.card() );
+   Style const style = styleOf( STDOUT_FILENO );
+   std::optional<Report> report;
    std::optional<Diagnosis::Story> story;
-   Recording::EventStream stream( [&]( Recording::Event const & event ) { story->take( event ); } );
+   Recording::EventStream stream( [&]( Recording::Event const & event ) {
+      story->take( event );
+      if ( report ) report->take( event );
+   } );
    Recording::Recorder const streamed( stream, world.events(), world.card() );
    story.emplace( stream.header(), "--after " + options.scenario );
-   std::optional<Report> report;
-   if ( options.events != Recording::LogFile::standardOutput )
-      world.events().listenerAdd( report.emplace( std::cout, styleOf( STDOUT_FILENO ), world, options.traceLevel ) );
+   if ( options.events != Recording::LogFile::standardOutput ) {
+      // What the scenario does is told as such.
+      NarratorOptions const shown{ .traceLevel = options.traceLevel, .inputs = false };
+      world.events().listenerAdd( report.emplace( std::cout, style, world.card().description(), shown ) );
+   }
    {
       TracesOn const tracesOn( events ? Vor::traceLevels : options.traceLevel ? *options.traceLevel + 1 : 0 );
+      auto const started = std::chrono::steady_clock::now();
       if ( report ) report->begin( "clockpath simulate " + options.scenario );
       world.run();
       if ( report ) report->end();
+      if ( report ) endTell( world, style, std::chrono::steady_clock::now() - started );
    }
    if ( events ) events->finish();
    std::vector<Diagnosis::Cause> const causes = Diagnosis::causesOf( *story, looksAt( world ) );
-   if ( report && !causes.empty() ) std::cout << '\n' << Diagnosis::causesText( causes, styleOf( STDOUT_FILENO ) );
+   if ( report && !causes.empty() ) std::cout << '\n' << Diagnosis::causesText( causes, style );
    return world.card().allReady() && !Diagnosis::stands( causes, options.strict ) ? exitReady : exitNotReady;
 }
 

@@ -1,59 +1,46 @@
-// The account of a simulated bring-up for people: the card's chips, the gates as they open and close, attempts,
-// operations and lock polls as they go, and at the end the states and how much virtual time each step took.
+// The account of a bring-up for people: the card's chips, what happens as a Narrator tells it, and at the end the
+// states and how much time each step took. It takes the events as they happen, or as they are read from a log.
 //
-// It is written on the machines' steps; besides it shows scenario actions, logged messages, assertions that fail, and
-// traces where they are asked for.
-//
-//    Host::Report report( std::cout, Host::styleOf( STDOUT_FILENO ), world );
+//    Host::Report report( std::cout, Host::styleOf( STDOUT_FILENO ), world.card().description(), {} );
+//    Recording::EventStream stream( [&]( Recording::Event const & event ) { report.take( event ); } );
+//    Recording::Recorder const recorder( stream, world.events(), world.card() );
 //    report.begin( "examples/demo.json" );
 //    world.run();
 //    report.end();
+//
+// As a listener of a simulated card it also shows what the scenario does, and accesses where the card has no register.
 #pragma once
 
-#include "card/SimulatedWorld.h"
-#include "card/StepListener.h"
+#include "report/Narrator.h"
 #include "report/Style.h"
 #include "sim/CardListener.h"
 
-#include <chrono>
 #include <iosfwd>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
 
 namespace Host {
 
-class Report final : public Sim::CardListener, private StepListener {
+class Report final : public Sim::CardListener {
  public:
-   /// Shows traces up to `traceLevel`, none without. Stream and world outlive the report.
-   Report( std::ostream & out, Style style, SimulatedWorld & world, std::optional<U32> traceLevel );
-   ~Report() override;
+   /// Stream and card outlive the report.
+   Report( std::ostream & out, Style style, Input::CardDescription const & card, NarratorOptions options );
 
    void begin( std::string const & title );
+   void take( Recording::Event const & event );
    void end();
 
-   void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
-   void onLog( U64 ns, Vor::LogRecord const & record ) override;
-   void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
    void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
    void onScenario( U64 ns, std::string_view what ) override;
 
  private:
-   struct Chip;
-
-   void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
-   void line( U64 ns, std::string_view chip, std::string const & what, std::string const & details );
+   void tell( JournalLine const & line );
 
    std::ostream & out_;
    Style const style_;
-   SimulatedWorld & world_;
-   std::optional<U32> const traceLevel_;
-   std::vector<Chip> chips_;   // in the card's order
-   std::unordered_map<std::string_view, Chip *> chipOf_;
-   std::size_t chipWidth_ = 8;
-   std::chrono::steady_clock::time_point started_;
+   Input::CardDescription const & card_;
+   std::size_t const chipWidth_;
+   Narrator narrator_;
 };
 
 }   // namespace Host

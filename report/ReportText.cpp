@@ -2,28 +2,47 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace Host {
 
 std::string secondsText( U64 ns ) {
-   constexpr U64 nsPerSecond = 1'000'000'000;
-   return fmt::format( "{}.{:09}", ns / nsPerSecond, ns % nsPerSecond );
+   if ( ns == 0 || ns >= 1'000'000 ) return momentText( ns );
+   return ns >= 1'000 ? fmt::format( "0.{:06}", ns / 1'000 ) : fmt::format( "0.{:09}", ns );
 }
 
-std::string failureText( Hardware::Steps::AttemptFailed const & failed ) {
-   auto const * const done = std::get_if<Hardware::Steps::OperationDone>( &failed.at );
-   if ( !done ) return "neither enable nor power good reads back";
-   std::string const where = fmt::format( "operation {} of {}, ", done->place, done->of );
-   auto const [key, type, address, value] = done->operation;
-   if ( !done->byteRead ) return where + fmt::format( "write 0x{:x} to 0x{:x}: not sent", value, address );
-   constexpr U8 noAnswer = 0xFF;
-   return where + fmt::format(
-                     "read 0x{:x}: expected 0x{:x}, found 0x{:x}{}", address, value, *done->byteRead,
-                     *done->byteRead == noAnswer ? " or no answer" : "" );
+std::string momentText( U64 ns ) {
+   U64 const ms = ns / 1'000'000;
+   return fmt::format( "{}.{:03}", ms / 1'000, ms % 1'000 );
 }
 
-std::string stateText( std::string const & state, Style const & style ) {
-   if ( state == "ready" ) return style.good( state );
-   return state == "failed" ? style.bad( state ) : style.busy( state );
+std::string operationText( Hardware::Steps::OperationDone const & done ) {
+   using Hardware::Steps::Outcome;
+   auto const [key, type, address, value] = done.operation;
+   if ( done.byteRead )
+      return fmt::format(
+         "read 0x{:x}: expected 0x{:x}, found 0x{:x}{}", address, value, *done.byteRead,
+         *done.byteRead == noAnswer ? " or no answer" : "" );
+   if ( type == Hardware::Max24305::OpType::sleep_ ) return "sleep " + secondsText( value ) + " s";
+   return fmt::format(
+      "write 0x{:x} to 0x{:x}{}", value, address, done.outcome == Outcome::writeNotSent_ ? ": not sent" : "" );
+}
+
+std::string fifoText( std::span<Hardware::SpiCtrl const> polls ) {
+   std::string text;
+   for ( auto poll = polls.begin(); poll != polls.end(); ) {
+      auto const next =
+         std::find_if( poll, polls.end(), [&]( auto const & other ) { return other.value() != poll->value(); } );
+      text += fmt::format( "{}{}/{}", text.empty() ? "; FIFOs " : ", ", poll->writeFifoCount(), poll->readFifoCount() );
+      if ( next - poll > 1 ) text += fmt::format( " {} times", next - poll );
+      poll = next;
+   }
+   return text;
+}
+
+Tone toneOfState( std::string_view state ) {
+   if ( state == "ready" ) return Tone::good_;
+   return state == "failed" ? Tone::bad_ : Tone::busy_;
 }
 
 std::string printable( std::string_view text ) {
@@ -36,29 +55,54 @@ std::string printable( std::string_view text ) {
 }
 
 std::string cardText( Input::CardDescription const & card, Style const & style ) {
-   std::string text = "Card " + card.file + ", ";
+   std::string head = "Card " + card.file + ", ";
    if ( auto const * simulated = std::get_if<Input::SimulatedAccess>( &card.access ) )
-      text += fmt::format( "simulated, SPI at {} Hz", simulated->spiClockInHz );
+      head += fmt::format( "simulated, SPI at {} Hz", simulated->spiClockInHz );
    else
-      text += "registers in " + std::get<Input::MmapAccess>( card.access ).path;
-   text += fmt::format( ", generation {}, slot {}\n", card.genId, card.slotId );
+      head += "registers in " + std::get<Input::MmapAccess>( card.access ).path;
+   head += fmt::format( ", generation {}, slot {}", card.genId, card.slotId );
+   std::string text;
+   for ( std::string const & row : wrapped( head, lineWidth ) ) text += row + "\n";
 
    auto const output = [&]( std::string const & name ) {
       Input::GpoDescription const & gpo = *card.gpo( name );
       return fmt::format(
-         "{} at 0x{:x} bit {}, {}", name, gpo.offset, gpo.bit, stringValue( gpo.activeType ).stdString() );
+         "{} 0x{:x} bit {}, {}", name, gpo.offset, gpo.bit, stringValue( gpo.activeType ).stdString() );
    };
-   Table table( { "Chip", "Kind", "Registers", "Reset output", "Input", "Operations", "Clock status" } );
+   Table table( { "Chip", "Kind", "Registers", "Reset output", "Input", "Ops", "Clock" } );
    for ( Input::TolvaneDescription const & chip : card.tolvanes )
       table.rowAdd(
          { chip.name, "Tolvane", fmt::format( "enable 0x{:x}", chip.offset ), output( chip.resetGpoName ) } );
    for ( Input::Max24305Description const & chip : card.max24305s )
       table.rowAdd(
-         { chip.name, "MAX24305", fmt::format( "SPI 0x{:x}, frequency 0x{:x}", chip.configOffset, chip.statusOffset ),
+         { chip.name, "MAX24305", fmt::format( "SPI 0x{:x}, meter 0x{:x}", chip.configOffset, chip.statusOffset ),
            output( chip.resetGpoName ),
            stringValue( chip.input ).stdString() + ( chip.tolvane.empty() ? "" : " " + chip.tolvane ),
            std::to_string( chip.sequence.size() ), chip.clockStatus } );
    return text + table.text( style );
+}
+
+std::size_t chipWidthOf( Input::CardDescription const & card ) {
+   std::size_t width = 8;
+   for ( auto const & chip : card.tolvanes ) width = std::max( width, chip.name.size() );
+   for ( auto const & chip : card.max24305s ) width = std::max( { width, chip.name.size(), chip.clockStatus.size() } );
+   return width;
+}
+
+std::string lineText( std::string const & time, std::size_t chipWidth, JournalLine const & line, Style const & style ) {
+   constexpr std::size_t whatWidth = 14;
+   std::string text = time + "  " + padded( line.chip, chipWidth ) + "  ";
+   if ( !line.what.empty() ) text += padded( style.painted( line.tone, line.what ), whatWidth ) + "  ";
+   std::size_t const column = shownWidth( text );
+   std::string const indent = "\n" + std::string( column, ' ' );
+   std::string_view before;
+   for ( std::string const & row : wrapped( line.details, std::max( lineWidth, column + whatWidth ) - column ) ) {
+      text += before;
+      text += line.tone == Tone::quiet_ ? style.quiet( row ) : row;
+      before = indent;
+   }
+   text.erase( text.find_last_not_of( ' ' ) + 1 );
+   return text;
 }
 
 }   // namespace Host

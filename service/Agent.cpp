@@ -58,15 +58,14 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
      log_( logFileOf( options.events ) ),
      card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
-     journal_(
-        new Journal( std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, card_, options.traceLevel ) ),
      machines_( card_ ) {
-   events_.listenerAdd( *journal_ );
    if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
    card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
    card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
+   journal_.emplace(
+      std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
    if ( log_ ) record();
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
@@ -75,7 +74,7 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
 int Agent::run() {
    journal_->begin();
    look();   // first, so that each machine finds the card as it is
-   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_->line( "", "waiting for the card: " + mmapHam_->trouble() );
+   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_->line( "waiting for the card: " + mmapHam_->trouble() );
    while ( !signals_.stopAsked() && machines_.makeNext() ) signals_.underWayIs( nullptr );
    Vor::activityManager().run(
       [this] { return signals_.stopAsked(); },
@@ -85,14 +84,13 @@ int Agent::run() {
          if ( !signals_.stopAsked() ) look();
       } );
    bool const ready = card_.allReady();
-   journal_->line( "", ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   journal_->line( ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
    return ready ? exitReady : exitNotReady;
 }
 
 Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
-   Vor::Ptr<Fru::HamImpl> const real = mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_;
-   return log_ ? new Recording::RecordedHam( real, events_ ) : real;
+   return new Recording::RecordedHam( mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_, events_ );
 }
 
 Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {

@@ -61,7 +61,7 @@ class Agent final : private StepListener {
    std::optional<Recording::LogFile> log_;
    Sim::CardEvents events_;
    Card card_;
-   Vor::Ptr<Journal> const journal_;
+   std::optional<Journal> journal_;
    std::optional<TracesOn> tracesOn_;   // of a recorded card, as what follows
    std::optional<Recording::Recorder> recorder_;
    Machines machines_;

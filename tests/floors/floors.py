@@ -28,10 +28,10 @@ BELOW = {
     "card": LIBRARY + ("sim", "input"),
     "registers": LIBRARY + CARD,
     "recording": LIBRARY + CARD,
-    "diagnosis": LIBRARY + CARD + ("registers", "recording"),
     "report": LIBRARY + CARD + ("registers", "recording"),
-    "service": LIBRARY + CARD + ("registers", "recording", "diagnosis", "report"),
-    "command": LIBRARY + CARD + ("registers", "recording", "diagnosis", "report", "service"),
+    "diagnosis": LIBRARY + CARD + ("registers", "recording", "report"),
+    "service": LIBRARY + CARD + ("registers", "recording", "report", "diagnosis"),
+    "command": LIBRARY + CARD + ("registers", "recording", "report", "diagnosis", "service"),
 }
 
 # Which other libraries; none for the floors that are not named.
@@ -39,8 +39,8 @@ LIBRARIES = {
     "input": ("nlohmann/",),
     "registers": ("fmt/",),
     "recording": ("fmt/", "archive"),
-    "diagnosis": ("fmt/",),
     "report": ("fmt/",),
+    "diagnosis": ("fmt/",),
     "service": ("fmt/",),
     "command": ("CLI/", "fmt/"),
 }

@@ -22,6 +22,8 @@ HOUSE = {
     "sm/Sm.h": '#pragma once\n#include "inventory/Inv.h"\n#include "util/Utils.h"\n',
     "sim/Card.h": '#pragma once\n#include "sm/Sm.h"\n',
     "input/Json.h": '#pragma once\n#include "sim/Card.h"\n#include <nlohmann/json.hpp>\n',
+    "report/Report.h": '#pragma once\n#include "input/Json.h"\n',
+    "diagnosis/Page.h": '#pragma once\n#include "report/Report.h"\n',
     "command/Agent.h":
         '#pragma once\n#include "input/Json.h"\n#include <CLI/CLI.hpp>\n#include <fmt/core.h>\n#include <sys/mman.h>\n',
 }
@@ -52,7 +54,8 @@ class Floors(unittest.TestCase):
                 ("platform/Ham.h", "util/Utils.h"), ("hal/KivHal.h", "platform/Ham.h"),
                 ("hardware/Op.h", "hal/KivHal.h"), ("hardware/Op.h", "util/Utils.h"),
                 ("hardware/Op.h", "inventory/Inv.h"), ("inventory/Inv.h", "sm/Sm.h"), ("sm/Sm.h", "sim/Card.h"),
-                ("sim/Card.h", "input/Json.h"), ("input/Json.h", "command/Agent.h")]:
+                ("sim/Card.h", "input/Json.h"), ("report/Report.h", "diagnosis/Page.h"),
+                ("input/Json.h", "command/Agent.h")]:
             with self.subTest(file=file, included=included):
                 found = self.including(file, f'"{included}"')
                 self.assertEqual(len(found), 1)

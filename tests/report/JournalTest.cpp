@@ -27,10 +27,7 @@ class JournalTest : public ::testing::Test {
       Vor::Ptr<Config> config_;
    };
 
-   explicit JournalTest( bool onTerminal = false )
-      : journal( new Journal( out, Style( false ), onTerminal, world.card(), 1 ) ) {
-      world.events().listenerAdd( *journal );
-   }
+   explicit JournalTest( bool onTerminal = false ) : onTerminal( onTerminal ) {}
 
    std::string max24305( std::string const & chip, auto const & step ) {
       Hardware::tellStep(
@@ -50,32 +47,25 @@ class JournalTest : public ::testing::Test {
 
    SimulatedWorld world{ Input::cardOf( Input::wholeCard ), {} };
    std::ostringstream out;
-   Vor::Ptr<Journal> journal;
+   bool const onTerminal;
+   Journal journal{ out, Style( false ), onTerminal, world.events(), world.card(), 1 };
 };
 
-TEST_F( JournalTest, TellsWhenAChipIsReset ) {
-   EXPECT_EQ( max24305( "ptp0", AttemptBegun{ 1, 10 } ), "TIME  ptp0      reset pulse\n" );
-   EXPECT_EQ( tolvane( AttemptBegun{ 2, 5 } ), "TIME  osc0      reset pulse\n" );
-}
-
-TEST_F( JournalTest, TellsEachStateOnceAndOfTheTwoRecordsTheOneThatChanged ) {
-   EXPECT_EQ( max24305( "ptp0", Published{ State::uninitialized_, Clock::notReady_ } ), "" );
+TEST_F( JournalTest, TellsWhatANarratorTells ) {
+   EXPECT_EQ( max24305( "ptp0", AttemptBegun{ 1, 10 } ), "TIME  ptp0      attempt 1       reset pulse\n" );
+   EXPECT_EQ( tolvane( AttemptBegun{ 2, 5 } ), "TIME  osc0      attempt 2       reset pulse\n" );
    EXPECT_EQ( max24305( "ptp0", Published{ State::locking_, Clock::notReady_ } ), "TIME  ptp0      locking\n" );
-   EXPECT_EQ( max24305( "ptp0", Published{ State::ready_, Clock::notReady_ } ), "TIME  ptp0      ready\n" );
-   EXPECT_EQ( max24305( "ptp0", Published{ State::ready_, Clock::ready_ } ), "TIME  ptp0      clock ready\n" );
-   EXPECT_EQ( max24305( "ptp0", Published{ State::ready_, Clock::ready_ } ), "" );
    EXPECT_EQ(
-      max24305( "ptp1", Published{ State::failed_, Clock::failed_ } ), "TIME  ptp1      failed\n"
-                                                                       "TIME  ptp1      clock failed\n" );
-   EXPECT_EQ(
-      max24305( "ptp0", Published{ State::uninitialized_, Clock::notReady_ } ), "TIME  ptp0      uninitialized\n"
-                                                                                "TIME  ptp0      clock notReady\n" );
+      max24305( "ptp0", LockPolled{ 1, 101, 0x11 } ),
+      "TIME  ptp0      lock poll 1     APLL status 0x11: APLL 1 locked, APLL 2 locked\n" );
 }
 
-TEST_F( JournalTest, TellsTheStatesOfATolvane ) {
-   EXPECT_EQ( tolvane( TolvanePublished{ Hardware::Tolvane::ready_ } ), "TIME  osc0      ready\n" );
-   EXPECT_EQ( tolvane( TolvanePublished{ Hardware::Tolvane::ready_ } ), "" );
-   EXPECT_EQ( tolvane( TolvanePublished{ Hardware::Tolvane::failed_ } ), "TIME  osc0      failed\n" );
+// Where a chip waits for time synchronisation, nothing else would ever be told.
+TEST_F( JournalTest, TellsWhatAGateWaitsFor ) {
+   Hardware::GateRow const rows[] = { { "hardware", "present", true }, { "time sync", "disabled", false } };
+   EXPECT_EQ(
+      max24305( "ptp0", GateEvaluated{ rows } ), "TIME  ptp0      gate closed     not met: time sync disabled;\n" +
+                                                    std::string( 51, ' ' ) + "met: hardware present\n" );
 }
 
 OperationDone operation( U32 place ) {
@@ -89,7 +79,6 @@ TEST_F( JournalTest, HasNoLineForWhatHappensBetweenTheStates ) {
    EXPECT_EQ( max24305( "ptp0", ResetPulsed{} ), "" );
    EXPECT_EQ( max24305( "ptp0", CleanedUp{} ), "" );
    EXPECT_EQ( max24305( "ptp0", operation( 7 ) ), "" );
-   EXPECT_EQ( max24305( "ptp0", LockPolled{ 1, 101, 0x11 } ), "" );
 }
 
 class JournalOnATerminalTest : public JournalTest {
@@ -100,41 +89,60 @@ class JournalOnATerminalTest : public JournalTest {
 TEST_F( JournalOnATerminalTest, ShowsProgressUntilTheNextLineAndNotTooOften ) {
    EXPECT_EQ( max24305( "ptp0", operation( 7 ) ), "\r\033[Kptp0: 7 of 431 operations" );
    EXPECT_EQ( max24305( "ptp0", operation( 8 ) ), "" );
-   EXPECT_EQ( max24305( "ptp0", AttemptBegun{ 2, 10 } ), "\r\033[KTIME  ptp0      reset pulse\n" );
+   EXPECT_EQ( max24305( "ptp0", AttemptBegun{ 2, 10 } ), "\r\033[KTIME  ptp0      attempt 2       reset pulse\n" );
+}
+
+TEST_F( JournalOnATerminalTest, ShowsThePollsOfALongLock ) {
+   Published const locking{ State::locking_, Clock::notReady_ };
+   EXPECT_EQ( max24305( "ptp0", locking ), "\r\033[KTIME  ptp0      locking\n" );
+   EXPECT_TRUE( max24305( "ptp0", LockPolled{ 1, 101, 0 } ).ends_with( "\r\033[Kptp0: lock poll 1 of at most 101" ) );
 }
 
 TEST_F( JournalTest, TellsOfTheCardAsItGoesAndComes ) {
    world.card().hamImpl()->hardwarePresentIs( false );
-   EXPECT_EQ( told(), "TIME            hardware absent\n" );
+   EXPECT_EQ( told(), "TIME            input           hardware not present\n" );
    world.card().hamImpl()->hardwarePresentIs( true );
-   EXPECT_EQ( told(), "TIME            hardware present\n" );
+   EXPECT_EQ( told(), "TIME            input           hardware present\n" );
 }
+
+TEST_F( JournalTest, TellsWordsOfTheAgentItself ) {
+   journal.line( "waiting for the card" );
+   EXPECT_EQ( told(), "TIME            waiting for the card\n" );
+}
+
+// A line with its details on rows below, as one row.
+std::string unwrapped( std::string const & text ) { return std::regex_replace( text, std::regex( "\n {40,}" ), " " ); }
 
 TEST_F( JournalTest, TellsOfLoggedMessagesWarningsAndTracesUpToItsLevel ) {
    Vor::log( "MAX24305_INIT_FAILED", nullptr, 0 );
-   std::string const logged = told();
-   EXPECT_TRUE(
-      logged.starts_with( "TIME            MAX24305_INIT_FAILED: Initialization of the Max24305 chip has failed. " ) )
+   std::string const logged = unwrapped( told() );
+   EXPECT_TRUE( logged.starts_with(
+      "TIME            log             MAX24305_INIT_FAILED: Initialization of the Max24305 chip has failed. " ) )
       << logged;
    EXPECT_TRUE( logged.ends_with( Vor::String( Vor::CallSupportIfPersists ).stdString() + "\n" ) ) << logged;
 
    world.card().hamImpl()->write32( 0x4000, 1 );
-   EXPECT_EQ( told(), "TIME            warning: write to 0x4000, where the card has no register: it is lost\n" );
+   EXPECT_EQ(
+      unwrapped( told() ),
+      "TIME            warning         write to 0x4000, where the card has no register: it is lost\n" );
 
    std::string const facility = "Hardware::Max24305Sm";
    Vor::String const text( "Read count = \x02" );
-   journal->onTrace( 0, { facility.c_str(), 1, vorSource, "doRead", 42, text } );
-   EXPECT_EQ( told(), "TIME            trace 1 JournalTest doRead: Read count = \\x02\n" );
-   journal->onTrace( 0, { facility.c_str(), 2, vorSource, "doRead", 42, text } );
-   EXPECT_EQ( told(), "" );
+   auto const trace = [&]( U32 level ) {
+      Vor::TraceRecord const record{ facility.c_str(), level, vorSource, "doRead", 42, text };
+      world.events().tell( &Sim::CardListener::onTrace, record );
+      return told();
+   };
+   EXPECT_EQ( trace( 1 ), "TIME            trace 1         JournalTest doRead: Read count = \\x02\n" );
+   EXPECT_EQ( trace( 2 ), "" );
 }
 
 TEST_F( JournalTest, TracesAreOnAsLongAsItLives ) {
    static Vor::TraceHandle const handle( "JournalTest" );
-   Vor::Ptr<Journal> listening = new Journal( out, Style( false ), false, world.card(), 3 );
+   std::optional<Journal> listening( std::in_place, out, Style( false ), false, world.events(), world.card(), 3 );
    EXPECT_TRUE( handle.isEnabled( 0 ) && handle.isEnabled( 3 ) );
    EXPECT_FALSE( handle.isEnabled( 4 ) );
-   listening = nullptr;
+   listening.reset();
    EXPECT_FALSE( handle.isEnabled( 3 ) );
 }
 

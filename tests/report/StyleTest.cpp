@@ -22,6 +22,25 @@ TEST( Style, WidthCountsWhatIsShown ) {
    EXPECT_EQ( padded( "abcd", 3 ), "abcd" );
 }
 
+using Rows = std::vector<std::string>;
+
+TEST( Style, LongTextIsWrappedBetweenWords ) {
+   EXPECT_EQ( wrapped( "", 10 ), Rows{ "" } );
+   EXPECT_EQ( wrapped( "0123456789", 10 ), Rows{ "0123456789" } );
+   EXPECT_EQ( wrapped( "one two three four", 10 ), ( Rows{ "one two", "three four" } ) );
+   EXPECT_EQ( wrapped( "0123456789abcdef gh", 10 ), ( Rows{ "0123456789", "abcdef gh" } ) );
+   EXPECT_EQ( wrapped( "ein \xC2\xB5s lang", 6 ), ( Rows{ "ein \xC2\xB5s", "lang" } ) );
+   EXPECT_EQ( wrapped( "\xC2\xB5\xC2\xB5\xC2\xB5", 2 ), ( Rows{ "\xC2\xB5\xC2\xB5", "\xC2\xB5" } ) );
+}
+
+TEST( Style, ARowEndsBehindACommaWhereThatLeavesHalfOfIt ) {
+   EXPECT_EQ( wrapped( "one, two three", 10 ), ( Rows{ "one, two", "three" } ) );
+   EXPECT_EQ( wrapped( "one two, four five", 13 ), ( Rows{ "one two,", "four five" } ) );
+   EXPECT_EQ( wrapped( "one two; four five", 13 ), ( Rows{ "one two;", "four five" } ) );
+   EXPECT_EQ( wrapped( "one two; three, four five", 14 ), ( Rows{ "one two;", "three, four", "five" } ) );
+   EXPECT_EQ( wrapped( "one 2,5 four five", 13 ), ( Rows{ "one 2,5 four", "five" } ) ) << "no end of a part";
+}
+
 TEST( Table, AlignsItsColumns ) {
    Table table( { "Chip", "State", "Polls" } );
    table.rowAdd( { "ptp0", Style( true ).good( "ready" ), "4" } );
@@ -32,6 +51,14 @@ TEST( Table, AlignsItsColumns ) {
                                     "ptp0         \033[32mready\033[0m  4\n"
                                     "a-long-name         101\n"
                                     "x\n" );
+}
+
+TEST( Table, TheWidestCellsAreWrappedWhereALineIsNoLonger ) {
+   Table table( { "Chip", "Registers" } );
+   std::string const word( 60, 'x' );
+   table.rowAdd( { "ptp0", word + " " + word } );
+   table.rowAdd( { "ptp1", "short" } );
+   EXPECT_EQ( table.text( Style( false ) ), "Chip  Registers\nptp0  " + word + "\n      " + word + "\nptp1  short\n" );
 }
 
 }   // namespace
