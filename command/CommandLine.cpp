@@ -3,6 +3,8 @@
 #include "command/BundleCommand.h"
 #include "command/CheckCommand.h"
 #include "command/ExplainCommand.h"
+#include "command/JournalCommand.h"
+#include "command/PageCommand.h"
 #include "command/RegisterCommands.h"
 #include "command/ReplayCommand.h"
 #include "command/SequenceCommand.h"
@@ -52,6 +54,13 @@ class Words {
          ->type_name( "OUT" );
       recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", made_, &bundle )
          ->add_option( "-o", made_.out, "The archive; FILE with the ending .tar.gz unless told" )
+         ->type_name( "OUT" );
+      CLI::App * const journalWords = recordingWords( "journal", "Tell what an event log has", journal_, &journal );
+      CLI::Option * const operations =
+         journalWords->add_flag( "--operations", journal_.operations, "List each operation of each attempt" );
+      journalWords->add_flag( "--json", journal_.json, "For programs, with all operations" )->excludes( operations );
+      recordingWords( "page", "Write a recording as a page for a browser", made_, &page )
+         ->add_option( "-o", made_.out, "The page; FILE with the ending .html unless told" )
          ->type_name( "OUT" );
    }
 
@@ -220,6 +229,7 @@ class Words {
    SequenceOptions sequence_;
    ReplayOptions replay_;
    RecordingOptions made_;
+   JournalOptions journal_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 

@@ -44,8 +44,8 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
       unknown.errors,
       "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
       "\"agent\", \"peek\", "
-      "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\" "
-      "or \"bundle\". Run clockpath --help for more.\n" );
+      "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\", "
+      "\"bundle\", \"journal\" or \"page\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
@@ -65,6 +65,8 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
             { "replay" },
             { "wave", "a", "-o" },
             { "bundle", "a", "b" },
+            { "journal" },
+            { "page", "a", "b" },
             { "sequence", "a", "--op", "--compare", "b" },
             { "--nothing" } } ) {
       Ran const ran = run( words );
@@ -82,7 +84,7 @@ TEST( Command, SaysItsVersionAndItsWords ) {
    EXPECT_EQ( help.result, 0 );
    for ( char const * word :
          { "simulate", "agent", "peek", "poke", "dump", "explain", "audit", "selftest", "check", "sequence", "replay",
-           "wave", "bundle", "Exit codes" } )
+           "wave", "bundle", "journal", "page", "Exit codes" } )
       EXPECT_NE( help.output.find( word ), std::string::npos ) << word;
 }
 

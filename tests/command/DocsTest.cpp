@@ -7,10 +7,13 @@
 
 #include "recording/Reader.h"
 #include "tests/command/Process.h"
+#include "tests/input/Files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <set>
 #include <sstream>
 
@@ -18,10 +21,11 @@ namespace {
 
 using namespace Input;
 
-// The first block of JSON in a document, or behind a heading of it.
-std::string jsonOf( std::string const & document, std::string const & heading = "" ) {
+// The first block of JSON, or of another language, in a document, or behind a heading of it.
+std::string
+jsonOf( std::string const & document, std::string const & heading = "", std::string const & language = "json" ) {
    std::string const text = Input::readFile( CLOCKPATH_DOCS + document );
-   std::string const opening = "```json\n";
+   std::string const opening = "```" + language + "\n";
    std::size_t const start = text.find( opening, text.find( heading ) );
    if ( start == std::string::npos ) return "";
    return text.substr( start + opening.size(), text.find( "```", start + opening.size() ) - start - opening.size() );
@@ -67,6 +71,19 @@ TEST( Docs, EveryActionIsDescribed ) {
    std::string const events = text.substr( text.find( "## `events`" ) );
    for ( Sim::ActionType const & type : Sim::actionTypes() )
       EXPECT_NE( events.find( "`" + std::string( type.key ) + "`" ), std::string::npos ) << type.key;
+}
+
+// The command runs where the document's reader does.
+TEST( Docs, TheJournalIsAsItIsShown ) {
+   std::filesystem::path const here = std::filesystem::current_path();
+   Folder const folder;
+   std::filesystem::current_path( CLOCKPATH_EXAMPLES ".." );
+   Host::run( { "simulate", "examples/bit-flip.json", "--events", folder.path( "events" ) } );
+   Host::Ran const ran = Host::run( { "journal", folder.path( "events" ) } );
+   std::filesystem::current_path( here );
+   std::string const shown = jsonOf( "command.md", "## journal", "text" );
+   EXPECT_GE( std::ranges::count( shown, '\n' ), 10 );
+   EXPECT_NE( ran.output.find( shown ), std::string::npos ) << ran.output;
 }
 
 std::set<std::string> keysOf( Input::Json const & object ) {
