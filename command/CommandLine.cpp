@@ -114,6 +114,12 @@ class Words {
          "--timer-slack", agent_.timerSlackNs,
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
       command->add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
+      command
+         ->add_option(
+            "--failures", agent_.failures, "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
+         ->type_name( "DIR" )
+         ->capture_default_str();
+      command->add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
       traceWords( *command, agent_.traceLevel );
       command->callback( [this] { result_ = agent(); } );
    }

@@ -138,19 +138,7 @@ std::string_view of( std::string_view const ( &texts )[3], Weight weight ) {
    return texts[static_cast<std::size_t>( weight )];
 }
 
-// Pieces that fit beside a row's name, broken between words.
-std::vector<std::string> wrapped( std::string_view text ) {
-   constexpr std::size_t width = 91;
-   std::vector<std::string> pieces;
-   while ( text.size() > width ) {
-      std::size_t const blank = text.rfind( ' ', width );
-      std::size_t const end = blank == std::string_view::npos ? std::min( text.find( ' ' ), text.size() ) : blank;
-      pieces.emplace_back( text.substr( 0, end ) );
-      text.remove_prefix( std::min( end + 1, text.size() ) );
-   }
-   if ( !text.empty() ) pieces.emplace_back( text );
-   return pieces;
-}
+constexpr std::size_t rowWidth = 91;   // beside its name
 
 std::string painted( Host::Style const & style, Weight weight, std::string const & text ) {
    if ( weight == Weight::cause_ ) return style.bad( text );
@@ -214,7 +202,7 @@ std::string causesText( std::vector<Cause> const & causes, Host::Style const & s
       auto const rows = [&]( std::string_view name, std::vector<std::string> const & lines ) {
          bool first = true;
          for ( std::string const & line : lines )
-            for ( std::string const & piece : wrapped( line ) )
+            for ( std::string const & piece : Host::wrapped( line, rowWidth ) )
                text += fmt::format(
                   "  {}  {}\n", style.quiet( fmt::format( "{:<5}", std::exchange( first, false ) ? name : "" ) ),
                   piece );

@@ -93,10 +93,15 @@ struct Aside {
    bool begins = false;
 };
 
+/// Lines that stood here are gone; those of inputs stand in front of it.
+struct Dropped {
+   U64 lines = 0;
+};
+
 struct Event {
    U64 ns = 0;
    std::size_t line = 0;   ///< of the file, from 1
-   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside> what;
+   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside, Dropped> what;
 };
 
 }   // namespace Recording

@@ -154,7 +154,8 @@ constexpr auto kindsOfLines = std::to_array<KindOfLine>(
        } },
      { "aside", []( JsonObject & o ) -> What {
          return Aside{ o["by"].text(), o["begins"].boolean() };
-      } } } );
+      } },
+     { "dropped", []( JsonObject & o ) -> What { return Dropped{ o["lines"].u64() }; } } } );
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {
    try {

@@ -168,6 +168,10 @@ class Replay final : private Sim::CardListener {
       for ( bool aside = false; ( next_ = reader_.next() ); line_ = next_->line ) {
          if ( auto const * const bracket = std::get_if<Aside>( &next_->what ) )
             aside = bracket->begins;
+         else if ( auto const * const dropped = std::get_if<Dropped>( &next_->what ) )
+            throw Input::InputError( fmt::format(
+               "{}:{}: {} lines of the recording are gone here; expected a whole one to replay", path_, next_->line,
+               dropped->lines ) );
          else if ( !aside && !std::holds_alternative<Spi>( next_->what ) && !isRestOfSleep() )
             return;
          else if ( !aside && !real_ )

@@ -27,6 +27,7 @@ class Journal final : private Sim::CardListener {
       std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
       std::optional<U32> traceLevel );
 
+   Style const & style() const { return style_; }
    void begin() const;
    void line( std::string const & text ) const { tell( { 0, "", "", text, Tone::plain_ } ); }
 

@@ -48,6 +48,13 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
    return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
 }
 
+std::string wallTime() {
+   auto const now = std::chrono::system_clock::now();
+   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
+   return fmt::format(
+      "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
+}
+
 }   // namespace
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
@@ -58,6 +65,7 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
      signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
      log_( logFileOf( options.events ) ),
      card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
+     tracesOn_( Vor::traceLevels ),   // a recording has all that can be told
      machines_( card_ ) {
    if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
    card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
@@ -66,7 +74,13 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
-   if ( log_ ) record();
+   statesAdd( events_, card_ );
+   events_.sleepsAdd();
+   std::string const began = wallTime();
+   FailureFolder const folder( options.failures );
+   if ( options.forget ) folder.forget();
+   if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
+   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
 }
@@ -80,7 +94,9 @@ int Agent::run() {
       [this] { return signals_.stopAsked(); },
       [this]( double seconds ) {
          signals_.underWayIs( nullptr );
-         pollSet_.wait( presence_ ? std::min( seconds, presence_->longestWait() ) : seconds );
+         teller_->look();
+         double const wait = std::min( seconds, teller_->longestWait() );
+         pollSet_.wait( presence_ ? std::min( wait, presence_->longestWait() ) : wait );
          if ( !signals_.stopAsked() ) look();
       } );
    bool const ready = card_.allReady();
@@ -94,18 +110,7 @@ Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
 }
 
 Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {
-   return log_ ? new Sim::SimulatedGpo( name, events_ ) : Hardware::setClearGpoFactory( name );
-}
-
-void Agent::record() {
-   auto const now = std::chrono::system_clock::now();
-   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   auto const seconds = std::chrono::system_clock::to_time_t( now );
-   tracesOn_.emplace( Vor::traceLevels );
-   statesAdd( events_, card_ );
-   events_.sleepsAdd();
-   recorder_.emplace(
-      log_->log(), events_, card_, fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( seconds ), ms ) );
+   return new Sim::SimulatedGpo( name, events_ );
 }
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {

@@ -14,6 +14,7 @@
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
 #include "report/Journal.h"
+#include "service/CauseTeller.h"
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"
 #include "service/StopSignals.h"
@@ -30,6 +31,8 @@ struct AgentOptions {
    std::optional<U32> traceLevel = {};       ///< shows traces up to this level
    U32 timerSlackNs = 1;                     ///< of the agent's thread (service/TimerSlack.h)
    std::optional<std::string> events = {};   ///< the file of the event log
+   std::string failures = FailureFolder::usualPath();   ///< folder of the recordings of failures, which `events` replaces
+   bool forget = false;                                 ///< forgets the first failures that the folder has
 };
 
 class Agent final : private StepListener {
@@ -48,7 +51,6 @@ class Agent final : private StepListener {
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
    Vor::Ptr<Fru::HamImpl> hamImpl();
    Vor::Ptr<Hardware::SetClearGpo> output( Vor::Name const & name );
-   void record();
    void look();
 
    std::optional<CardLock> const lock_;   // of a mapped card
@@ -62,8 +64,9 @@ class Agent final : private StepListener {
    Sim::CardEvents events_;
    Card card_;
    std::optional<Journal> journal_;
-   std::optional<TracesOn> tracesOn_;   // of a recorded card, as what follows
-   std::optional<Recording::Recorder> recorder_;
+   TracesOn const tracesOn_;
+   std::optional<Recording::Recorder> recorder_;   // of the event log
+   std::optional<CauseTeller> teller_;
    Machines machines_;
 };
 

@@ -1,0 +1,82 @@
+#include "service/CauseTeller.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <sstream>
+
+namespace Host {
+
+namespace {
+
+// What is waited for comes within this, or it is told.
+constexpr U64 longWaitNs = 30'000'000'000;
+
+}   // namespace
+
+CauseTeller::Kept::Kept(
+   FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began )
+   : folder( std::move( folder ) ), recorder( log, events, card, began ) {}
+
+CauseTeller::CauseTeller(
+   Sim::CardEvents & events, Card const & card, Journal & journal, std::optional<FailureFolder> folder,
+   std::string const & began )
+   : events_( events ),
+     journal_( journal ),
+     stream_( [this]( Recording::Event const & event ) { take( event ); } ),
+     recorder_( stream_, events, card, began ) {
+   if ( folder ) kept_.emplace( std::move( *folder ), events, card, began );
+   story_.emplace( stream_.header() );
+}
+
+void CauseTeller::look() {
+   std::vector<Diagnosis::Cause> causes = Diagnosis::causesOf( *story_ );
+   std::erase_if( causes, [this]( Diagnosis::Cause const & cause ) {
+      bool const failed = std::ranges::any_of(
+         failed_, [&]( std::string const & chip ) { return cause.chip.find( chip ) != std::string::npos; } );
+      return cause.weight != Diagnosis::Weight::cause_ || ( !failed && events_.nowNs() < cause.sinceNs + longWaitNs );
+   } );
+   std::set<std::string> standing;
+   for ( Diagnosis::Cause const & cause : causes ) {
+      std::string const name = cause.chip + cause.what;
+      standing.insert( name );
+      if ( told_.contains( name ) ) continue;
+      std::istringstream lines( Diagnosis::causesText( { cause }, journal_.style() ) );
+      for ( std::string line; std::getline( lines, line ); ) journal_.line( line );
+   }
+   told_ = std::move( standing );
+   for ( std::string const & chip : failed_ ) keep( chip );
+   failed_.clear();
+}
+
+double CauseTeller::longestWait() const {
+   double seconds = std::numeric_limits<double>::infinity();
+   for ( Diagnosis::ChipStory const & chip : story_->chips() )
+      for ( Diagnosis::GateRow const & row : chip.gate ) {
+         U64 const dueNs = row.sinceNs + longWaitNs;
+         constexpr double nsPerSecond = 1e9;
+         if ( !row.met && dueNs > events_.nowNs() )
+            seconds = std::min( seconds, static_cast<double>( dueNs - events_.nowNs() ) / nsPerSecond );
+      }
+   return seconds;
+}
+
+void CauseTeller::take( Recording::Event const & event ) {
+   story_->take( event );
+   auto const * const told = std::get_if<Recording::Step>( &event.what );
+   if ( told && story_->chip( told->chip ).state == "failed" ) failed_.insert( told->chip );
+   if ( told && story_->chip( told->chip ).ready() ) failed_.erase( told->chip );
+}
+
+// Where it cannot be, that is told, and all goes on.
+void CauseTeller::keep( std::string const & chip ) {
+   if ( !kept_ ) return;
+   try {
+      std::string const path = kept_->folder.keep( chip, kept_->lines.text() );
+      journal_.line( "  file   " + path + "  (clockpath replay " + path + ")" );
+   } catch ( std::exception const & error ) {
+      journal_.line( std::string( "the recording of the failure is not kept: " ) + error.what() );
+   }
+}
+
+}   // namespace Host

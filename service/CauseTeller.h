@@ -1,0 +1,65 @@
+// Tells the agent's journal why a chip is not ready, as soon as the machines are done with it: when a bring-up fails,
+// and when something is waited for that should long have come. Each cause is told once, until it is over. Of a failed
+// bring-up it keeps the recording, unless the agent writes one anyway.
+//
+//    CauseTeller teller( events, card, journal, FailureFolder( path ) );
+//    pollSet.wait( std::min( seconds, teller.longestWait() ) );
+//    teller.look();                                                       // between turns
+#pragma once
+
+#include "diagnosis/Cause.h"
+#include "recording/EventLog.h"
+#include "recording/EventStream.h"
+#include "recording/LastLines.h"
+#include "recording/Recorder.h"
+#include "report/Journal.h"
+#include "service/FailureFolder.h"
+
+#include <optional>
+#include <ostream>
+#include <set>
+#include <string>
+
+namespace Host {
+
+class CauseTeller {
+ public:
+   /// The card is configured, and its machines are not made yet; all outlive the teller. Recordings of failures go to
+   /// the folder, where there is one; `began` is their wall time.
+   CauseTeller(
+      Sim::CardEvents & events, Card const & card, Journal & journal, std::optional<FailureFolder> folder,
+      std::string const & began );
+   CauseTeller( CauseTeller const & ) = delete;
+   CauseTeller & operator=( CauseTeller const & ) = delete;
+
+   /// No machine is at work.
+   void look();
+
+   /// In seconds, until something has been waited for too long; infinity where nothing is.
+   double longestWait() const;
+
+ private:
+   // The recording that is written where something fails.
+   struct Kept {
+      Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began );
+      FailureFolder const folder;
+      Recording::LastLines lines;
+      std::ostream out{ &lines };
+      Recording::EventLog log{ out, 1 };
+      Recording::Recorder const recorder;
+   };
+
+   void take( Recording::Event const & event );
+   void keep( std::string const & chip );
+
+   Sim::CardEvents & events_;
+   Journal & journal_;
+   std::optional<Kept> kept_;
+   std::optional<Diagnosis::Story> story_;
+   Recording::EventStream stream_;
+   Recording::Recorder const recorder_;
+   std::set<std::string> failed_;   // chips whose bring-up failed since the last look
+   std::set<std::string> told_;     // causes that stand
+};
+
+}   // namespace Host
