@@ -34,16 +34,18 @@ VirtualWorld::VmidPresence::~VmidPresence() {
 
 VirtualWorld::VirtualWorld(
    Vor::Ptr<Sim::VirtualClock> const & clock, Input::CardDescription description, Sim::StartState const & start,
-   MakeHam const & makeHam )
+   MakeHam const & makeHam, Sim::SimulatedCard * hardware )
    : vmid_( start.simulationVmid ),
      virtualTime_( clock ),
      events_( clock ),
+     hardware_( hardware ),
      card_(
         std::move( description ), present( makeHam( events_ ) ),
         [this]( Vor::Name name ) {
            return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
         } ),
      machines_( card_ ) {
+   if ( hardware_ ) events_.cardAdd( *hardware_ );
    card_.timeSync()->stateIs( PtpTimeSync::enabling_ );
    card_.redundancy()->modeIs( Redundancy::standby_ );
    configure( card_, inventoryOf( card_.description(), card_.ham() ) );
@@ -55,6 +57,7 @@ VirtualWorld::VirtualWorld(
 
 Sim::ScenarioTargets VirtualWorld::targets() const {
    Sim::ScenarioTargets targets;
+   if ( hardware_ ) targets.cards.push_back( hardware_ );
    targets.hamImpls.push_back( card_.hamImpl() );
    targets.timeSync = card_.timeSync();
    targets.redundancy = card_.redundancy();

@@ -27,17 +27,18 @@ class VirtualWorld {
    using MakeHam = std::function<Vor::Ptr<Fru::HamImpl>( Sim::CardEvents & )>;
 
    /// The hardware is present, the services are in the starting state, the configurations complete; no machine is made
-   /// yet. Throws Input::InputError for a chip whose input no machine serves.
+   /// yet. What is told and changed of simulated hardware is that of `hardware`, which outlives the world. Throws
+   /// Input::InputError for a chip whose input no machine serves.
    VirtualWorld(
       Vor::Ptr<Sim::VirtualClock> const & clock, Input::CardDescription description, Sim::StartState const & start,
-      MakeHam const & makeHam );
+      MakeHam const & makeHam, Sim::SimulatedCard * hardware = nullptr );
    VirtualWorld( VirtualWorld const & ) = delete;
    VirtualWorld & operator=( VirtualWorld const & ) = delete;
 
    Sim::CardEvents & events() { return events_; }
    Card const & card() const { return card_; }
    Machines & machines() { return machines_; }
-   /// What a scenario's actions change; no simulated hardware is among it.
+   /// What a scenario's actions change.
    Sim::ScenarioTargets targets() const;
 
  private:
@@ -56,6 +57,7 @@ class VirtualWorld {
    VmidPresence const vmid_;
    Sim::VirtualTime const virtualTime_;
    Sim::CardEvents events_;
+   Sim::SimulatedCard * const hardware_;
    Card card_;
    Machines machines_;
 };
