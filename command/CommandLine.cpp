@@ -116,7 +116,8 @@ class Words {
       command->add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
       command
          ->add_option(
-            "--failures", agent_.failures, "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
+            "--failures", agent_.failures,
+            "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
          ->type_name( "DIR" )
          ->capture_default_str();
       command->add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );

@@ -101,7 +101,8 @@ struct Dropped {
 struct Event {
    U64 ns = 0;
    std::size_t line = 0;   ///< of the file, from 1
-   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside, Dropped> what;
+   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside, Dropped>
+      what;
 };
 
 }   // namespace Recording

@@ -27,8 +27,8 @@ class LastLines final : public std::streambuf {
    void drop();
 
    std::size_t const bytesMax_;
-   std::string first_;    // the first line, and what stays of those that were dropped
-   std::string lines_;    // whole lines
+   std::string first_;   // the first line, and what stays of those that were dropped
+   std::string lines_;   // whole lines
    std::size_t dropped_ = 0;
 };
 

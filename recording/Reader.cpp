@@ -152,9 +152,10 @@ constexpr auto kindsOfLines = std::to_array<KindOfLine>(
        []( JsonObject & o ) -> What {
           return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
        } },
-     { "aside", []( JsonObject & o ) -> What {
-         return Aside{ o["by"].text(), o["begins"].boolean() };
-      } },
+     { "aside",
+       []( JsonObject & o ) -> What {
+          return Aside{ o["by"].text(), o["begins"].boolean() };
+       } },
      { "dropped", []( JsonObject & o ) -> What { return Dropped{ o["lines"].u64() }; } } } );
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {

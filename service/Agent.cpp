@@ -51,8 +51,7 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
 std::string wallTime() {
    auto const now = std::chrono::system_clock::now();
    auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   return fmt::format(
-      "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
+   return fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
 }
 
 }   // namespace

@@ -31,8 +31,9 @@ struct AgentOptions {
    std::optional<U32> traceLevel = {};       ///< shows traces up to this level
    U32 timerSlackNs = 1;                     ///< of the agent's thread (service/TimerSlack.h)
    std::optional<std::string> events = {};   ///< the file of the event log
-   std::string failures = FailureFolder::usualPath();   ///< folder of the recordings of failures, which `events` replaces
-   bool forget = false;                                 ///< forgets the first failures that the folder has
+   std::string failures =
+      FailureFolder::usualPath();   ///< folder of the recordings of failures, which `events` replaces
+   bool forget = false;             ///< forgets the first failures that the folder has
 };
 
 class Agent final : private StepListener {

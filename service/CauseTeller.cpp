@@ -14,8 +14,7 @@ constexpr U64 longWaitNs = 30'000'000'000;
 
 }   // namespace
 
-CauseTeller::Kept::Kept(
-   FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began )
+CauseTeller::Kept::Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began )
    : folder( std::move( folder ) ), recorder( log, events, card, began ) {}
 
 CauseTeller::CauseTeller(

@@ -23,7 +23,8 @@ constexpr char ending[] = ".events";
 void oldestRemove( fs::path const & folder ) {
    std::vector<fs::directory_entry> others;
    for ( fs::directory_entry const & entry : fs::directory_iterator( folder ) )
-      if ( std::string const name = entry.path().filename(); name.ends_with( ending ) && !name.ends_with( firstEnding ) )
+      if ( std::string const name = entry.path().filename();
+           name.ends_with( ending ) && !name.ends_with( firstEnding ) )
          others.push_back( entry );
    std::ranges::sort( others, {}, []( auto const & entry ) { return entry.last_write_time(); } );
    for ( std::size_t at = 0; at + FailureFolder::othersMax < others.size(); ++at ) fs::remove( others[at] );
@@ -40,7 +41,8 @@ std::string FailureFolder::keep( std::string const & chip, std::string const & r
    fs::create_directories( path_ );
    fs::path path = fs::path( path_ ) / ( chip + firstEnding );
    if ( fs::exists( path ) )
-      path = fs::path( path_ ) / fmt::format( "{}-{:%Y%m%d-%H%M%S}{}", chip, fmt::localtime( std::time( nullptr ) ), ending );
+      path = fs::path( path_ ) /
+             fmt::format( "{}-{:%Y%m%d-%H%M%S}{}", chip, fmt::localtime( std::time( nullptr ) ), ending );
    std::ofstream file( path, std::ios::binary | std::ios::trunc );
    file << recording << std::flush;
    if ( !file ) throw Input::InputError( path.string() + ": the recording of the failure cannot be written" );

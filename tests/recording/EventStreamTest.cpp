@@ -42,6 +42,7 @@ std::string textOf( Event const & event ) {
       }
       void operator()( InputChange const & e ) const { values( e.what, e.of, e.value ); }
       void operator()( Aside const & e ) const { values( e.by, e.begins ); }
+      void operator()( Dropped const & e ) const { values( e.lines ); }
    };
    std::visit( Put{ put }, event.what );
    return out.str();

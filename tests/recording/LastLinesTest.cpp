@@ -11,11 +11,14 @@
 namespace Recording::LastLinesTests {
 namespace {
 
-constexpr char first[] = "{\"ns\":0,\"ev\":\"recording\",\"version\":1,\"program\":\"1\",\"cardFile\":\"\",\"sequences\":[],"
-                         "\"start\":{}}\n";
+constexpr char first[] =
+   "{\"ns\":0,\"ev\":\"recording\",\"version\":1,\"program\":\"1\",\"cardFile\":\"\",\"sequences\":[],"
+   "\"start\":{}}\n";
 
 struct Kept {
-   explicit Kept( std::size_t bytes ) : lines( bytes ), out( &lines ), log( out, 1 ) { log.onRecording( { 1, "1", "", {}, {} } ); }
+   explicit Kept( std::size_t bytes ) : lines( bytes ), out( &lines ), log( out, 1 ) {
+      log.onRecording( { 1, "1", "", {}, {} } );
+   }
    LastLines lines;
    std::ostream out;
    EventLog log;

@@ -53,6 +53,7 @@ struct Rewriter {
    }
    void operator()( InputChange const & e ) const { log.onInput( ns, e ); }
    void operator()( Aside const & e ) const { log.onAside( ns, e ); }
+   void operator()( Dropped const & ) const {}   // no recorder tells it
 
    EventLog & log;
    U64 ns;
