@@ -10,8 +10,6 @@
 
 namespace Host {
 
-constexpr char eraseLine[] = "\r\033[K";
-
 Journal::Journal(
    std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
    std::optional<U32> traceLevel )

@@ -20,6 +20,8 @@
 namespace Host {
 
 class Journal final : private Sim::CardListener {
+   static constexpr char eraseLine[] = "\r\033[K";
+
  public:
    /// Shows traces up to `traceLevel`, none without. The card is configured, and its machines are not made yet; all
    /// outlive the journal.
@@ -29,6 +31,8 @@ class Journal final : private Sim::CardListener {
 
    Style const & style() const { return style_; }
    void begin() const;
+   /// Lines that have their own form.
+   void text( std::string const & lines ) const { out_ << ( onTerminal_ ? eraseLine : "" ) << lines << std::flush; }
    void line( std::string const & text ) const { tell( { 0, "", "", text, Tone::plain_ } ); }
 
  private:

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <limits>
-#include <sstream>
 
 namespace Host {
 
@@ -40,8 +39,7 @@ void CauseTeller::look() {
       std::string const name = cause.chip + cause.what;
       standing.insert( name );
       if ( told_.contains( name ) ) continue;
-      std::istringstream lines( Diagnosis::causesText( { cause }, journal_.style() ) );
-      for ( std::string line; std::getline( lines, line ); ) journal_.line( line );
+      journal_.text( Diagnosis::causesText( { cause }, journal_.style() ) );
    }
    told_ = std::move( standing );
    for ( std::string const & chip : failed_ ) keep( chip );
@@ -72,7 +70,7 @@ void CauseTeller::keep( std::string const & chip ) {
    if ( !kept_ ) return;
    try {
       std::string const path = kept_->folder.keep( chip, kept_->lines.text() );
-      journal_.line( "  file   " + path + "  (clockpath replay " + path + ")" );
+      journal_.text( "  file   " + path + "  (clockpath replay " + path + ")\n" );
    } catch ( std::exception const & error ) {
       journal_.line( std::string( "the recording of the failure is not kept: " ) + error.what() );
    }

@@ -280,6 +280,21 @@ std::vector<std::string> programmingIn( std::vector<Recording::Event> const & ev
    return told;
 }
 
+TEST_F( AgentTest, ForgetsFirstFailuresWhenAskedTo ) {
+   std::filesystem::create_directory( folder.path( "failures" ) );
+   std::string const first = folder.file( "failures/ptp0-first.events", "" );
+   std::string const card = max24305Card( R"({ "kind": "simulated" })", shortSequence );
+   for ( bool const forget : { false, true } ) {
+      std::vector<std::string> words{ "agent", card, "--time-sync", "0", "--failures", folder.path( "failures" ) };
+      if ( forget ) words.emplace_back( "--forget" );
+      Process agent( words );
+      EXPECT_TRUE( agent.outputHas( "time sync disabled" ) ) << agent.output();
+      agent.signal( SIGTERM );
+      EXPECT_EQ( agent.result(), 1 );
+      EXPECT_EQ( std::filesystem::exists( first ), !forget );
+   }
+}
+
 TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    std::string const card = max24305Card( R"({ "kind": "simulated", "lockAfterNs": 1000000 })", shortSequence );
    Process agent( { "agent", card, "--events", folder.path( "events" ) } );
@@ -288,8 +303,8 @@ TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    EXPECT_EQ( agent.result(), 0 );
    EXPECT_EQ( agent.output().find( "trace" ), std::string::npos ) << "traces are the log's alone";
    std::vector<Recording::Event> const events = eventsOfLog( folder.path( "events" ) );
-   // All but a logged message, an abort, a change of an input and accesses of another.
-   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 4 );
+   // All but a logged message, an abort, a change of an input, accesses of another, and what is left out.
+   EXPECT_EQ( kindsIn( events ), Recording::kinds().size() - 1 - 5 );
 
    std::string const scenario = folder.file( "scenario.json", R"({ "card": "card.json" })" );
    EXPECT_EQ( run( { "simulate", scenario, "--events", folder.path( "simulated" ) } ).result, 0 );

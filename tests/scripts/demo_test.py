@@ -14,8 +14,12 @@ class Demo(Sandbox):
         super().setUp()
         self.script("demo")
         self.standIn("scripts/setup")
-        self.standIn("build/demo/clockpath", 'echo "all ready"; exit ${CARD:-0}')
+        self.standIn("build/demo/clockpath", self.command(card=0))
         self.standIn("bin/cmake", 'for i in {1..40}; do echo "[$i/40] Building CXX object $i"; done')
+
+    @staticmethod
+    def command(card, cause="Cause: ptp0: register 0x12a: no operation writes it"):
+        return f'case $1,$2 in explain,*) echo "{cause}"; exit 1;; *mistyped*) exit 1;; *) echo "all ready"; exit {card};; esac'
 
     def test_where_nobody_watches_the_build_is_told_in_tenths(self):
         said = self.run_("scripts/demo").stdout
@@ -47,8 +51,17 @@ class Demo(Sandbox):
         self.assertEqual(self.called()[0], "setup build")
 
     def test_the_card_decides_the_exit_code(self):
-        self.standIn("build/demo/clockpath", "exit 1")
+        self.standIn("build/demo/clockpath", self.command(card=1))
         self.assertEqual(self.run_("scripts/demo").returncode, 1)
+
+    def test_it_shows_the_cause_of_a_card_that_does_not_come_up(self):
+        self.assertIn("\nCause: ptp0: register 0x12a: no operation writes it\n", self.run_("scripts/demo").stdout)
+
+    def test_a_cause_that_is_not_named_is_a_failure(self):
+        self.standIn("build/demo/clockpath", self.command(card=0, cause="nothing"))
+        run = self.run_("scripts/demo")
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("expected the cause of examples/mistyped.json", run.stderr)
 
     def test_a_build_that_failed_shows_its_words(self):
         self.standIn("bin/cmake", "echo the compiler is at a loss; exit 1")
