@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <ranges>
 #include <set>
 
 namespace Diagnosis {
@@ -236,7 +235,8 @@ bool writeLost( Attempts & e, Facts & ) {
 bool settleTooShort( Attempts & e, Facts & facts ) {
    if ( !writeLost( e, facts ) ) return false;
    U64 pausedNs = 0;
-   for ( Op const & op : e.sequence.first( e.write() - 1 ) | std::views::reverse ) {
+   for ( std::size_t at = e.write() - 1; at > 0; --at ) {
+      Op const & op = e.sequence[at - 1];
       if ( op.type == sleep_ ) pausedNs += op.value;
       if ( op.type != write_ || op.address != 0 || op.value != 0x80 ) continue;
       constexpr U64 nsPerMs = 1'000'000;

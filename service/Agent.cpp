@@ -99,9 +99,10 @@ int Agent::run() {
          if ( !signals_.stopAsked() ) look();
       } );
    bool const ready = card_.allReady();
+   teller_->look();
    journal_->line( ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
-   return ready ? exitReady : exitNotReady;
+   return ready && !teller_->stands() ? exitReady : exitNotReady;
 }
 
 Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {

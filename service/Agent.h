@@ -45,7 +45,7 @@ class Agent final : private StepListener {
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
 
-   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then, else 1.
+   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then and no cause stood, else 1.
    int run();
 
  private:

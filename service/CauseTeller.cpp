@@ -30,9 +30,11 @@ CauseTeller::CauseTeller(
 void CauseTeller::look() {
    std::vector<Diagnosis::Cause> causes = Diagnosis::causesOf( *story_ );
    std::erase_if( causes, [this]( Diagnosis::Cause const & cause ) {
-      bool const failed = std::ranges::any_of(
-         failed_, [&]( std::string const & chip ) { return cause.chip.find( chip ) != std::string::npos; } );
-      return cause.weight != Diagnosis::Weight::cause_ || ( !failed && events_.nowNs() < cause.sinceNs + longWaitNs );
+      // What a machine still waits for may come.
+      bool const done = std::ranges::any_of( story_->chips(), [&]( Diagnosis::ChipStory const & chip ) {
+         return chip.name == cause.chip && ( chip.ready() || chip.state == "failed" );
+      } );
+      return cause.weight != Diagnosis::Weight::cause_ || ( !done && events_.nowNs() < cause.sinceNs + longWaitNs );
    } );
    std::set<std::string> standing;
    for ( Diagnosis::Cause const & cause : causes ) {

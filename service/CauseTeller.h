@@ -1,5 +1,5 @@
-// Tells the agent's journal why a chip is not ready, as soon as the machines are done with it: when a bring-up fails,
-// and when something is waited for that should long have come. Each cause is told once, until it is over. Of a failed
+// Tells the agent's journal why a chip is not ready, or not well, as soon as its machine is done with it, and when
+// something is waited for that should long have come. Each cause is told once, until it is over. Of a failed
 // bring-up it keeps the recording, unless the agent writes one anyway.
 //
 //    CauseTeller teller( events, card, journal, FailureFolder( path ) );
@@ -34,6 +34,9 @@ class CauseTeller {
 
    /// No machine is at work.
    void look();
+
+   /// Whether a cause that was told stands still.
+   bool stands() const { return !told_.empty(); }
 
    /// In seconds, until something has been waited for too long; infinity where nothing is.
    double longestWait() const;

@@ -83,6 +83,7 @@ TEST( CauseTellerTest, NothingIsSaidOfWhatIsWell ) {
    Input::Folder const folder;
    Told told( {}, folder.path( "failures" ) );
    EXPECT_EQ( told.look(), "" );
+   EXPECT_FALSE( told.teller.stands() );
    EXPECT_FALSE( std::filesystem::exists( folder.path( "failures" ) ) );
    EXPECT_TRUE( std::isinf( told.teller.longestWait() ) );
 }
@@ -101,6 +102,16 @@ TEST( CauseTellerTest, AWaitIsToldWhenItIsLong ) {
    EXPECT_THAT( told.look(), HasSubstr( "Cause: ptp0, ptp1: waits for time synchronisation, which is disabled" ) );
    EXPECT_TRUE( std::isinf( told.teller.longestWait() ) );
    EXPECT_EQ( told.look(), "" );
+}
+
+TEST( CauseTellerTest, AReadyChipThatIsNotWellIsExplainedToo ) {
+   Sim::Scenario scenario;
+   scenario.built = simulatedParameters( Input::cardOf( Input::wholeCard ) );
+   scenario.built->max24305s.front().outputFrequencyInHz = 25'000'000;
+   scenario.untilNs = 10 * second;
+   Told told( scenario );
+   EXPECT_THAT( told.look(), HasSubstr( "Cause: ptp0: ready with 25000000 Hz, where 10000000 Hz are asked for" ) );
+   EXPECT_TRUE( told.teller.stands() );
 }
 
 TEST( CauseTellerTest, ARecordingThatCannotBeKeptIsSaidToBe ) {
