@@ -19,7 +19,10 @@ class Demo(Sandbox):
 
     @staticmethod
     def command(card, cause="Cause: ptp0: register 0x12a: no operation writes it"):
-        return f'case $1,$2 in explain,*) echo "{cause}"; exit 1;; *mistyped*) exit 1;; *) echo "all ready"; exit {card};; esac'
+        return (
+            f'case $1,$2 in explain,*) echo "{cause}"; exit 1;; *mistyped*) exit 1;; esac\n'
+            f'echo "all ready"; exit {card}'
+        )
 
     def test_where_nobody_watches_the_build_is_told_in_tenths(self):
         said = self.run_("scripts/demo").stdout
