@@ -1,15 +1,8 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
-#include "command/AuditCommand.h"
-#include "command/BundleCommand.h"
-#include "command/CheckCommand.h"
-#include "command/ExplainCommand.h"
-#include "command/JournalCommand.h"
-#include "command/PageCommand.h"
-#include "command/RegisterCommands.h"
-#include "command/ReplayCommand.h"
-#include "command/SequenceCommand.h"
+#include "command/CardCommands.h"
+#include "command/FileCommands.h"
+#include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
-#include "command/WaveCommand.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
 #include "service/Agent.h"
@@ -33,35 +26,65 @@ class Words {
       app_.footer(
          "Exit codes: 0 all chips ready, or done; 1 a chip not ready, or the hardware did not answer; 2 wrong use or "
          "input." );
-      simulateWords();
-      agentWords();
-      registerWords( "peek", "Read registers of a card", true, &peek );
-      CLI::App * const pokeWords = registerWords( "poke", "Write registers of a card", true, &poke );
-      pokeWords->add_flag( "--yes", registers_.yes, "Write without asking" );
-      registerWords( "dump", "List the registers of a card", false, &dump );
-      explainWords();
-      auditWords( "audit", "Compare a card with what its sequences left there", &audit );
-      CLI::App * const testWords = auditWords( "selftest", "Test a card, and leave its chips in reset", &selfTest );
-      testWords->add_flag( "--online", audit_.online, "Only read: what is not disturbed by it" );
-      testWords->add_flag( "--yes", audit_.yes, "Test without asking" );
-      checkWords();
-      sequenceWords();
-      recordingWords( "replay", "Run the library again by a recording, and tell what differs first", replay_, &replay )
-         ->add_option( "--events", replay_.events, "Write the event log of the replay to FILE" )
+
+      CLI::App & simulated =
+         words( "simulate", "Run a scenario on the simulated card in virtual time", simulate_, &simulate );
+      simulated.add_option( "SCENARIO", simulate_.scenario, "The scenario file" )->required();
+      simulated
+         .add_option(
+            "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
          ->type_name( "FILE" );
-      recordingWords( "wave", "Write the signals of a recording as a VCD", made_, &wave )
-         ->add_option( "-o", made_.out, "The VCD; FILE with the ending .vcd unless told" )
-         ->type_name( "OUT" );
-      recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", made_, &bundle )
-         ->add_option( "-o", made_.out, "The archive; FILE with the ending .tar.gz unless told" )
-         ->type_name( "OUT" );
-      CLI::App * const journalWords = recordingWords( "journal", "Tell what an event log has", journal_, &journal );
+      simulated.add_flag( "--strict", simulate_.strict, strictTitle );
+      traceWords( simulated, simulate_.traceLevel );
+
+      agentWords();
+
+      registerWords( "peek", "Read registers of a card", &peek );
+      registerWords( "poke", "Write registers of a card", &poke )
+         .add_flag( "--yes", card_.yes, "Write without asking" );
+      registerWords( "dump", "List the registers of a card", &dump );
+
+      CLI::App & explained = words( "explain", "Name the cause that a recording shows", recording_, &explain );
+      explained.add_option( "FILE", recording_.file, "The recording, as --events writes it" )->required();
+      explained.add_flag( "--strict", recording_.strict, strictTitle );
+      explained.add_flag( "--json", recording_.json, jsonTitle );
+
+      auditWords( "audit", "Compare a card with what its sequences left there", &audit );
+      CLI::App & tested = auditWords( "selftest", "Test a card, and leave its chips in reset", &selfTest );
+      tested.add_flag( "--online", card_.online, "Only read: what is not disturbed by it" );
+      tested.add_flag( "--yes", card_.yes, "Test without asking" );
+
+      CLI::App & checked = words( "check", "Tell what is wrong in files, and how long they take", file_, &check );
+      checked.add_option( "FILE", file_.file, "A card description, a scenario or a sequence" )->required();
+      checked.add_flag( "--strict", file_.strict, strictTitle );
+      checked.add_flag( "--json", file_.json, jsonTitle );
+
+      CLI::App & sequenced = words( "sequence", "Print a sequence in another form, or compare two", file_, &sequence );
+      sequenced.add_option( "FILE", file_.file, "The sequence file" )->required();
+      sequenced.add_flag( "--list", file_.list, "FILE is a list of lines ADDRESS,VALUE in hexadecimal" );
+      sequenced.add_flag( "--read-back", file_.readBack, "Add a read of what was written behind each write" );
+      CLI::Option * const textForm =
+         sequenced.add_flag( "--op", file_.textForm, "Print the operations with their keys, in the full form" );
+      sequenced.add_option( "--compare", file_.compareWith, "Tell what another sequence leaves in the registers" )
+         ->type_name( "FILE" )
+         ->excludes( textForm );
+
+      recordingWords( "replay", "Run the library again by a recording, and tell what differs first", &replay )
+         .add_option( "--events", recording_.out, "Write the event log of the replay to FILE" )
+         ->type_name( "FILE" );
+      outWords(
+         recordingWords( "wave", "Write the signals of a recording as a VCD", &wave ),
+         "The VCD; FILE with the ending .vcd unless told" );
+      outWords(
+         recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", &bundle ),
+         "The archive; FILE with the ending .tar.gz unless told" );
+      CLI::App & told = recordingWords( "journal", "Tell what an event log has", &journal );
       CLI::Option * const operations =
-         journalWords->add_flag( "--operations", journal_.operations, "List each operation of each attempt" );
-      journalWords->add_flag( "--json", journal_.json, "For programs, with all operations" )->excludes( operations );
-      recordingWords( "page", "Write a recording as a page for a browser", made_, &page )
-         ->add_option( "-o", made_.out, "The page; FILE with the ending .html unless told" )
-         ->type_name( "OUT" );
+         told.add_flag( "--operations", recording_.operations, "List each operation of each attempt" );
+      told.add_flag( "--json", recording_.json, "For programs, with all operations" )->excludes( operations );
+      outWords(
+         recordingWords( "page", "Write a recording as a page for a browser", &page ),
+         "The page; FILE with the ending .html unless told" );
    }
 
    /// Does what the words ask for and gives the exit code.
@@ -76,6 +99,9 @@ class Words {
    }
 
  private:
+   static constexpr char strictTitle[] = "Give 1 for warnings";
+   static constexpr char jsonTitle[] = "For programs";
+
    // The parser's own words for an unknown command do not say which word it is.
    void requireCommand( std::string const & word ) const {
       if ( word.starts_with( "-" ) ) return;
@@ -89,134 +115,96 @@ class Words {
          Input::choicesText( known ) + ". Run clockpath --help for more." );
    }
 
-   void simulateWords() {
-      CLI::App * const command =
-         app_.add_subcommand( "simulate", "Run a scenario on the simulated card in virtual time" );
-      command->add_option( "SCENARIO", simulate_.scenario, "The scenario file" )->required();
-      command
-         ->add_option(
-            "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
-         ->type_name( "FILE" );
-      command->add_flag( "--strict", simulate_.strict, "Give 1 for warnings" );
-      traceWords( *command, simulate_.traceLevel );
-      command->callback( [this] { result_ = simulate( simulate_ ); } );
+   template<class Options>
+   CLI::App & words(
+      std::string const & name, std::string const & title, Options & options, int ( *command )( Options const & ) ) {
+      CLI::App & words = *app_.add_subcommand( name, title );
+      words.callback( [this, command, &options] { result_ = command( options ); } );
+      return words;
    }
 
    void agentWords() {
-      CLI::App * const command = app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
-      command->add_option( "CARD", agentCard_, "The card description" )->required();
-      auto const number = [command]( char const * name, U32 & value, char const * title ) {
-         command->add_option( name, value, title )->capture_default_str()->type_name( "N" );
+      CLI::App & words = *app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
+      words.add_option( "CARD", card_.card, "The card description" )->required();
+      auto const number = [&]( char const * name, U32 & value, char const * title ) {
+         words.add_option( name, value, title )->capture_default_str()->type_name( "N" );
       };
       number( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" );
       number( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" );
       number(
          "--timer-slack", agent_.timerSlackNs,
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
-      command->add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
-      command
-         ->add_option(
+      words.add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
+      words
+         .add_option(
             "--failures", agent_.failures,
             "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
          ->type_name( "DIR" )
          ->capture_default_str();
-      command->add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
-      traceWords( *command, agent_.traceLevel );
-      command->callback( [this] { result_ = agent(); } );
+      words.add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
+      traceWords( words, agent_.traceLevel );
+      words.callback( [this] {
+         Input::CardDescription const card = Input::readCard( card_.card );
+         // With an unknown operation the process would not live to the end of the bring-up.
+         warningsTell( card, card_.card, true );
+         result_ = Agent( card, agent_ ).run();
+      } );
    }
 
-   int agent() const {
-      Input::CardDescription const card = Input::readCard( agentCard_ );
-      // With an unknown operation the process would not live to the end of the bring-up.
-      warningsTell( card, agentCard_, true );
-      return Agent( card, agent_ ).run();
-   }
-
-   void explainWords() {
-      CLI::App * const command = app_.add_subcommand( "explain", "Name the cause that a recording shows" );
-      command->add_option( "FILE", explain_.file, "The recording, as --events writes it" )->required();
-      command->add_flag( "--strict", explain_.strict, "Give 1 for warnings" );
-      command->add_flag( "--json", explain_.json, "For programs" );
-      command->callback( [this] { result_ = explain( explain_ ); } );
-   }
-
-   void checkWords() {
-      CLI::App * const command = app_.add_subcommand( "check", "Tell what is wrong in files, and how long they take" );
-      command->add_option( "FILE", check_.file, "A card description, a scenario or a sequence" )->required();
-      command->add_flag( "--strict", check_.strict, "Give 1 for warnings" );
-      command->add_flag( "--json", check_.json, "For programs" );
-      command->callback( [this] { result_ = check( check_ ); } );
-   }
-
-   void sequenceWords() {
-      CLI::App * const command = app_.add_subcommand( "sequence", "Print a sequence in another form, or compare two" );
-      command->add_option( "FILE", sequence_.file, "The sequence file" )->required();
-      command->add_flag( "--list", sequence_.list, "FILE is a list of lines ADDRESS,VALUE in hexadecimal" );
-      command->add_flag( "--read-back", sequence_.readBack, "Add a read of what was written behind each write" );
-      CLI::Option * const textForm =
-         command->add_flag( "--op", sequence_.textForm, "Print the operations with their keys, in the full form" );
-      command->add_option( "--compare", sequence_.compareWith, "Tell what another sequence leaves in the registers" )
-         ->type_name( "FILE" )
-         ->excludes( textForm );
-      command->callback( [this] { result_ = sequence( sequence_ ); } );
-   }
-
-   template<class Options>
-   CLI::App * recordingWords(
-      std::string const & name, std::string const & title, Options & options, int ( *command )( Options const & ) ) {
-      CLI::App * const words = app_.add_subcommand( name, title );
-      words->add_option( "FILE", options.file, "The event log, or a bundle with one" )->required();
-      words->callback( [this, command, &options] { result_ = command( options ); } );
-      return words;
-   }
-
-   CLI::App * registerWords(
-      std::string const & name, std::string const & title, bool wordsRequired,
-      int ( *command )( RegisterOptions const & ) ) {
-      CLI::App * const words = app_.add_subcommand( name, title );
-      cardWords( *words, registers_ );
-      words
-         ->add_option(
-            name == "poke" ? "REGISTER=VALUE" : "REGISTER", registers_.words,
-            "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" )
+   CLI::App &
+   registerWords( std::string const & name, std::string const & title, int ( *command )( CardOptions const & ) ) {
+      CLI::App & words = cardWords( name, title );
+      std::string const word = name == "poke" ? "REGISTER=VALUE" : "REGISTER";
+      words.add_option( word, card_.words, "CHIP.NAME, CHIP:NUMBER, an output's name, or an address such as 0x2000" )
          ->expected( 0, -1 );
-      words->callback( [this, command, wordsRequired, name] {
+      words.callback( [this, command, name, word] {
          // With a scenario there is no CARD, and the first word is a register.
-         if ( !registers_.after.empty() && !registers_.card.empty() )
-            registers_.words.insert( registers_.words.begin(), std::exchange( registers_.card, "" ) );
-         requireCard( registers_ );
-         if ( wordsRequired && registers_.words.empty() )
-            throw CLI::RequiredError( name == "poke" ? "REGISTER=VALUE" : "REGISTER" );
-         result_ = command( registers_ );
+         if ( !card_.after.empty() && !card_.card.empty() )
+            card_.words.insert( card_.words.begin(), std::exchange( card_.card, "" ) );
+         requireCard();
+         if ( name != "dump" && card_.words.empty() ) throw CLI::RequiredError( word );
+         result_ = command( card_ );
       } );
       return words;
    }
 
-   CLI::App *
-   auditWords( std::string const & name, std::string const & title, int ( *command )( AuditOptions const & ) ) {
-      CLI::App * const words = app_.add_subcommand( name, title );
-      cardWords( *words, audit_ );
-      words->add_option( "--tolerance", audit_.tolerancePpm, "How far an output's frequency may be off" )
+   CLI::App &
+   auditWords( std::string const & name, std::string const & title, int ( *command )( CardOptions const & ) ) {
+      CLI::App & words = cardWords( name, title );
+      words.add_option( "--tolerance", card_.tolerancePpm, "How far an output's frequency may be off" )
          ->type_name( "PPM" )
          ->capture_default_str()
          ->check( CLI::NonNegativeNumber );
-      words->callback( [this, command] {
-         if ( !audit_.after.empty() && !audit_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
-         requireCard( audit_ );
-         result_ = command( audit_ );
+      words.callback( [this, command] {
+         if ( !card_.after.empty() && !card_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
+         requireCard();
+         result_ = command( card_ );
       } );
       return words;
    }
 
-   static void cardWords( CLI::App & command, CardOptions & options ) {
-      command.add_option( "CARD", options.card, "The card description; none with --after" );
-      command.add_option( "--after", options.after, "The card of a scenario, as it stands at the end of that" )
+   CLI::App & cardWords( std::string const & name, std::string const & title ) {
+      CLI::App & words = *app_.add_subcommand( name, title );
+      words.add_option( "CARD", card_.card, "The card description; none with --after" );
+      words.add_option( "--after", card_.after, "The card of a scenario, as it stands at the end of that" )
          ->type_name( "SCENARIO" );
-      command.add_flag( "--json", options.json, "For programs" );
+      words.add_flag( "--json", card_.json, jsonTitle );
+      return words;
    }
 
-   static void requireCard( CardOptions const & options ) {
-      if ( options.card.empty() && options.after.empty() ) throw CLI::RequiredError( "CARD" );
+   void requireCard() const {
+      if ( card_.card.empty() && card_.after.empty() ) throw CLI::RequiredError( "CARD" );
+   }
+
+   CLI::App &
+   recordingWords( std::string const & name, std::string const & title, int ( *command )( RecordingOptions const & ) ) {
+      CLI::App & recording = words( name, title, recording_, command );
+      recording.add_option( "FILE", recording_.file, "The event log, or a bundle with one" )->required();
+      return recording;
+   }
+
+   void outWords( CLI::App & command, std::string const & title ) {
+      command.add_option( "-o", recording_.out, title )->type_name( "OUT" );
    }
 
    static void traceWords( CLI::App & command, std::optional<U32> & level ) {
@@ -227,16 +215,10 @@ class Words {
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
    SimulateOptions simulate_;
-   std::string agentCard_;
    AgentOptions agent_;
-   RegisterOptions registers_;
-   AuditOptions audit_;
-   CheckOptions check_;
-   ExplainOptions explain_;
-   SequenceOptions sequence_;
-   ReplayOptions replay_;
-   RecordingOptions made_;
-   JournalOptions journal_;
+   CardOptions card_;
+   FileOptions file_;
+   RecordingOptions recording_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 
@@ -244,20 +226,24 @@ class Words {
 
 }   // namespace Host
 
+namespace {
+
+int failed( char const * before, std::exception const & error, int exitCode ) {
+   std::cout.flush();
+   std::cerr << "clockpath: " << before << error.what() << '\n';
+   return exitCode;
+}
+
+}   // namespace
+
 int main( int argc, char ** argv ) {
    try {
       return Host::Words().run( argc, argv );
    } catch ( Input::InputError const & error ) {
-      std::cout.flush();
-      std::cerr << "clockpath: " << error.what() << '\n';
-      return Host::exitWrongUse;
+      return failed( "", error, Host::exitWrongUse );
    } catch ( Host::CardUnavailable const & error ) {
-      std::cout.flush();
-      std::cerr << "clockpath: " << error.what() << '\n';
-      return Host::exitNotReady;
+      return failed( "", error, Host::exitNotReady );
    } catch ( std::exception const & error ) {
-      std::cout.flush();
-      std::cerr << "clockpath: unexpected: " << error.what() << '\n';
-      return Host::exitNotReady;
+      return failed( "unexpected: ", error, Host::exitNotReady );
    }
 }

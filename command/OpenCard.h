@@ -5,7 +5,6 @@
 
 #include "card/CardLock.h"
 #include "card/SimulatedWorld.h"
-#include "input/Json.h"
 #include "registers/RegisterAccess.h"
 
 #include <memory>
@@ -15,16 +14,10 @@
 
 namespace Host {
 
-struct CardOptions {
-   std::string card;    ///< path; empty with `after`
-   std::string after;   ///< path of a scenario, or empty
-   bool yes = false;    ///< do not ask
-   bool json = false;   ///< for programs
-};
-
-/// What the files say. Throws Input::InputError.
+/// What the files say.
 struct CardFiles {
-   explicit CardFiles( CardOptions const & options );
+   /// The paths of a card description, and of a scenario in its place, or empty. Throws Input::InputError.
+   CardFiles( std::string const & cardPath, std::string const & after );
    Input::CardDescription card;
    Sim::Scenario scenario{};
 };
@@ -44,11 +37,5 @@ class OpenCard : private Sim::CardListener {
    std::set<U32> unclaimed_;
    std::optional<RegisterAccess> registers_;
 };
-
-/// Asks on the terminal whether `command` may do `what`. Throws Input::InputError where nobody can be asked.
-bool confirmed( CardOptions const & options, std::string const & command, std::string const & what );
-
-/// The object on standard output.
-void jsonTell( Input::Json const & json );
 
 }   // namespace Host

@@ -1,11 +1,9 @@
 #include "command/SimulateCommand.h"
 
-#include "card/SimulatedWorld.h"
-#include "command/CheckCommand.h"
+#include "command/FileCommands.h"
+#include "command/OpenCard.h"
 #include "diagnosis/Cause.h"
 #include "hal/KivHal.h"
-#include "input/Json.h"
-#include "input/ScenarioFile.h"
 #include "platform/SimulationVmid.h"
 #include "recording/EventStream.h"
 #include "recording/LogFile.h"
@@ -48,16 +46,12 @@ void endTell( SimulatedWorld const & world, Style const & style, std::chrono::du
 }   // namespace
 
 int simulate( SimulateOptions const & options ) {
-   Input::JsonDocument const file = Input::readJson( options.scenario );
-   Input::CardDescription card = Input::cardOfScenario( file.root() );
-   Sim::Scenario scenario = Input::readScenario( file.root(), card );
-   Input::requireSimulated( card );
-   requireServedInputs( card );
-   warningsTell( card, options.scenario, false );
+   CardFiles const files( "", options.scenario );
+   warningsTell( files.card, options.scenario, false );
 
    std::optional<Recording::LogFile> events;
    if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece );
-   SimulatedWorld world( std::move( card ), std::move( scenario ) );
+   SimulatedWorld world( files.card, files.scenario );
    std::optional<Recording::Recorder> recorder;
    if ( events ) recorder.emplace( events->log(), world.events(), world.card() );
    Style const style = styleOf( STDOUT_FILENO );

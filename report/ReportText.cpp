@@ -54,6 +54,11 @@ std::string printable( std::string_view text ) {
    return result;
 }
 
+std::string jsonText( Input::Json const & json, int indent ) {
+   // A file's name, or what stands in it, need not be UTF-8.
+   return json.dump( indent, ' ', false, Input::Json::error_handler_t::replace ) + "\n";
+}
+
 std::string cardText( Input::CardDescription const & card, Style const & style ) {
    std::string head = "Card " + card.file + ", ";
    if ( auto const * simulated = std::get_if<Input::SimulatedAccess>( &card.access ) )

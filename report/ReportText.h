@@ -3,6 +3,7 @@
 
 #include "hal/KivHal.h"
 #include "input/CardDescription.h"
+#include "input/Json.h"
 #include "report/Narrator.h"
 #include "report/Style.h"
 #include "sm/Steps.h"
@@ -34,6 +35,9 @@ Tone toneOfState( std::string_view state );
 
 /// The text with control characters as escapes: "\x02".
 std::string printable( std::string_view text );
+
+/// For programs, with its end.
+std::string jsonText( Input::Json const & json, int indent = 3 );
 
 /// What a card carries, a line per chip.
 std::string cardText( Input::CardDescription const & card, Style const & style );

@@ -115,7 +115,8 @@ TEST_F( RecordingCommands, ABundleIsOpenedLikeItsRecording ) {
    std::string const bundle = folder.path( "events.tar.gz" );
    Ran const packed = run( { "bundle", events } );
    EXPECT_EQ( packed.result, 0 ) << packed.errors;
-   EXPECT_EQ( packed.output, bundle + ": recording.events card.json ptp0.ops ptp1.ops cause.txt versions.txt\n" );
+   EXPECT_EQ(
+      packed.output, bundle + ": recording.events card.json ptp0.ops ptp1.ops cause.txt page.html versions.txt\n" );
    EXPECT_EQ( run( { "replay", bundle, "--events", again } ).result, 0 );
    EXPECT_TRUE( folder.content( "again" ) == folder.content( "events" ) );
    EXPECT_EQ( run( { "wave", events, "-o", folder.path( "a.vcd" ) } ).result, 0 );
@@ -129,6 +130,8 @@ TEST_F( RecordingCommands, ABundleIsOpenedLikeItsRecording ) {
    EXPECT_EQ( run( { "sequence", folder.path( "ptp0.ops" ), "--compare", CLOCKPATH_EXAMPLES "ptp0.ops" } ).result, 0 );
    EXPECT_THAT( folder.content( "versions.txt" ), HasSubstr( "recorded by clockpath " ) );
    EXPECT_EQ( folder.content( "cause.txt" ), run( { "explain", bundle } ).output );
+   EXPECT_EQ( run( { "page", events } ).output, events + ".html\n" );
+   EXPECT_TRUE( folder.content( "page.html" ) == folder.content( "events.html" ) );
 }
 
 TEST_F( RecordingCommands, TheFilesThatTheyWriteAreNotTheRecording ) {

@@ -1,7 +1,9 @@
-#include "command/RegisterCommands.h"
+#include "command/CardCommands.h"
 
-#include "input/InputError.h"
+#include "command/OpenCard.h"
+#include "diagnosis/SelfTest.h"
 #include "input/Number.h"
+#include "report/ReportText.h"
 #include "report/Style.h"
 #include "service/Exit.h"
 
@@ -9,11 +11,27 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 
 namespace Host {
 
 namespace {
+
+// Asks on the terminal whether `command` may do `what`. Throws Input::InputError where nobody can be asked.
+bool confirmed( CardOptions const & options, std::string const & command, std::string const & what ) {
+   if ( options.yes ) return true;
+   if ( ::isatty( STDIN_FILENO ) != 1 )
+      throw Input::InputError(
+         command + " changes the hardware of " + ( options.after.empty() ? options.card : options.after ) +
+         ": expected --yes, since nobody can be asked here" );
+   std::cout << what << "Go on? [y/N] " << std::flush;
+   std::string answer;
+   std::getline( std::cin, answer );
+   if ( answer == "y" || answer == "Y" || answer == "yes" ) return true;
+   std::cout << "Nothing was written.\n";
+   return false;
+}
 
 std::string addressText( RegisterPlace const & place ) {
    return place.chip ? fmt::format( "register 0x{:04x}", place.address ) : fmt::format( "0x{:08x}", place.address );
@@ -49,7 +67,7 @@ int tell( std::vector<Line> const & lines, bool json ) {
       list.push_back( object );
    }
    if ( json )
-      jsonTell( { { "registers", list } } );
+      std::cout << jsonText( { { "registers", list } } );
    else
       std::cout << table.text( styleOf( STDOUT_FILENO ) );
    return done ? exitReady : exitNotReady;
@@ -63,7 +81,7 @@ Line readOf( RegisterPlace const & place, bool named ) {
    return line;
 }
 
-int readAll( RegisterOptions const & options, CardFiles const & files, char const * user, std::vector<Line> lines ) {
+int readAll( CardOptions const & options, CardFiles const & files, char const * user, std::vector<Line> lines ) {
    OpenCard open( files, user );
    for ( Line & line : lines ) {
       if ( !line.text.empty() ) continue;
@@ -152,8 +170,8 @@ Line done( Write const & write, RegisterAccess & access ) {
 
 }   // namespace
 
-int peek( RegisterOptions const & options ) {
-   CardFiles const files( options );
+int peek( CardOptions const & options ) {
+   CardFiles const files( options.card, options.after );
    RegisterBook const book( files.card );
    std::vector<Line> lines;
    for ( std::string const & word : options.words ) {
@@ -165,8 +183,8 @@ int peek( RegisterOptions const & options ) {
    return readAll( options, files, "peek", lines );
 }
 
-int dump( RegisterOptions const & options ) {
-   CardFiles const files( options );
+int dump( CardOptions const & options ) {
+   CardFiles const files( options.card, options.after );
    RegisterBook const book( files.card );
    std::vector<Line> lines;
    for ( std::string const & word : options.words )
@@ -176,20 +194,68 @@ int dump( RegisterOptions const & options ) {
    return readAll( options, files, "dump", lines );
 }
 
-int poke( RegisterOptions const & options ) {
-   CardFiles const files( options );
+int poke( CardOptions const & options ) {
+   CardFiles const files( options.card, options.after );
    RegisterBook const book( files.card );
    std::vector<Write> writes;
    for ( std::string const & word : options.words ) writes.push_back( writeOf( book, word ) );
-   if ( !confirmed( options, "poke", textOf( writes ) ) ) {
-      std::cout << "Nothing was written.\n";
-      return exitNotReady;
-   }
+   if ( !confirmed( options, "poke", textOf( writes ) ) ) return exitNotReady;
    OpenCard open( files, "poke" );
    std::vector<Line> lines;
    lines.reserve( writes.size() );
    for ( Write const & write : writes ) lines.push_back( done( write, open.registers() ) );
    return tell( lines, options.json );
+}
+
+int audit( CardOptions const & options ) {
+   CardFiles const files( options.card, options.after );
+   OpenCard open( files, "audit" );
+   auto const audits = Diagnosis::auditOf( files.card, open.registers(), options.tolerancePpm );
+   auto const differ =
+      audits.size() - static_cast<std::size_t>( std::ranges::count_if( audits, &Diagnosis::ChipAudit::well ) );
+   if ( options.json ) {
+      Input::Json chips = Input::Json::array();
+      for ( Diagnosis::ChipAudit const & one : audits ) chips.push_back( jsonOf( one ) );
+      std::cout << jsonText( { { "chips", chips } } );
+   } else {
+      for ( Diagnosis::ChipAudit const & one : audits )
+         for ( std::string const & line : linesOf( one ) ) std::cout << line << '\n';
+      std::cout
+         << ( differ == 0
+                 ? "All is as expected.\n"
+                 : std::to_string( differ ) + " of " + std::to_string( audits.size() ) + " chips not as expected.\n" );
+   }
+   return differ == 0 ? exitReady : exitNotReady;
+}
+
+int selfTest( CardOptions const & options ) {
+   CardFiles const files( options.card, options.after );
+   std::string const question = "reset all chips of " + files.card.file + ", write test values, leave them in reset\n";
+   if ( !options.online && !confirmed( options, "selftest", question ) ) return exitNotReady;
+   OpenCard open( files, "selftest" );
+   std::vector<Diagnosis::TestResult> results;
+   for ( Diagnosis::ChipAudit const & audit : Diagnosis::auditOf( files.card, open.registers(), options.tolerancePpm ) )
+      for ( Diagnosis::Point const & point : audit.points() ) results.push_back( { audit.chip, point } );
+   if ( !options.online )
+      for ( Diagnosis::TestResult const & result : Diagnosis::offlineTest( files.card, open.registers() ) )
+         results.push_back( result );
+   Style const style = styleOf( STDOUT_FILENO );
+   Table table( { "Chip", "Test", "Result", "Found" } );
+   Input::Json json{ { "tests", Input::Json::array() }, { "leftInReset", !options.online } };
+   bool passed = true;
+   for ( auto const & [chip, point] : results ) {
+      passed = passed && point.well;
+      json["tests"].push_back(
+         { { "chip", chip }, { "test", point.name }, { "passed", point.well }, { "text", point.text } } );
+      table.rowAdd(
+         { chip, std::string( point.name ), point.well ? style.good( "pass" ) : style.bad( "FAIL" ), point.text } );
+   }
+   if ( options.json )
+      std::cout << jsonText( json );
+   else
+      std::cout << table.text( style )
+                << ( options.online ? "" : "The chips are left in reset: each output is active.\n" );
+   return passed ? exitReady : exitNotReady;
 }
 
 }   // namespace Host

@@ -1,8 +1,8 @@
-#include "command/CheckCommand.h"
+#include "command/FileCommands.h"
 
-#include "command/OpenCard.h"
 #include "diagnosis/FileCheck.h"
 #include "input/Json.h"
+#include "input/SequenceFile.h"
 #include "report/ReportText.h"
 #include "report/Style.h"
 #include "service/Exit.h"
@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <map>
 
 namespace Host {
 
@@ -21,7 +22,7 @@ std::string countText( std::size_t count, std::string const & what ) {
    return fmt::format( "{} {}{}", count, what, count == 1 ? "" : "s" );
 }
 
-void tell( Diagnosis::FileCheck const & check ) {
+void tellAsText( Diagnosis::FileCheck const & check ) {
    for ( std::string const & mistake : check.mistakes ) std::cout << "mistake: " << mistake << '\n';
    for ( auto const & [name, place, text] : check.warnings )
       std::cout << "warning: " << place << ": " << text << " [" << name << "]\n";
@@ -42,14 +43,43 @@ void tellAsJson( Diagnosis::FileCheck const & check ) {
    json["bringUpTimes"] = Input::Json::array();
    for ( auto const & [chip, time] : check.bringUpTimes )
       json["bringUpTimes"].push_back( { { "chip", chip }, { "bestNs", time.bestNs }, { "worstNs", time.worstNs } } );
-   jsonTell( json );
+   std::cout << jsonText( json );
+}
+
+// What a sequence leaves in the registers that it writes.
+std::map<U16, std::string> leftBy( Input::Sequence const & sequence ) {
+   std::map<U16, std::string> registers;
+   for ( Hardware::Max24305::Op const & op : sequence )
+      if ( op.type == Hardware::Max24305::write_ )
+         registers[static_cast<U16>( op.address )] = fmt::format( "0x{:02x}", op.value & 0xFF );
+   return registers;
+}
+
+int compare( Input::Sequence const & sequence, FileOptions const & options ) {
+   auto one = leftBy( sequence );
+   auto other = leftBy( Input::readSequence( options.compareWith ) );
+   for ( auto const & [address, value] : one ) other.try_emplace( address, "-" );
+   for ( auto const & [address, value] : other ) one.try_emplace( address, "-" );
+   Table table( { "Register", options.file, options.compareWith } );
+   std::size_t different = 0;
+   for ( auto const & [address, value] : one ) {
+      if ( value == other[address] ) continue;
+      ++different;
+      table.rowAdd( { fmt::format( "0x{:04x}", address ), value, other[address] } );
+   }
+   if ( different == 0 ) {
+      std::cout << "Both leave the same in " << one.size() << " registers.\n";
+      return exitReady;
+   }
+   std::cout << table.text( styleOf( STDOUT_FILENO ) ) << different << " of " << one.size() << " registers differ.\n";
+   return exitNotReady;
 }
 
 }   // namespace
 
-int check( CheckOptions const & options ) {
+int check( FileOptions const & options ) {
    Diagnosis::FileCheck const check = Diagnosis::checkFile( options.file );
-   ( options.json ? tellAsJson : tell )( check );
+   ( options.json ? tellAsJson : tellAsText )( check );
    if ( !check.mistakes.empty() ) return exitWrongUse;
    return options.strict && !check.warnings.empty() ? exitNotReady : exitReady;
 }
@@ -64,6 +94,16 @@ void warningsTell( Input::CardDescription const & card, std::string const & file
    if ( warnings.empty() ) return;
    std::cerr << "clockpath: " << countText( warnings.size(), "warning" ) << ": clockpath check " << file
              << ( warnings.size() == 1 ? " shows it\n" : " shows them\n" );
+}
+
+int sequence( FileOptions const & options ) {
+   Input::Sequence sequence = options.list ? Input::listOf( options.file, Input::readFile( options.file ) )
+                                           : Input::readSequence( options.file );
+   if ( options.readBack ) sequence = Input::withReadBacks( sequence );
+   if ( !options.compareWith.empty() ) return compare( sequence, options );
+   for ( Hardware::Max24305::Op const & op : sequence )
+      std::cout << ( options.textForm ? valueToStrep( op ).stdString() : Input::shortText( op ) ) << '\n';
+   return exitReady;
 }
 
 }   // namespace Host
