@@ -1,6 +1,7 @@
 #include "report/History.h"
 
 #include "recording/Fields.h"
+#include "report/FifoPolls.h"
 #include "report/Narrator.h"
 
 #include <utility>
@@ -16,7 +17,8 @@ namespace {
 class ChipHistory {
  public:
    // A Tolvane has no description of a sequence.
-   ChipHistory( std::string const & name, Input::Max24305Description const * chip ) : name( name ), chip_( chip ) {
+   ChipHistory( std::string const & name, Input::Max24305Description const * chip )
+      : name( name ), polls( chip ? FifoPolls( *chip ) : FifoPolls() ), chip_( chip ) {
       json["chip"] = name;
       for ( char const * list : { "attempts", "polls", "frequencies", "gates", "states" } ) json[list] = Json::array();
    }
@@ -30,17 +32,29 @@ class ChipHistory {
          json["gates"].push_back( { { "ns", ns }, { "open", allMet( rows ) }, { "rows", std::move( list ) } } );
    }
 
-   void step( U64 ns, Step const & step, std::vector<SpiCtrl> const & fifoPolls ) {
+   void step( U64 ns, Step const & step ) {
       fifos_ = Json::array();
-      for ( SpiCtrl const & poll : fifoPolls ) fifos_.push_back( { poll.writeFifoCount(), poll.readFifoCount() } );
+      for ( SpiCtrl const & poll : polls.taken() ) fifos_.push_back( { poll.writeFifoCount(), poll.readFifoCount() } );
       std::visit( [&]( auto const & values ) { take( ns, values ); }, step );
       lastNs_ = ns;
    }
 
    std::string name;
+   FifoPolls polls;
    Json json;
 
  private:
+   // With the step's fields, as the event log names them, behind what is there.
+   static Json with( Json json, auto const & step ) {
+      Recording::forEachField( step, [&]( std::string_view field, auto const & value ) {
+         if constexpr ( std::is_enum_v<std::remove_cvref_t<decltype( value )>> )
+            json[field] = stringValue( value ).stdString();
+         else
+            json[field] = value;
+      } );
+      return json;
+   }
+
    // A recording may begin in the middle of an attempt.
    Json & attempt() {
       Json & attempts = json["attempts"];
@@ -50,8 +64,9 @@ class ChipHistory {
 
    void take( U64, Steps::GateEvaluated const & ) {}   // an event of its own
    void take( U64 ns, Steps::AttemptBegun const & begun ) {
-      json["attempts"].push_back(
-         { { "number", begun.number }, { "of", begun.of }, { "begunNs", ns }, { "operations", Json::array() } } );
+      json["attempts"].push_back( with( Json::object(), begun ) );
+      attempt()["begunNs"] = ns;
+      attempt()["operations"] = Json::array();
    }
    void take( U64 ns, Steps::ResetPulsed const & ) { attempt()["pulsedNs"] = ns; }
    void take( U64 ns, Steps::CleanedUp const & ) { attempt()["cleanNs"] = ns; }
@@ -72,9 +87,7 @@ class ChipHistory {
       operation["fifos"] = fifos_;
       attempt()["operations"].push_back( std::move( operation ) );
    }
-   void take( U64, Steps::EnableDone const & done ) {
-      attempt()["enable"] = { { "word", done.word }, { "answers", done.answers } };
-   }
+   void take( U64, Steps::EnableDone const & done ) { attempt()["enable"] = with( Json::object(), done ); }
    void take( U64 ns, Steps::AttemptFailed const & ) { attemptEnded( ns, false ); }
    void take( U64 ns, Steps::ProgrammingEnded const & ended ) {
       if ( ended.succeeded ) attemptEnded( ns, true );
@@ -84,24 +97,17 @@ class ChipHistory {
       attempt()["succeeded"] = succeeded;
    }
    void take( U64 ns, Steps::LockPolled const & polled ) {
-      json["polls"].push_back(
-         { { "ns", ns },
-           { "number", polled.number },
-           { "of", polled.of },
-           { "status", polled.status },
-           { "fifos", fifos_ } } );
+      json["polls"].push_back( with( { { "ns", ns } }, polled ) );
+      json["polls"].back()["fifos"] = fifos_;
    }
    void take( U64 ns, Steps::FrequencyRead const & read ) {
-      json["frequencies"].push_back( { { "ns", ns }, { "frequencyInHz", read.frequencyInHz } } );
+      json["frequencies"].push_back( with( { { "ns", ns } }, read ) );
    }
    void take( U64 ns, Steps::Published const & published ) {
-      json["states"].push_back(
-         { { "ns", ns },
-           { "state", stringValue( published.state ).stdString() },
-           { "clock", stringValue( published.clock ).stdString() } } );
+      json["states"].push_back( with( { { "ns", ns } }, published ) );
    }
    void take( U64 ns, Steps::TolvanePublished const & published ) {
-      json["states"].push_back( { { "ns", ns }, { "state", stringValue( published.state ).stdString() } } );
+      json["states"].push_back( with( { { "ns", ns } }, published ) );
    }
 
    Input::Max24305Description const * const chip_;
@@ -126,25 +132,14 @@ Json historyOf( Recording::Reader & reader, std::function<void( Recording::Event
            { "details", line.details },
            { "tone", tones[static_cast<std::size_t>( line.tone )] } } );
    } );
-   FifoPolls fifoPolls( header.card );
    std::vector<ChipHistory> chips;
    for ( auto const & chip : header.card.tolvanes ) chips.emplace_back( chip.name, nullptr );
    for ( auto const & chip : header.card.max24305s ) chips.emplace_back( chip.name, &chip );
-   auto const ofChip = [&]( std::string const & name, auto const & take ) {
-      auto const chip = std::ranges::find( chips, name, &ChipHistory::name );
-      if ( chip != chips.end() ) take( *chip );
-   };
    while ( std::optional<Recording::Event> const event = reader.next() ) {
-      U64 const ns = event->ns;
-      history["endNs"] = ns;
+      history["endNs"] = event->ns;
       narrator.take( *event );
       if ( also ) also( *event );
-      if ( auto const * read = std::get_if<Recording::Read32>( &event->what ) )
-         fifoPolls.take( *read );
-      else if ( auto const * step = std::get_if<Recording::Step>( &event->what ) )
-         ofChip( step->chip, [&]( auto & chip ) { chip.step( ns, step->step, fifoPolls.taken( chip.name ) ); } );
-      else if ( auto const * gate = std::get_if<Recording::Gate>( &event->what ) )
-         ofChip( gate->chip, [&]( auto & chip ) { chip.gate( ns, gate->rows ); } );
+      handTo( chips, *event );
    }
    narrator.end();
    history["cutOff"] = reader.cutOff();

@@ -18,7 +18,6 @@ Journal::Journal(
      onTerminal_( onTerminal ),
      card_( card ),
      chipWidth_( chipWidthOf( card.description() ) ),
-     tracesOn_( traceLevel ? *traceLevel + 1 : 0 ),
      narrator_(
         card.description(), { .traceLevel = traceLevel }, [this]( JournalLine const & line ) { tell( line ); } ),
      stream_( [this]( Recording::Event const & event ) { take( event ); } ),

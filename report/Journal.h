@@ -10,7 +10,6 @@
 #include "recording/Recorder.h"
 #include "report/Narrator.h"
 #include "report/Style.h"
-#include "report/TracesOn.h"
 
 #include <chrono>
 #include <iosfwd>
@@ -23,7 +22,7 @@ class Journal final : private Sim::CardListener {
    static constexpr char eraseLine[] = "\r\033[K";
 
  public:
-   /// Shows traces up to `traceLevel`, none without. The card is configured, and its machines are not made yet; all
+   /// Shows traces up to `traceLevel`, of those that are on (report/TracesOn.h); none without. The card is configured, and its machines are not made yet; all
    /// outlive the journal.
    Journal(
       std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
@@ -46,7 +45,6 @@ class Journal final : private Sim::CardListener {
    bool const onTerminal_;
    Card const & card_;
    std::size_t const chipWidth_;
-   TracesOn const tracesOn_;
    Narrator narrator_;
    Recording::EventStream stream_;
    Recording::Recorder const recorder_;

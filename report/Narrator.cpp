@@ -2,11 +2,13 @@
 
 #include "framework/Log.h"
 #include "hal/Max24305Hal.h"
+#include "report/FifoPolls.h"
 #include "report/ReportText.h"
 #include "sim/Scenario.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Host {
@@ -44,6 +46,45 @@ std::string messageText( std::string const & id ) {
    return id;
 }
 
+// What a chip reads that did not answer, and a register may as well hold.
+constexpr U8 noAnswer = 0xFF;
+
+// "read 0x10: expected 0x3c, found 0x3d".
+std::string operationText( Steps::OperationDone const & done ) {
+   auto const [key, type, address, value] = done.operation;
+   if ( done.byteRead )
+      return fmt::format(
+         "read 0x{:x}: expected 0x{:x}, found 0x{:x}{}", address, value, *done.byteRead,
+         *done.byteRead == noAnswer ? " or no answer" : "" );
+   if ( type == Max24305::OpType::sleep_ ) return "sleep " + secondsText( value ) + " s";
+   return fmt::format(
+      "write 0x{:x} to 0x{:x}{}", value, address, done.outcome == Steps::Outcome::writeNotSent_ ? ": not sent" : "" );
+}
+
+// What polls read of the counts of the command and the response FIFO, behind other text: "; FIFOs 2/0, 0/1"; "" of
+// none.
+std::string fifoText( std::vector<SpiCtrl> const & polls ) {
+   std::string text;
+   for ( auto poll = polls.begin(); poll != polls.end(); ) {
+      auto const next =
+         std::find_if( poll, polls.end(), [&]( auto const & other ) { return other.value() != poll->value(); } );
+      text += fmt::format( "{}{}/{}", text.empty() ? "; FIFOs " : ", ", poll->writeFifoCount(), poll->readFifoCount() );
+      if ( next - poll > 1 ) text += fmt::format( " {} times", next - poll );
+      poll = next;
+   }
+   return text;
+}
+
+// The text with control characters as escapes: "\x02".
+std::string printable( std::string_view text ) {
+   std::string result;
+   for ( char const c : text ) {
+      auto const byte = static_cast<unsigned char>( c );
+      result += byte < 0x20 || byte == 0x7F ? fmt::format( "\\x{:02x}", byte ) : std::string( 1, c );
+   }
+   return result;
+}
+
 JournalLine attemptLine( std::string const & chip, U32 number, U64 ns ) {
    return { ns, chip, fmt::format( "attempt {}", number ), "reset pulse", Tone::plain_ };
 }
@@ -66,6 +107,7 @@ class Narrator::Chip : public ChipStanding {
       : ChipStanding{ .name = chip.name, .isTolvane = true }, narrator_( narrator ) {}
    Chip( Narrator & narrator, Input::Max24305Description const & chip )
       : ChipStanding{ .name = chip.name, .operations = chip.sequence.size() },
+        polls( chip ),
         narrator_( narrator ),
         description_( chip ) {}
 
@@ -77,7 +119,7 @@ class Narrator::Chip : public ChipStanding {
    }
 
    void step( U64 ns, Step const & step ) {
-      std::vector<SpiCtrl> fifoPolls = narrator_.fifoPolls_.taken( name );
+      std::vector<SpiCtrl> fifoPolls = polls.taken();
       if ( std::holds_alternative<Steps::OperationDone>( step ) ) fifoPolls_ = std::move( fifoPolls );
       std::visit( [&]( auto const & values ) { told( ns, values ); }, step );
    }
@@ -93,6 +135,8 @@ class Narrator::Chip : public ChipStanding {
             locked( status.apll2Locked() ), poll.status == noAnswer ? ", or no answer" : "" ),
          Tone::plain_ );
    }
+
+   FifoPolls polls;
 
  private:
    void line( U64 ns, std::string what, std::string details, Tone tone ) {
@@ -226,7 +270,7 @@ class Narrator::Chip : public ChipStanding {
 };
 
 Narrator::Narrator( Input::CardDescription const & card, NarratorOptions options, Take take )
-   : options_( options ), take_( std::move( take ) ), fifoPolls_( card ) {
+   : options_( options ), take_( std::move( take ) ) {
    chips_.reserve( card.tolvanes.size() + card.max24305s.size() );
    for ( auto const & chip : card.tolvanes ) chips_.emplace_back( *this, chip );
    for ( auto const & chip : card.max24305s ) chips_.emplace_back( *this, chip );
@@ -236,17 +280,8 @@ Narrator::~Narrator() = default;
 
 void Narrator::take( Recording::Event const & event ) {
    U64 const ns = event.ns;
-   auto const ofChip = [this]( std::string const & name, auto const & tell ) {
-      auto const chip = std::ranges::find( chips_, name, &Chip::name );
-      if ( chip != chips_.end() ) tell( *chip );
-   };
-   if ( auto const * read = std::get_if<Recording::Read32>( &event.what ) )
-      fifoPolls_.take( *read );
-   else if ( auto const * step = std::get_if<Recording::Step>( &event.what ) )
-      ofChip( step->chip, [&]( Chip & chip ) { chip.step( ns, step->step ); } );
-   else if ( auto const * gate = std::get_if<Recording::Gate>( &event.what ) )
-      ofChip( gate->chip, [&]( Chip & chip ) { chip.gate( ns, gate->rows ); } );
-   else if ( auto const * input = std::get_if<Recording::InputChange>( &event.what ); input && options_.inputs )
+   handTo( chips_, event );
+   if ( auto const * input = std::get_if<Recording::InputChange>( &event.what ); input && options_.inputs )
       line( { ns, "", "input", inputText( *input ), Tone::strong_ } );
    else if ( auto const * log = std::get_if<Recording::Log>( &event.what ) )
       line( { ns, "", "log", messageText( log->id ), Tone::bad_ } );

@@ -10,7 +10,6 @@
 #pragma once
 
 #include "recording/Event.h"
-#include "report/FifoPolls.h"
 #include "report/Style.h"
 
 #include <functional>
@@ -91,7 +90,6 @@ class Narrator {
 
    NarratorOptions const options_;
    Take const take_;
-   FifoPolls fifoPolls_;
    std::vector<Chip> chips_;
    // Kept back while nothing but attempts that fail alike happens:
    std::optional<Attempts> alike_;

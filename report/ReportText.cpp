@@ -16,42 +16,9 @@ std::string momentText( U64 ns ) {
    return fmt::format( "{}.{:03}", ms / 1'000, ms % 1'000 );
 }
 
-std::string operationText( Hardware::Steps::OperationDone const & done ) {
-   using Hardware::Steps::Outcome;
-   auto const [key, type, address, value] = done.operation;
-   if ( done.byteRead )
-      return fmt::format(
-         "read 0x{:x}: expected 0x{:x}, found 0x{:x}{}", address, value, *done.byteRead,
-         *done.byteRead == noAnswer ? " or no answer" : "" );
-   if ( type == Hardware::Max24305::OpType::sleep_ ) return "sleep " + secondsText( value ) + " s";
-   return fmt::format(
-      "write 0x{:x} to 0x{:x}{}", value, address, done.outcome == Outcome::writeNotSent_ ? ": not sent" : "" );
-}
-
-std::string fifoText( std::span<Hardware::SpiCtrl const> polls ) {
-   std::string text;
-   for ( auto poll = polls.begin(); poll != polls.end(); ) {
-      auto const next =
-         std::find_if( poll, polls.end(), [&]( auto const & other ) { return other.value() != poll->value(); } );
-      text += fmt::format( "{}{}/{}", text.empty() ? "; FIFOs " : ", ", poll->writeFifoCount(), poll->readFifoCount() );
-      if ( next - poll > 1 ) text += fmt::format( " {} times", next - poll );
-      poll = next;
-   }
-   return text;
-}
-
 Tone toneOfState( std::string_view state ) {
    if ( state == "ready" ) return Tone::good_;
    return state == "failed" ? Tone::bad_ : Tone::busy_;
-}
-
-std::string printable( std::string_view text ) {
-   std::string result;
-   for ( char const c : text ) {
-      auto const byte = static_cast<unsigned char>( c );
-      result += byte < 0x20 || byte == 0x7F ? fmt::format( "\\x{:02x}", byte ) : std::string( 1, c );
-   }
-   return result;
 }
 
 std::string jsonText( Input::Json const & json, int indent ) {

@@ -14,6 +14,7 @@
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
 #include "report/Journal.h"
+#include "report/TracesOn.h"
 #include "service/CauseTeller.h"
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"

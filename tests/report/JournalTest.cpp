@@ -1,4 +1,5 @@
 #include "report/Journal.h"
+#include "report/TracesOn.h"
 
 #include "card/SimulatedWorld.h"
 #include "framework/Log.h"
@@ -137,9 +138,9 @@ TEST_F( JournalTest, TellsOfLoggedMessagesWarningsAndTracesUpToItsLevel ) {
    EXPECT_EQ( trace( 2 ), "" );
 }
 
-TEST_F( JournalTest, TracesAreOnAsLongAsItLives ) {
+TEST( TracesOnTest, TracesAreOnAsLongAsItLives ) {
    static Vor::TraceHandle const handle( "JournalTest" );
-   std::optional<Journal> listening( std::in_place, out, Style( false ), false, world.events(), world.card(), 3 );
+   std::optional<TracesOn> listening( std::in_place, 4U );
    EXPECT_TRUE( handle.isEnabled( 0 ) && handle.isEnabled( 3 ) );
    EXPECT_FALSE( handle.isEnabled( 4 ) );
    listening.reset();
