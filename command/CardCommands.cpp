@@ -47,6 +47,12 @@ struct Line {
    std::string text{};           // what the value says, or why there is none
    std::optional<U32> written{};
    bool done = true;
+
+   void read( RegisterAccess & access ) {
+      value = access.read( place );
+      done = value.has_value();
+      text = value ? place.fieldsText( *value ) : "no answer";
+   }
 };
 
 int tell( std::vector<Line> const & lines, bool json ) {
@@ -83,12 +89,8 @@ Line readOf( RegisterPlace const & place, bool named ) {
 
 int readAll( CardOptions const & options, CardFiles const & files, char const * user, std::vector<Line> lines ) {
    OpenCard open( files, user );
-   for ( Line & line : lines ) {
-      if ( !line.text.empty() ) continue;
-      line.value = open.registers().read( line.place );
-      line.done = line.value.has_value();
-      line.text = line.value ? line.place.fieldsText( *line.value ) : "no answer";
-   }
+   for ( Line & line : lines )
+      if ( line.text.empty() ) line.read( open.registers() );
    return tell( lines, options.json );
 }
 
@@ -159,9 +161,7 @@ Line done( Write const & write, RegisterAccess & access ) {
       line.text = "not sent: the SPI master does not take it";
       line.done = false;
    } else if ( place.access == Hal::readWrite_ ) {
-      line.value = access.read( place );
-      line.done = line.value.has_value();
-      line.text = line.value ? place.fieldsText( *line.value ) : "no answer";
+      line.read( access );
       if ( line.value != value )
          line.text += ( line.text.empty() ? "written " : "; written " ) + valueText( place, value );
    }

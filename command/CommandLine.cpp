@@ -30,10 +30,9 @@ class Words {
       CLI::App & simulated =
          words( "simulate", "Run a scenario on the simulated card in virtual time", simulate_, &simulate );
       simulated.add_option( "SCENARIO", simulate_.scenario, "The scenario file" )->required();
-      simulated
-         .add_option(
-            "--events", simulate_.events, "Write the event log to FILE; - for standard output, in place of the report" )
-         ->type_name( "FILE" );
+      option(
+         simulated, "--events FILE", simulate_.events,
+         "Write the event log to FILE; - for standard output, in place of the report" );
       simulated.add_flag( "--strict", simulate_.strict, strictTitle );
       traceWords( simulated, simulate_.traceLevel );
 
@@ -65,25 +64,24 @@ class Words {
       sequenced.add_flag( "--read-back", file_.readBack, "Add a read of what was written behind each write" );
       CLI::Option * const textForm =
          sequenced.add_flag( "--op", file_.textForm, "Print the operations with their keys, in the full form" );
-      sequenced.add_option( "--compare", file_.compareWith, "Tell what another sequence leaves in the registers" )
-         ->type_name( "FILE" )
+      option( sequenced, "--compare FILE", file_.compareWith, "Tell what another sequence leaves in the registers" )
          ->excludes( textForm );
 
-      recordingWords( "replay", "Run the library again by a recording, and tell what differs first", &replay )
-         .add_option( "--events", recording_.out, "Write the event log of the replay to FILE" )
-         ->type_name( "FILE" );
-      outWords(
-         recordingWords( "wave", "Write the signals of a recording as a VCD", &wave ),
+      option(
+         recordingWords( "replay", "Run the library again by a recording, and tell what differs first", &replay ),
+         "--events FILE", recording_.out, "Write the event log of the replay to FILE" );
+      option(
+         recordingWords( "wave", "Write the signals of a recording as a VCD", &wave ), "-o OUT", recording_.out,
          "The VCD; FILE with the ending .vcd unless told" );
-      outWords(
-         recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", &bundle ),
-         "The archive; FILE with the ending .tar.gz unless told" );
+      option(
+         recordingWords( "bundle", "Pack a recording and what belongs to it into one archive", &bundle ), "-o OUT",
+         recording_.out, "The archive; FILE with the ending .tar.gz unless told" );
       CLI::App & told = recordingWords( "journal", "Tell what an event log has", &journal );
       CLI::Option * const operations =
          told.add_flag( "--operations", recording_.operations, "List each operation of each attempt" );
       told.add_flag( "--json", recording_.json, "For programs, with all operations" )->excludes( operations );
-      outWords(
-         recordingWords( "page", "Write a recording as a page for a browser", &page ),
+      option(
+         recordingWords( "page", "Write a recording as a page for a browser", &page ), "-o OUT", recording_.out,
          "The page; FILE with the ending .html unless told" );
    }
 
@@ -126,20 +124,16 @@ class Words {
    void agentWords() {
       CLI::App & words = *app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
       words.add_option( "CARD", card_.card, "The card description" )->required();
-      auto const number = [&]( char const * name, U32 & value, char const * title ) {
-         words.add_option( name, value, title )->capture_default_str()->type_name( "N" );
-      };
-      number( "--time-sync", agent_.timeSync, "State of PTP time synchronisation" );
-      number( "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor" );
-      number(
-         "--timer-slack", agent_.timerSlackNs,
-         "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" );
-      words.add_option( "--events", agent_.events, "Write the event log to FILE" )->type_name( "FILE" );
-      words
-         .add_option(
-            "--failures", agent_.failures,
-            "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
-         ->type_name( "DIR" )
+      option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation" )->capture_default_str();
+      option( words, "--redundancy-mode N", agent_.redundancyMode, "Mode of the supervisor" )->capture_default_str();
+      option(
+         words, "--timer-slack N", agent_.timerSlackNs,
+         "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" )
+         ->capture_default_str();
+      option( words, "--events FILE", agent_.events, "Write the event log to FILE" );
+      option(
+         words, "--failures DIR", agent_.failures,
+         "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
          ->capture_default_str();
       words.add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
       traceWords( words, agent_.traceLevel );
@@ -171,8 +165,7 @@ class Words {
    CLI::App &
    auditWords( std::string const & name, std::string const & title, int ( *command )( CardOptions const & ) ) {
       CLI::App & words = cardWords( name, title );
-      words.add_option( "--tolerance", card_.tolerancePpm, "How far an output's frequency may be off" )
-         ->type_name( "PPM" )
+      option( words, "--tolerance PPM", card_.tolerancePpm, "How far an output's frequency may be off" )
          ->capture_default_str()
          ->check( CLI::NonNegativeNumber );
       words.callback( [this, command] {
@@ -186,8 +179,7 @@ class Words {
    CLI::App & cardWords( std::string const & name, std::string const & title ) {
       CLI::App & words = *app_.add_subcommand( name, title );
       words.add_option( "CARD", card_.card, "The card description; none with --after" );
-      words.add_option( "--after", card_.after, "The card of a scenario, as it stands at the end of that" )
-         ->type_name( "SCENARIO" );
+      option( words, "--after SCENARIO", card_.after, "The card of a scenario, as it stands at the end of that" );
       words.add_flag( "--json", card_.json, jsonTitle );
       return words;
    }
@@ -203,14 +195,16 @@ class Words {
       return recording;
    }
 
-   void outWords( CLI::App & command, std::string const & title ) {
-      command.add_option( "-o", recording_.out, title )->type_name( "OUT" );
+   static void traceWords( CLI::App & command, std::optional<U32> & level ) {
+      option( command, "--trace N", level, "Show the library's traces up to level N" )
+         ->check( CLI::Range( 0U, Vor::traceLevels - 1 ) );
    }
 
-   static void traceWords( CLI::App & command, std::optional<U32> & level ) {
-      command.add_option( "--trace", level, "Show the library's traces up to level N" )
-         ->type_name( "N" )
-         ->check( CLI::Range( 0U, Vor::traceLevels - 1 ) );
+   // `words`: the option, and what it takes: "--trace N".
+   static CLI::Option *
+   option( CLI::App & command, std::string const & words, auto & value, std::string const & title ) {
+      std::size_t const blank = words.find( ' ' );
+      return command.add_option( words.substr( 0, blank ), value, title )->type_name( words.substr( blank + 1 ) );
    }
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };

@@ -22,8 +22,8 @@ class Journal final : private Sim::CardListener {
    static constexpr char eraseLine[] = "\r\033[K";
 
  public:
-   /// Shows traces up to `traceLevel`, of those that are on (report/TracesOn.h); none without. The card is configured, and its machines are not made yet; all
-   /// outlive the journal.
+   /// Shows traces up to `traceLevel`, of those that are on (report/TracesOn.h); none without. The card is configured,
+   /// and its machines are not made yet; all outlive the journal.
    Journal(
       std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
       std::optional<U32> traceLevel );

@@ -124,6 +124,8 @@ class Narrator::Chip : public ChipStanding {
       std::visit( [&]( auto const & values ) { told( ns, values ); }, step );
    }
 
+   bool isLocking() const { return state == "locking"; }
+
    void pollShow() {
       if ( std::exchange( pollShown_, true ) ) return;
       ApllStatus const status( poll.status );
@@ -215,48 +217,33 @@ class Narrator::Chip : public ChipStanding {
    void told( U64, Steps::FrequencyRead const & read ) { frequencyInHz = read.frequencyInHz; }
 
    void told( U64 ns, Steps::Published const & published ) {
-      stateIs( ns, published.state );
+      stateIs( ns, stringValue( published.state ).stdString() );
       std::string const now = stringValue( published.clock ).stdString();
       if ( std::exchange( clock, now ) == now ) return;
       narrator_.line( { ns, description_.clockStatus, "clock " + now, "", toneOfState( now ) } );
    }
 
-   void stateIs( U64 ns, Max24305::State published ) {
-      std::string const now = stringValue( published ).stdString();
-      std::string const before = std::exchange( state, now );
-      if ( before == now ) return;
-      bool const wasLocking = before == stringValue( Max24305::locking_ ).stdString();
-      if ( wasLocking ) pollShow();
-      switch ( published ) {
-      case Max24305::ready_: {
-         times.endNs = ns;
-         std::string const output = frequencyInHz ? fmt::format( "{} Hz", *frequencyInHz ) : "unknown";
-         line(
-            ns, now, fmt::format( "after {} {}, output {}", poll.number, poll.number == 1 ? "poll" : "polls", output ),
-            Tone::good_ );
-         break;
-      }
-      case Max24305::failed_:
-         if ( !wasLocking ) break;   // the attempt has told of itself
-         times.endNs = ns;
-         line( ns, now, fmt::format( "no lock after {} polls", poll.number ), Tone::bad_ );
-         break;
-      default:
-         if ( published == Max24305::uninitialized_ ) attempts = 0;
-         line( ns, now, "", Tone::busy_ );
-      }
+   void told( U64 ns, Steps::TolvanePublished const & published ) {
+      stateIs( ns, stringValue( published.state ).stdString() );
    }
 
-   void told( U64 ns, Steps::TolvanePublished const & published ) {
-      std::string const now = stringValue( published.state ).stdString();
+   void stateIs( U64 ns, std::string const & now ) {
+      bool const wasLocking = isLocking();
       if ( std::exchange( state, now ) == now ) return;
-      if ( published.state == Tolvane::ready_ ) {
-         times.endNs = ns;
-         line( ns, now, secondsText( ns - times.begunNs.value_or( ns ) ) + " s after its reset", Tone::good_ );
-      } else if ( published.state == Tolvane::uninitialized_ ) {
-         attempts = 0;
-         line( ns, now, "", Tone::busy_ );
-      }
+      if ( wasLocking ) pollShow();
+      if ( now == "failed" && !wasLocking ) return;   // the attempt has told of itself
+      std::string details;
+      if ( now == "ready" ) details = readyText( ns );
+      if ( now == "failed" ) details = fmt::format( "no lock after {} polls", poll.number );
+      if ( now == "ready" || now == "failed" ) times.endNs = ns;
+      if ( now == "uninitialized" ) attempts = 0;
+      line( ns, now, details, toneOfState( now ) );
+   }
+
+   std::string readyText( U64 ns ) const {
+      if ( isTolvane ) return secondsText( ns - times.begunNs.value_or( ns ) ) + " s after its reset";
+      std::string const output = frequencyInHz ? fmt::format( "{} Hz", *frequencyInHz ) : "unknown";
+      return fmt::format( "after {} {}, output {}", poll.number, poll.number == 1 ? "poll" : "polls", output );
    }
 
    Narrator & narrator_;
@@ -300,7 +287,7 @@ void Narrator::take( Recording::Event const & event ) {
 void Narrator::end() {
    keptBackTell();
    for ( Chip & chip : chips_ )
-      if ( chip.state == stringValue( Max24305::locking_ ).stdString() ) chip.pollShow();
+      if ( chip.isLocking() ) chip.pollShow();
 }
 
 std::vector<ChipStanding> Narrator::standing() const { return { chips_.begin(), chips_.end() }; }

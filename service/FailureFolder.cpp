@@ -19,7 +19,7 @@ namespace {
 constexpr char firstNameEnding[] = "-first.events";
 constexpr char nameEnding[] = ".events";
 
-// Names end in their time, so that the oldest of a chip stands first.
+// The first of each chip stay.
 void oldestRemove( fs::path const & folder ) {
    std::vector<fs::directory_entry> others;
    for ( fs::directory_entry const & entry : fs::directory_iterator( folder ) )
