@@ -88,7 +88,7 @@ void warningsTell( Input::CardDescription const & card, std::string const & file
    auto const warnings = Diagnosis::warningsOf( card );
    for ( auto const & [name, place, text] : warnings ) {
       if ( name != Diagnosis::unknownOperation ) continue;
-      if ( unknownRefused ) throw Input::InputError( place + ": " + text );
+      if ( unknownRefused ) throw Input::InputError( fmt::format( "{}: {}", place, text ) );
       std::cerr << "clockpath: warning: " << place << ": " << text << '\n';
    }
    if ( warnings.empty() ) return;
