@@ -35,7 +35,7 @@ TEST( LastLinesTest, ALongOneKeepsItsEndItsFirstLineAndItsInputs ) {
    std::string const line = "{\"ns\":100,\"ev\":\"sleep\",\"forNs\":200}\n";
    Kept kept( 10 * line.size() );
    kept.log.onSleep( 100, 200 );
-   kept.log.onInput( 100, { "timeSync", "", 2 } );
+   kept.log.tell( 100, InputChange{ "timeSync", "", 2 } );
    for ( U64 i = 0; i < 300; ++i ) {
       kept.log.onSleep( 101 + i, 200 );
       ASSERT_LE( kept.lines.text().size(), 12 * line.size() + sizeof first + 50 ) << "after " << i;
