@@ -1,6 +1,6 @@
 #include "recording/Reader.h"
 
-#include "input/EnumeratorOf.h"
+#include "input/Json.h"
 #include "recording/Bundle.h"
 #include "recording/Fields.h"
 
