@@ -162,12 +162,6 @@ Header headerOf( JsonValue const & root ) {
 
 }   // namespace
 
-std::vector<std::string_view> kinds() {
-   std::vector<std::string_view> names{ firstKind };
-   names.insert( names.end(), kindNames.begin(), kindNames.end() );
-   return names;
-}
-
 Reader::Reader( std::string path ) : path_( std::move( path ) ), file_( openRecording( path_ ) ) {
    if ( !*file_ ) failToRead();
    std::optional<std::string_view> const first = nextLine();
