@@ -1,7 +1,6 @@
 #include "input/CardDescription.h"
 
 #include "hal/KivHal.h"
-#include "input/EnumeratorOf.h"
 #include "input/Json.h"
 #include "input/SequenceFile.h"
 

@@ -12,7 +12,7 @@
 // that stands twice in an object is an error.
 #pragma once
 
-#include "framework/Types.h"
+#include "framework/Enumeration.h"
 #include "input/InputError.h"
 
 #include <nlohmann/json.hpp>
@@ -142,6 +142,12 @@ std::vector<std::string_view> namesOf( Things const & things, Called const & cal
    names.reserve( things.size() );
    for ( auto const & thing : things ) names.push_back( std::invoke( called, thing ) );
    return names;
+}
+
+/// The enumerator whose text stands there.
+template<Vor::Enumeration E> E enumeratorOf( JsonValue const & value ) {
+   auto const enumerators = enumType( E{} ).enumerators();
+   return static_cast<E>( enumerators[value.oneOf( namesOf( enumerators, &Vor::Enumerator::text ) )].value );
 }
 
 /// The text of a list of choices: "a, b or c", each in double quotes.

@@ -3,7 +3,6 @@
 #include "hal/KivHal.h"
 #include "hal/Max24305Hal.h"
 #include "input/CardDescription.h"
-#include "input/EnumeratorOf.h"
 #include "input/Json.h"
 #include "sim/SpiMaster.h"
 

@@ -1,5 +1,5 @@
 // What an event log tells, as values: the first line, and a struct for each further kind of line, with the fields that
-// the line has. docs/event-log.md says when each is written; recording/Reader.h reads them.
+// the line has. docs/event-log.md says when each is written; recording/Fields.h names the fields.
 #pragma once
 
 #include "framework/Types.h"
@@ -98,11 +98,13 @@ struct Dropped {
    U64 lines = 0;
 };
 
+using What =
+   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside, Dropped>;
+
 struct Event {
    U64 ns = 0;
    std::size_t line = 0;   ///< of the file, from 1
-   std::variant<Write32, Read32, Gpo, Sleep, State, Trace, Log, Spi, Abort, Step, Gate, InputChange, Aside, Dropped>
-      what;
+   What what;
 };
 
 }   // namespace Recording

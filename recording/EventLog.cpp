@@ -1,9 +1,7 @@
 #include "recording/EventLog.h"
 
-#include "framework/Assert.h"
-#include "framework/Log.h"
-#include "framework/Trace.h"
 #include "input/Json.h"
+#include "input/Number.h"
 #include "recording/Fields.h"
 #include "sim/Scenario.h"
 
@@ -100,38 +98,63 @@ void jsonStringAppend( std::string & out, std::string_view text ) {
    out += '"';
 }
 
-// One line while it is being written: `ns` and `ev` first, then fields, then the line's end as it is destroyed. A field
-// without a value is left out.
-class EventLog::Line {
- public:
-   Line( EventLog & log, U64 ns, std::string_view event ) : log_( log ), out_( log.pending_ ) {
-      out_ += "{\"ns\":";
-      append( ns );
-      field( "ev", event );
-   }
-   ~Line() {
-      out_ += "}\n";
-      log_.lineEnded();
-   }
-   Line( Line const & ) = delete;
-   Line & operator=( Line const & ) = delete;
+namespace {
 
-   Line & field( std::string_view name, auto const & value ) {
+// Writes events, each as one line: `ns` and `ev` first, then its fields. A field without a value is left out.
+class LineWriter {
+ public:
+   explicit LineWriter( std::string & out ) : out_( out ) {}
+
+   void append( Event const & event ) {
+      out_ += "{\"ns\":";
+      append( event.ns );
+      field( "ev", kindNames[event.what.index()] );
+      std::visit( [this]( auto const & what ) { fields( what ); }, event.what );
+      out_ += "}\n";
+   }
+
+ private:
+   void fields( auto const & values ) {
+      forEachField( values, [this]( std::string_view name, auto const & value ) { field( name, value ); } );
+   }
+   void fields( InputChange const & change ) {
+      field( "what", change.what );
+      if ( !change.of.empty() ) field( "of", change.of );
+      if ( isNumber( change.what ) )
+         field( "value", change.value );
+      else
+         field( "value", change.value != 0 );
+   }
+   // No enumerator's text is a number.
+   void fields( State const & state ) {
+      field( "entity", state.entity );
+      field( "attr", state.attr );
+      if ( auto const number = Input::numberOf( state.value ) )
+         field( "value", *number );
+      else
+         field( "value", state.value );
+   }
+
+   void field( std::string_view name, auto const & value ) {
       out_ += std::exchange( separator_, ",\"" );
       out_ += name;
       out_ += "\":";
       append( value );
-      return *this;
    }
-   template<class Value> Line & field( std::string_view name, std::optional<Value> const & value ) {
-      return value ? field( name, *value ) : *this;
+   template<class Value> void field( std::string_view name, std::optional<Value> const & value ) {
+      if ( value ) field( name, *value );
    }
-   template<class Step> void stepFields( Step const & step ) {
-      field( "step", stepName<Step>() );
-      forEachField( step, [&]( std::string_view name, auto const & value ) { field( name, value ); } );
+   // The name of a step, and behind it the step's own fields.
+   template<class... Steps> void stepFields( std::variant<Steps...> const & step ) {
+      std::visit(
+         [this]<class One>( One const & values ) {
+            field( "step", stepName<One>() );
+            fields( values );
+         },
+         step );
    }
+   void field( std::string_view, Hardware::Step const & step ) { stepFields( step ); }
 
- private:
    // `fill` adds the fields of an object that is a value.
    void object( auto const & fill ) {
       out_ += '{';
@@ -140,11 +163,11 @@ class EventLog::Line {
       separator_ = ",\"";
       out_ += '}';
    }
-   void list( auto const & values, auto const & appendOne ) {
+   void list( auto const & values ) {
       std::string_view separator = "[";
       for ( auto const & value : values ) {
          out_ += std::exchange( separator, "," );
-         appendOne( value );
+         append( value );
       }
       out_ += values.empty() ? "[]" : "]";
    }
@@ -156,9 +179,7 @@ class EventLog::Line {
       fmt::format_int const digits( number );
       out_.append( digits.data(), digits.size() );
    }
-   void append( std::array<U8, 4> const & bytes ) {
-      list( bytes, [this]( U8 byte ) { append( byte ); } );
-   }
+   void append( std::array<U8, 4> const & bytes ) { list( bytes ); }
    void append( Vor::Enumeration auto value ) {
       if ( char const * const text = enumType( value ).text( value ) )
          append( std::string_view( text ) );
@@ -166,30 +187,25 @@ class EventLog::Line {
          append( U32{ value } );
    }
    void append( Hardware::Steps::Outcome outcome ) { append( outcomeNames[static_cast<std::size_t>( outcome )] ); }
-   void append( Hardware::Max24305::Op const & op ) {
-      object( [&] { forEachField( op, [this]( std::string_view name, auto value ) { field( name, value ); } ); } );
-   }
    void append( decltype( Hardware::Steps::AttemptFailed::at ) const & at ) {
-      object( [&] { std::visit( [this]( auto const & done ) { stepFields( done ); }, at ); } );
+      object( [&] { stepFields( at ); } );
    }
-   void append( std::span<Hardware::GateRow const> rows ) {
-      list( rows, [this]( Hardware::GateRow const & row ) {
-         object( [&] { field( "condition", row.condition ).field( "value", row.value ).field( "met", row.met ); } );
-      } );
+   void append( std::vector<Hardware::GateRow> const & rows ) { list( rows ); }
+   void append( HasFields auto const & values ) {
+      object( [&] { fields( values ); } );
    }
 
-   EventLog & log_;
    std::string & out_;
    std::string_view separator_ = ",\"";   // before the next field
 };
+
+}   // namespace
 
 void EventLog::flush() {
    out_.write( pending_.data(), static_cast<std::streamsize>( pending_.size() ) );
    out_.flush();
    pending_.clear();
 }
-
-EventLog::Line EventLog::line( U64 ns, std::string_view event ) { return { *this, ns, event }; }
 
 void EventLog::onRecording( Header const & header ) {
    Input::Json first{
@@ -203,75 +219,10 @@ void EventLog::onRecording( Header const & header ) {
    lineEnded();
 }
 
-void EventLog::onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) {
-   if ( auto const * const gate = std::get_if<Hardware::Steps::GateEvaluated>( &step ) ) {
-      line( ns, "gate" ).field( "chip", chip ).field( "rows", gate->rows );
-      return;
-   }
-   Line told = line( ns, "step" );
-   told.field( "chip", chip );
-   std::visit( [&]( auto const & values ) { told.stepFields( values ); }, step );
-}
-
-void EventLog::onInput( U64 ns, InputChange const & change ) {
-   Line input = line( ns, "input" );
-   input.field( "what", change.what );
-   if ( !change.of.empty() ) input.field( "of", change.of );
-   if ( isNumber( change.what ) )
-      input.field( "value", change.value );
-   else
-      input.field( "value", change.value != 0 );
-}
-
-void EventLog::onAside( U64 ns, Aside const & aside ) {
-   line( ns, "aside" ).field( "by", aside.by ).field( "begins", aside.begins );
-}
-
-void EventLog::onWrite32( U64 ns, U32 address, U32 value ) {
-   line( ns, "write32" ).field( "address", address ).field( "value", value );
-}
-
-void EventLog::onRead32( U64 ns, U32 address, U32 value ) {
-   line( ns, "read32" ).field( "address", address ).field( "value", value );
-}
-
-void EventLog::onGpo( U64 ns, std::string_view name, bool active ) {
-   line( ns, "gpo" ).field( "name", name ).field( "active", active );
-}
-
-void EventLog::onSleep( U64 ns, U64 forNs ) { line( ns, "sleep" ).field( "forNs", forNs ); }
-
-void EventLog::onState( U64 ns, Sim::StateChange const & change ) {
-   Line state = line( ns, "state" );
-   state.field( "entity", change.entity ).field( "attr", change.attr );
-   if ( change.text.empty() )
-      state.field( "value", change.value );
-   else
-      state.field( "value", change.text );
-}
-
-void EventLog::onTrace( U64 ns, Vor::TraceRecord const & record ) {
-   line( ns, "trace" )
-      .field( "facility", record.facility )
-      .field( "level", record.level )
-      .field( "source", record.source )
-      .field( "function", record.function )
-      .field( "text", record.text );
-}
-
-void EventLog::onLog( U64 ns, Vor::LogRecord const & record ) { line( ns, "log" ).field( "id", record.id ); }
-
-void EventLog::onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) {
-   line( ns, "spi" ).field( "chip", chip ).field( "bytes", bytes ).field( "response", response );
-}
-
-void EventLog::onAbort( U64 ns, Vor::AssertionFailure const & failure ) {
-   line( ns, "abort" )
-      .field( "expression", failure.expression )
-      .field( "source", failure.source )
-      .field( "function", failure.function )
-      .field( "line", failure.line );
-   flush();
+void EventLog::onEvent( Event const & event ) {
+   LineWriter( pending_ ).append( event );
+   lineEnded();
+   if ( std::holds_alternative<Abort>( event.what ) ) flush();
 }
 
 }   // namespace Recording

@@ -1,8 +1,7 @@
 // The event log: JSON Lines, one event a line, in the order in which things happened.
 //
-// The first line makes the log self-contained: recording/Recorder.h writes it, and hands in the kinds of lines that
-// come from elsewhere than a CardListener. Every line begins with `ns` and `ev`; the further fields follow in the order
-// of the arguments:
+// The first line makes the log self-contained. Every other begins with `ns` and `ev`; the further fields follow in the
+// order of recording/Fields.h:
 //
 //    {"ns":0,"ev":"gpo","name":"ptp0Reset","active":true}
 //    {"ns":1310003200,"ev":"spi","chip":"ptp0","bytes":[3,0,48,0],"response":94}
@@ -39,26 +38,9 @@ class EventLog final : public Listener {
    void flush();
 
    void onRecording( Header const & header ) override;
-   /// A gate that was looked at is a kind of line of its own.
-   void onStep( U64 ns, std::string_view chip, Hardware::Step const & step ) override;
-   void onInput( U64 ns, InputChange const & change ) override;
-   void onAside( U64 ns, Aside const & aside ) override;
-
-   void onWrite32( U64 ns, U32 address, U32 value ) override;
-   void onRead32( U64 ns, U32 address, U32 value ) override;
-   void onGpo( U64 ns, std::string_view name, bool active ) override;
-   void onSleep( U64 ns, U64 forNs ) override;
-   void onState( U64 ns, Sim::StateChange const & change ) override;
-   void onTrace( U64 ns, Vor::TraceRecord const & record ) override;
-   void onLog( U64 ns, Vor::LogRecord const & record ) override;
-   void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) override;
-   void onAbort( U64 ns, Vor::AssertionFailure const & failure ) override;
+   void onEvent( Event const & event ) override;
 
  private:
-   class Line;
-
-   Line line( U64 ns, std::string_view event );
-
    void lineEnded() {
       if ( pending_.size() >= pieceSize_ ) flush();
    }

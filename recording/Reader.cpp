@@ -17,12 +17,14 @@ namespace {
 
 using Input::JsonObject;
 using Input::JsonValue;
-using What = decltype( Event::what );
 
-// The fields of the object, as those of a struct; below the readers of all that may stand there.
+// What stands at a place, as a value of its type; the fields of an object, as those of a struct.
+
 template<class Struct> void takeFields( JsonObject & object, Struct & values );
 
-// What stands at a place, as a value of its type.
+void take( JsonValue const & place, std::string & text ) { text = place.text(); }
+
+void take( JsonValue const & place, Vor::String & text ) { text = place.text(); }
 
 void take( JsonValue const & place, bool & value ) { value = place.boolean(); }
 
@@ -33,10 +35,7 @@ void take( JsonValue const & place, std::unsigned_integral auto & value ) {
 
 void take( JsonValue const & place, Vor::Enumeration auto & value ) {
    using E = std::remove_reference_t<decltype( value )>;
-   auto const enumerators = enumType( value ).enumerators();
-   value = static_cast<E>(
-      place.isText() ? enumerators[place.oneOf( Input::namesOf( enumerators, &Vor::Enumerator::text ) )].value
-                     : place.u32() );
+   value = place.isText() ? Input::enumeratorOf<E>( place ) : static_cast<E>( place.u32() );
 }
 
 void take( JsonValue const & place, Hardware::Steps::Outcome & value ) {
@@ -47,9 +46,9 @@ template<class Value> void take( JsonValue const & place, std::optional<Value> &
    if ( place.present() ) take( place, value.emplace() );
 }
 
-void take( JsonValue const & place, Hardware::Max24305::Op & op ) {
+void take( JsonValue const & place, HasFields auto & values ) {
    JsonObject object = place.object();
-   takeFields( object, op );
+   takeFields( object, values );
 }
 
 void take( JsonValue const & place, decltype( Hardware::Steps::AttemptFailed::at ) & at ) {
@@ -61,51 +60,42 @@ void take( JsonValue const & place, decltype( Hardware::Steps::AttemptFailed::at
       takeFields( object, at.emplace<EnableDone>() );
 }
 
+void take( JsonValue const & place, std::array<U8, 4> & bytes ) {
+   std::vector<JsonValue> const list = place.list();
+   if ( list.size() != bytes.size() ) place.fail( "a list of 4 bytes" );
+   for ( std::size_t i = 0; i < bytes.size(); ++i ) take( list[i], bytes[i] );
+}
+
+void take( JsonValue const & place, std::vector<Hardware::GateRow> & rows ) {
+   for ( JsonValue const & row : place.list() ) take( row, rows.emplace_back() );
+}
+
+void takeField( JsonObject & object, std::string_view name, auto & value ) { take( object[name], value ); }
+
+// The alternative of that place in a variant, blank.
+template<class Variant> Variant alternative( std::size_t place ) {
+   Variant blank;
+   auto const emplace = [&]<std::size_t... places>( std::index_sequence<places...> ) {
+      ( static_cast<void>( place == places && ( blank.template emplace<places>(), true ) ), ... );
+   };
+   emplace( std::make_index_sequence<std::variant_size_v<Variant>>() );
+   return blank;
+}
+
+// The step's own fields stand behind its name.
+void takeField( JsonObject & object, std::string_view name, Hardware::Step & step ) {
+   step = alternative<Hardware::Step>( object[name].oneOf( { stepNames.begin(), stepNames.end() } ) );
+   std::visit( [&]( auto & values ) { takeFields( object, values ); }, step );
+}
+
 template<class Struct> void takeFields( JsonObject & object, Struct & values ) {
-   forEachField( values, [&]( std::string_view name, auto & value ) { take( object[name], value ); } );
+   forEachField( values, [&]( std::string_view name, auto & value ) { takeField( object, name, value ); } );
 }
 
-template<class Value> Value taken( JsonValue const & place ) {
-   Value value{};
-   take( place, value );
-   return value;
-}
-
-What spiOf( JsonObject & object ) {
-   Spi spi{ object["chip"].text(), {}, taken<U8>( object["response"] ) };
-   std::vector<JsonValue> const bytes = object["bytes"].list();
-   if ( bytes.size() != spi.bytes.size() ) object["bytes"].fail( "a list of 4 bytes" );
-   std::ranges::transform( bytes, spi.bytes.begin(), taken<U8> );
-   return spi;
-}
-
-What stateOf( JsonObject & object ) {
+void takeFields( JsonObject & object, State & state ) {
    JsonValue const value = object["value"];
-   return State{
+   state = {
       object["entity"].text(), object["attr"].text(), value.isText() ? value.text() : std::to_string( value.u32() ) };
-}
-
-// The alternative of that place in the variant, then the fields of the one that it is.
-template<std::size_t... places> Hardware::Step blankStep( std::size_t place, std::index_sequence<places...> ) {
-   Hardware::Step step;
-   ( static_cast<void>( place == places && ( step.emplace<places>(), true ) ), ... );
-   return step;
-}
-
-What stepOf( JsonObject & object ) {
-   std::size_t const place = object["step"].oneOf( { stepNames.begin(), stepNames.end() } );
-   Step told{ object["chip"].text(), blankStep( place, std::make_index_sequence<stepNames.size()>() ) };
-   std::visit( [&]( auto & values ) { takeFields( object, values ); }, told.step );
-   return told;
-}
-
-What gateOf( JsonObject & object ) {
-   Gate gate{ object["chip"].text(), {} };
-   for ( JsonValue const & value : object["rows"].list() ) {
-      JsonObject row = value.object();
-      gate.rows.push_back( { row["condition"].text(), row["value"].text(), row["met"].boolean() } );
-   }
-   return gate;
 }
 
 InputChange inputOf( std::string what, std::string of, JsonValue const & value ) {
@@ -113,50 +103,9 @@ InputChange inputOf( std::string what, std::string of, JsonValue const & value )
    return { std::move( what ), std::move( of ), number ? value.u32() : value.boolean() };
 }
 
-constexpr std::string_view firstKind = "recording";
-
-struct KindOfLine {
-   std::string_view name;
-   What ( *read )( JsonObject & );
-};
-
-constexpr auto kindsOfLines = std::to_array<KindOfLine>(
-   { { "write32",
-       []( JsonObject & o ) -> What {
-          return Write32{ o["address"].u32(), o["value"].u32() };
-       } },
-     { "read32",
-       []( JsonObject & o ) -> What {
-          return Read32{ o["address"].u32(), o["value"].u32() };
-       } },
-     { "gpo",
-       []( JsonObject & o ) -> What {
-          return Gpo{ o["name"].text(), o["active"].boolean() };
-       } },
-     { "sleep", []( JsonObject & o ) -> What { return Sleep{ o["forNs"].u64() }; } },
-     { "state", stateOf },
-     { "trace",
-       []( JsonObject & o ) -> What {
-          return Trace{
-             o["facility"].text(), o["level"].u32(), o["source"].text(), o["function"].text(), o["text"].text() };
-       } },
-     { "log", []( JsonObject & o ) -> What { return Log{ o["id"].text() }; } },
-     { "spi", spiOf },
-     { "abort",
-       []( JsonObject & o ) -> What {
-          return Abort{ o["expression"].text(), o["source"].text(), o["function"].text(), o["line"].u32() };
-       } },
-     { "step", stepOf },
-     { "gate", gateOf },
-     { "input",
-       []( JsonObject & o ) -> What {
-          return inputOf( o["what"].text(), o["of"].present() ? o["of"].text() : "", o["value"] );
-       } },
-     { "aside",
-       []( JsonObject & o ) -> What {
-          return Aside{ o["by"].text(), o["begins"].boolean() };
-       } },
-     { "dropped", []( JsonObject & o ) -> What { return Dropped{ o["lines"].u64() }; } } } );
+void takeFields( JsonObject & object, InputChange & change ) {
+   change = inputOf( object["what"].text(), object["of"].present() ? object["of"].text() : "", object["value"] );
+}
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {
    try {
@@ -213,12 +162,6 @@ Header headerOf( JsonValue const & root ) {
 
 }   // namespace
 
-std::vector<std::string_view> kinds() {
-   std::vector<std::string_view> names = Input::namesOf( kindsOfLines );
-   names.insert( names.begin(), firstKind );
-   return names;
-}
-
 Reader::Reader( std::string path ) : path_( std::move( path ) ), file_( openRecording( path_ ) ) {
    if ( !*file_ ) failToRead();
    std::optional<std::string_view> const first = nextLine();
@@ -238,10 +181,11 @@ std::optional<Event> Reader::next() {
    while ( std::optional<std::string_view> const line = nextLine() ) {
       Input::JsonDocument const document = documentOf( place(), *line );
       JsonObject object = document.root().object();
-      Event event{ object["ns"].u64(), line_, {} };
-      auto const * const kind = std::ranges::find( kindsOfLines, object["ev"].text(), &KindOfLine::name );
-      if ( kind != kindsOfLines.end() ) {
-         event.what = kind->read( object );
+      U64 const ns = object["ns"].u64();
+      auto const * const kind = std::ranges::find( kindNames, object["ev"].text() );
+      if ( kind != kindNames.end() ) {
+         Event event{ ns, line_, alternative<What>( static_cast<std::size_t>( kind - kindNames.begin() ) ) };
+         std::visit( [&]( auto & what ) { takeFields( object, what ); }, event.what );
          return event;
       }
       ++skipped_;

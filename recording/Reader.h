@@ -20,12 +20,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Recording {
-
-/// The kinds of lines that are known, as `ev` has them, that of the first line too.
-std::vector<std::string_view> kinds();
 
 class Reader {
  public:

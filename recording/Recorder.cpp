@@ -1,7 +1,6 @@
 #include "recording/Recorder.h"
 
 #include "platform/SimulationVmid.h"
-#include "recording/Event.h"
 
 #include <algorithm>
 
@@ -16,7 +15,7 @@ class Recorder::Watch final : public Vor::EntityObserver {
       if ( attribute.name != source_.attribute ) return;
       auto const * const stage = std::get_if<Vor::String>( &key );
       std::string const & of = stage ? stage->stdString() : source_.of;
-      recorder_.listener_.onInput( recorder_.events_.nowNs(), { source_.what, of, source_.value( of ) } );
+      recorder_.listener_.tell( recorder_.events_.nowNs(), InputChange{ source_.what, of, source_.value( of ) } );
    }
 
  private:

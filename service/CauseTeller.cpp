@@ -14,7 +14,7 @@ constexpr U64 longWaitNs = 30'000'000'000;
 }   // namespace
 
 CauseTeller::Kept::Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began )
-   : folder( std::move( folder ) ), recorder( log, events, card, began ) {}
+   : folder( std::move( folder ) ), recorder( last, events, card, began ) {}
 
 CauseTeller::CauseTeller(
    Sim::CardEvents & events, Card const & card, Journal & journal, std::optional<FailureFolder> folder,
@@ -71,7 +71,7 @@ void CauseTeller::take( Recording::Event const & event ) {
 void CauseTeller::keep( std::string const & chip ) {
    if ( !kept_ ) return;
    try {
-      std::string const path = kept_->folder.keep( chip, kept_->lines.text() );
+      std::string const path = kept_->folder.keep( chip, kept_->last.text() );
       journal_.text( "  file   " + path + "  (clockpath replay " + path + ")\n" );
    } catch ( std::exception const & error ) {
       journal_.line( std::string( "the recording of the failure is not kept: " ) + error.what() );

@@ -8,15 +8,13 @@
 #pragma once
 
 #include "diagnosis/Cause.h"
-#include "recording/EventLog.h"
 #include "recording/EventStream.h"
-#include "recording/LastLines.h"
+#include "recording/LastEvents.h"
 #include "recording/Recorder.h"
 #include "report/Journal.h"
 #include "service/FailureFolder.h"
 
 #include <optional>
-#include <ostream>
 #include <set>
 #include <string>
 
@@ -46,9 +44,7 @@ class CauseTeller {
    struct Kept {
       Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began );
       FailureFolder const folder;
-      Recording::LastLines lines;
-      std::ostream out{ &lines };
-      Recording::EventLog log{ out, 1 };
+      Recording::LastEvents last;
       Recording::Recorder const recorder;
    };
 

@@ -89,7 +89,10 @@ TEST_F( EventLogTest, EachEventIsALineWithItsFieldsInOrder ) {
    log.onTrace( 5'000, { "Hardware::Max24305Sm", 1, "Max24305Sm", "doRead", 42, traced } );
    log.onLog( 6'000, logged( "MAX24305_INIT_FAILED" ) );
    log.onSpi( 7'000, "ptp0", { 3, 0x12, 0x34, 0 }, 0x5A );
-   log.onAside( 7'000, { "poke", true } );
+   log.tell( 7'000, Aside{ "poke", true } );
+   log.tell( 7'000, InputChange{ "gpoHam", "osc0", 1 } );
+   log.tell( 7'000, InputChange{ "timeSync", "", 1 } );
+   log.tell( 7'000, Dropped{ 17 } );
    log.onAbort( std::numeric_limits<U64>::max(), { "resetGpo()", "Max24305Sm", "void Machine::start()", 12 } );
    log.onScenario( 8'000, "no line" );
    std::string const expected = R"json({"ns":0,"ev":"write32","address":256,"value":2147487744}
@@ -103,6 +106,9 @@ TEST_F( EventLogTest, EachEventIsALineWithItsFieldsInOrder ) {
 {"ns":6000,"ev":"log","id":"MAX24305_INIT_FAILED"}
 {"ns":7000,"ev":"spi","chip":"ptp0","bytes":[3,18,52,0],"response":90}
 {"ns":7000,"ev":"aside","by":"poke","begins":true}
+{"ns":7000,"ev":"input","what":"gpoHam","of":"osc0","value":true}
+{"ns":7000,"ev":"input","what":"timeSync","value":1}
+{"ns":7000,"ev":"dropped","lines":17}
 {"ns":18446744073709551615,"ev":"abort","expression":"resetGpo()","source":"Max24305Sm","function":"void Machine::start()","line":12}
 )json";
    EXPECT_EQ( text(), expected );

@@ -19,32 +19,7 @@ namespace {
 
 std::string textOf( Event const & event ) {
    std::ostringstream out;
-   auto const put = [&]( auto const &... values ) { ( ( out << ' ' << values ), ... ); };
-   out << event.ns << ' ' << event.what.index();
-   struct Put {
-      decltype( put ) & values;
-      void operator()( Write32 const & e ) const { values( e.address, e.value ); }
-      void operator()( Read32 const & e ) const { values( e.address, e.value ); }
-      void operator()( Gpo const & e ) const { values( e.name, e.active ); }
-      void operator()( Sleep const & e ) const { values( e.forNs ); }
-      void operator()( State const & e ) const { values( e.entity, e.attr, e.value ); }
-      void operator()( Trace const & e ) const { values( e.facility, e.level, e.source, e.function, e.text ); }
-      void operator()( Log const & e ) const { values( e.id ); }
-      void operator()( Spi const & e ) const {
-         values(
-            e.chip, int( e.bytes[0] ), int( e.bytes[1] ), int( e.bytes[2] ), int( e.bytes[3] ), int( e.response ) );
-      }
-      void operator()( Abort const & e ) const { values( e.expression, e.source, e.function, e.line ); }
-      void operator()( Step const & e ) const { values( e.chip, e.step.index() ); }
-      void operator()( Gate const & e ) const {
-         values( e.chip );
-         for ( auto const & row : e.rows ) values( row.condition, row.value, row.met );
-      }
-      void operator()( InputChange const & e ) const { values( e.what, e.of, e.value ); }
-      void operator()( Aside const & e ) const { values( e.by, e.begins ); }
-      void operator()( Dropped const & e ) const { values( e.lines ); }
-   };
-   std::visit( Put{ put }, event.what );
+   EventLog( out, 1 ).onEvent( event );
    return out.str();
 }
 
@@ -80,7 +55,7 @@ TEST( EventStreamTest, HandsOnLogsAccessesOfOthersAndTheAbort ) {
    EventStream stream( [&]( Event const & event ) { events.push_back( event ); } );
    stream.onLog( 1, { "ID", 3, "cause", "event", "action", {} } );
    stream.onAbort( 2, { "x > 0", "Source", "void f()", 7 } );
-   stream.onAside( 3, { "poke", true } );
+   stream.tell( 3, Aside{ "poke", true } );
    ASSERT_EQ( events.size(), 3u );
    EXPECT_EQ( std::get<Log>( events[0].what ).id, "ID" );
    Abort const & abort = std::get<Abort>( events[1].what );
