@@ -109,13 +109,13 @@ class LineWriter {
       out_ += "{\"ns\":";
       append( event.ns );
       field( "ev", kindNames[event.what.index()] );
-      std::visit( [this]( auto const & what ) { fields( what ); }, event.what );
+      std::visit( [&]( auto const & what ) { fields( what ); }, event.what );
       out_ += "}\n";
    }
 
  private:
    void fields( auto const & values ) {
-      forEachField( values, [this]( std::string_view name, auto const & value ) { field( name, value ); } );
+      forEachField( values, [&]( std::string_view name, auto const & value ) { field( name, value ); } );
    }
    void fields( InputChange const & change ) {
       field( "what", change.what );
@@ -147,7 +147,7 @@ class LineWriter {
    // The name of a step, and behind it the step's own fields.
    template<class... Steps> void stepFields( std::variant<Steps...> const & step ) {
       std::visit(
-         [this]<class One>( One const & values ) {
+         [&]<class One>( One const & values ) {
             field( "step", stepName<One>() );
             fields( values );
          },
