@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <ranges>
 #include <set>
 
 namespace Diagnosis {
@@ -21,7 +20,11 @@ constexpr std::size_t detailsMax = 16;
 
 std::vector<std::string> detailsOf( std::vector<RegisterDifference> const & differences ) {
    std::vector<std::string> details;
-   for ( RegisterDifference const & difference : differences | std::views::take( detailsMax ) ) {
+   for ( RegisterDifference const & difference : differences ) {
+      if ( details.size() == detailsMax ) {
+         details.push_back( fmt::format( "and {} more", differences.size() - detailsMax ) );
+         break;
+      }
       std::vector<U32> bits;
       for ( U32 bit = 0; bit < 32; ++bit )
          if ( difference.bits() >> bit & 1 ) bits.push_back( bit );
@@ -33,11 +36,10 @@ std::vector<std::string> detailsOf( std::vector<RegisterDifference> const & diff
       details.push_back( fmt::format(
          "0x{:04x}  expected 0x{:02x}, {}: {}", expected.address, expected.value, found, expected.place ) );
    }
-   if ( differences.size() > detailsMax )
-      details.push_back( fmt::format( "and {} more", differences.size() - detailsMax ) );
    return details;
 }
 
+// By the enumerator.
 constexpr char const * answerTexts[] = {
    "answers", "no answer", "all ones: nothing drives the bus; see the chip's reset, its power and its wiring",
    "all zeros: the bus is held low; see the chip's reset, its power and its wiring" };
@@ -64,8 +66,10 @@ std::vector<Expectation> expectationsOf( Input::Max24305Description const & chip
       U8 const mask = changing == chip.simulatedVolatile.end() ? 0xFF : static_cast<U8>( ~changing->second );
       expectations[reg] = { reg, op.value, mask, !written.contains( reg ), chip.operationText( at ) };
    }
-   auto const all = expectations | std::views::values;
-   return { all.begin(), all.end() };
+   std::vector<Expectation> all;
+   all.reserve( expectations.size() );
+   for ( auto const & [reg, expectation] : expectations ) all.push_back( expectation );
+   return all;
 }
 
 ChipAudit auditOf( Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm ) {
