@@ -45,8 +45,8 @@ Attempt const * BringUp::lastStopped() const {
    return last == attempts.rend() ? nullptr : &*last;
 }
 
-Story::Story( Recording::Header const & header, std::string words )
-   : header_( header ), words_( words.empty() ? header.card.file : std::move( words ) ) {
+Story::Story( Recording::Header const & header, std::string const & words )
+   : header_( header ), words_( words.empty() ? header.card.file : words ) {
    for ( auto const & chip : header_.card.tolvanes )
       chips_.push_back( { .name = chip.name, .resetOutput = chip.resetGpoName } );
    for ( auto const & chip : header_.card.max24305s )

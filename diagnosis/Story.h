@@ -104,7 +104,7 @@ struct ChipStory {
 class Story {
  public:
    /// `words`: how commands are told which card it is; its description's file unless they say otherwise.
-   explicit Story( Recording::Header const & header, std::string words = {} );
+   explicit Story( Recording::Header const & header, std::string const & words = {} );
    Story( Story const & ) = delete;
    Story & operator=( Story const & ) = delete;
 
@@ -132,7 +132,7 @@ class Story {
    void told( Recording::Gpo const & gpo );
    void told( Recording::Step const & step );
    void told( Recording::Gate const & gate );
-   void told( Recording::InputChange const & input );
+   void told( Recording::InputChange const & change );
    void told( Recording::State const & state );
    void told( Recording::Abort const & abort ) { abort_ = abort; }
    void told( auto const & ) {}
