@@ -18,39 +18,31 @@ namespace {
 
 constexpr std::size_t detailsMax = 16;
 
-std::string differenceText( RegisterDifference const & difference ) {
-   Expectation const & expected = difference.expected;
-   std::string const text = fmt::format( "0x{:04x}  expected 0x{:02x}, ", expected.address, expected.value );
-   if ( !difference.found ) return text + "no answer: " + expected.place;
-   std::vector<U32> bits;
-   for ( U32 bit = 0; bit < 32; ++bit )
-      if ( difference.bits() >> bit & 1 ) bits.push_back( bit );
-   return text + fmt::format(
-                    "found 0x{:02x}, bit{} {}: {}", *difference.found, bits.size() == 1 ? "" : "s",
-                    fmt::join( bits, ", " ), expected.place );
-}
-
 std::vector<std::string> detailsOf( std::vector<RegisterDifference> const & differences ) {
    std::vector<std::string> details;
-   for ( std::size_t at = 0; at < std::min( differences.size(), detailsMax ); ++at )
-      details.push_back( differenceText( differences[at] ) );
-   if ( differences.size() > detailsMax )
-      details.push_back( fmt::format( "and {} more", differences.size() - detailsMax ) );
+   for ( RegisterDifference const & difference : differences ) {
+      if ( details.size() == detailsMax ) {
+         details.push_back( fmt::format( "and {} more", differences.size() - detailsMax ) );
+         break;
+      }
+      std::vector<U32> bits;
+      for ( U32 bit = 0; bit < 32; ++bit )
+         if ( difference.bits() >> bit & 1 ) bits.push_back( bit );
+      std::string const found = difference.found ? fmt::format(
+                                                      "found 0x{:02x}, bit{} {}", *difference.found,
+                                                      bits.size() == 1 ? "" : "s", fmt::join( bits, ", " ) )
+                                                 : "no answer";
+      Expectation const & expected = difference.expected;
+      details.push_back( fmt::format(
+         "0x{:04x}  expected 0x{:02x}, {}: {}", expected.address, expected.value, found, expected.place ) );
+   }
    return details;
 }
 
-char const * answerText( ChipAudit::Answer answer ) {
-   switch ( answer ) {
-   case ChipAudit::Answer::none_:
-      return "no answer";
-   case ChipAudit::Answer::allOnes_:
-      return "all ones: nothing drives the bus; see the chip's reset, its power and its wiring";
-   case ChipAudit::Answer::allZeros_:
-      return "all zeros: the bus is held low; see the chip's reset, its power and its wiring";
-   default:
-      return "answers";
-   }
-}
+// By the enumerator.
+constexpr char const * answerTexts[] = {
+   "answers", "no answer", "all ones: nothing drives the bus; see the chip's reset, its power and its wiring",
+   "all zeros: the bus is held low; see the chip's reset, its power and its wiring" };
 
 bool enabled( U32 word ) {
    Hardware::TolvaneEnable const enable( word );
@@ -136,7 +128,7 @@ std::vector<Point> ChipAudit::points() const {
       add( name, differences.empty(), fmt::format( "{} of {} as expected", count - differences.size(), count ) );
       points.back().details = detailsOf( differences );
    };
-   add( "bus", answer == Answer::yes_, answerText( answer ) );
+   add( "bus", answer == Answer::yes_, answerTexts[static_cast<std::size_t>( answer )] );
    if ( spiCtrl ) {
       Hardware::SpiCtrl const fifos( *spiCtrl );
       add(

@@ -22,9 +22,9 @@ class Investigation {
 
    std::vector<Cause> causes() {
       std::optional<Cause> const gone = cardCause( story_, looks_ );
-      if ( gone ) add( {}, *gone );
-      for ( Absence const & absence : story_.absences() )
-         if ( absence.toNs ) addEarlier( absenceCause( absence ), *absence.toNs );
+      add( gone );
+      for ( Loss const & absence : story_.absences() )
+         if ( absence.backNs ) addEarlier( absenceCause( absence.row.sinceNs ), *absence.backNs );
       for ( ChipStory const & chip : story_.chips() ) {
          if ( !gone ) present( chip );
          past( chip );
@@ -38,25 +38,30 @@ class Investigation {
    // What is wrong with the chip now.
    void present( ChipStory const & chip ) {
       if ( chip.ready() ) {
-         if ( !chip.last() ) return;
-         auto const look = std::ranges::find( looks_, chip.name, &ChipAudit::chip );
-         Case const ready{ story_, chip, *chip.last(), chip.stateNs, look == looks_.end() ? nullptr : &*look };
-         std::optional<Cause> const cause = chip.max24305 ? readyCause( ready ) : readyTolvaneCause( ready );
-         bool const lockLost = cause && cause->rule == "lockLost";   // for want of its reference
-         if ( !lockLost || !blamed( chip.max24305->tolvane, chip ) ) add( {}, cause );
-         retries( chip, *chip.last() );
+         if ( chip.last() ) ready( chip, *chip.last() );
          return;
       }
-      bool closed = false;
-      for ( GateRow const & row : chip.gate ) {
-         if ( row.met ) continue;
-         closed = true;
-         if ( !blamed( row.condition, chip ) ) add( {}, gateCause( chip, row ) );
-      }
-      if ( closed || !chip.last() ) return;
+      for ( GateRow const & row : chip.gate )
+         if ( !row.met && !blamed( row.condition, chip ) ) add( gateCause( chip, row ) );
+      bool const open = std::ranges::all_of( chip.gate, &GateRow::met );
+      if ( !open || !chip.last() ) return;
       // Without a reference the chip cannot lock.
-      bool const locking = chip.last()->programmedNs.has_value();
-      if ( !locking || !blamed( chip.max24305->tolvane, chip ) ) add( {}, causeOf( chip, *chip.last() ) );
+      bool const locking = chip.max24305 && chip.last()->programmedNs;
+      if ( !locking || !blamed( chip.max24305->tolvane, chip ) ) add( causeOf( chip, *chip.last() ) );
+   }
+
+   void ready( ChipStory const & chip, BringUp const & bringUp ) {
+      auto const look = std::ranges::find( looks_, chip.name, &ChipAudit::chip );
+      Case const trouble{ story_, chip, bringUp, chip.stateNs, look == looks_.end() ? nullptr : &*look };
+      std::optional<Cause> const cause = readyCause( trouble );
+      bool const lockLost = cause && cause->rule == "lockLost";   // for want of its reference
+      if ( !lockLost || !blamed( chip.max24305->tolvane, chip ) ) add( cause );
+      if ( !cause ) add( readyWarning( trouble ), Weight::warning_ );
+      if ( bringUp.failed() == 0 ) return;
+      std::optional<Cause> retries = attemptCause( { story_, chip, bringUp } );
+      if ( retries )
+         retries->what = fmt::format( "ready after {} attempts: {}", bringUp.attempts.size(), retries->what );
+      add( retries, Weight::warning_ );
    }
 
    // What brought the process down may be what the chip's own trouble has led to.
@@ -83,20 +88,9 @@ class Investigation {
    std::optional<Cause> causeOf( ChipStory const & chip, BringUp const & bringUp ) const {
       if ( bringUp.readyNs ) return {};
       Case const trouble{ story_, chip, bringUp };
-      if ( !chip.max24305 ) return tolvaneCause( trouble );
-      if ( !bringUp.programmedNs ) return attemptCause( trouble );
+      if ( !bringUp.programmedNs || !chip.max24305 ) return attemptCause( trouble );
       bool const waitsLong = bringUp.failedNs || bringUp.polls.size() >= pollsBeforeTrouble;
       return waitsLong ? lockCause( trouble ) : std::nullopt;
-   }
-
-   // Attempts that failed before the one that succeeded.
-   void retries( ChipStory const & chip, BringUp const & bringUp ) {
-      if ( bringUp.failed() == 0 ) return;
-      Case const trouble{ story_, chip, bringUp };
-      std::optional<Cause> warning = chip.max24305 ? attemptCause( trouble ) : tolvaneCause( trouble );
-      if ( !warning ) return;
-      warning->what = fmt::format( "ready after {} attempts: {}", bringUp.attempts.size(), warning->what );
-      add( Weight::warning_, std::move( warning ) );
    }
 
    // What was wrong with the chip before its present bring-up, and is over.
@@ -111,16 +105,16 @@ class Investigation {
 
    void addEarlier( std::optional<Cause> cause, U64 untilNs ) {
       if ( cause ) cause->untilNs = untilNs;
-      add( Weight::earlier_, std::move( cause ) );
+      add( std::move( cause ), Weight::earlier_ );
    }
 
    // One trouble of several chips is one cause; what stands already is not told of an earlier time.
-   void add( std::optional<Weight> weight, std::optional<Cause> cause ) {
+   void add( std::optional<Cause> cause, Weight weight = Weight::cause_ ) {
       if ( !cause ) return;
-      if ( weight ) cause->weight = *weight;
+      cause->weight = weight;
       for ( Cause & other : found_ ) {
          if ( other.rule != cause->rule || other.what != cause->what ) continue;
-         if ( other.weight == cause->weight && cause->weight == Weight::cause_ ) other.chip += ", " + cause->chip;
+         if ( other.weight == weight && weight == Weight::cause_ ) other.chip += ", " + cause->chip;
          return;
       }
       found_.push_back( std::move( *cause ) );
@@ -131,19 +125,21 @@ class Investigation {
    std::vector<Cause> found_;
 };
 
-constexpr std::string_view weightTexts[] = { "Cause", "Warning", "Earlier" };
-constexpr std::string_view weightNames[] = { "cause", "warning", "earlier" };
+struct WeightText {
+   std::string_view name;
+   std::string_view heading;
+   Host::Tone tone;
+};
 
-std::string_view of( std::string_view const ( &texts )[3], Weight weight ) {
+WeightText const & textOf( Weight weight ) {
+   static constexpr WeightText texts[] = {
+      { "cause", "Cause:", Host::Tone::bad_ },
+      { "warning", "Warning:", Host::Tone::busy_ },
+      { "earlier", "Earlier:", Host::Tone::quiet_ } };
    return texts[static_cast<std::size_t>( weight )];
 }
 
 constexpr std::size_t rowWidth = 91;   // beside its name
-
-std::string painted( Host::Style const & style, Weight weight, std::string const & text ) {
-   if ( weight == Weight::cause_ ) return style.bad( text );
-   return weight == Weight::warning_ ? style.busy( text ) : style.quiet( text );
-}
 
 }   // namespace
 
@@ -163,6 +159,20 @@ Facts Case::facts() const {
    return facts;
 }
 
+std::vector<ChipStory const *> Case::others() const {
+   std::vector<ChipStory const *> others;
+   for ( ChipStory const & other : story.chips() )
+      if ( other.max24305 && &other != &chip ) others.push_back( &other );
+   return others;
+}
+
+std::string Case::exchangedText( std::string_view what ) const {
+   std::string text;
+   for ( ChipStory const * other : others() )
+      text += fmt::format( "\nor {} of {} and {} are exchanged", what, chip.name, other->name );
+   return text;
+}
+
 std::string filledIn( std::string_view text, Facts const & facts ) {
    fmt::dynamic_format_arg_store<fmt::format_context> values;
    for ( auto const & [name, value] : facts ) values.push_back( fmt::arg( name.c_str(), std::cref( value ) ) );
@@ -174,6 +184,12 @@ std::vector<std::string> linesOf( std::string const & text ) {
    std::istringstream in( text );
    for ( std::string line; std::getline( in, line ); ) lines.push_back( line );
    return lines;
+}
+
+bool provesBus( std::span<Hardware::Max24305::Op const> operations ) {
+   return std::ranges::any_of( operations, []( auto const & op ) {
+      return op.type == Hardware::Max24305::read_ && op.value != 0 && op.value != 0xFF;
+   } );
 }
 
 std::string countText( std::size_t count, std::string_view thing ) {
@@ -193,18 +209,18 @@ bool stands( std::vector<Cause> const & causes, bool strict ) {
 std::string causesText( std::vector<Cause> const & causes, Host::Style const & style ) {
    std::string text;
    for ( Cause const & cause : causes ) {
-      std::string const time =
-         cause.untilNs ? fmt::format( "from {} to {}", timeText( cause.sinceNs ), timeText( *cause.untilNs ) )
-                       : "since " + timeText( cause.sinceNs );
+      auto const & [name, heading, tone] = textOf( cause.weight );
+      std::string const since = Host::momentText( cause.sinceNs ) + " s";
       text += fmt::format(
-         "{} {}: {}, {}\n", painted( style, cause.weight, fmt::format( "{}:", of( weightTexts, cause.weight ) ) ),
-         cause.chip, cause.what, time );
-      auto const rows = [&]( std::string_view name, std::vector<std::string> const & lines ) {
+         "{} {}: {}, {}\n", style.painted( tone, heading ), cause.chip, cause.what,
+         cause.untilNs ? fmt::format( "from {} to {} s", since, Host::momentText( *cause.untilNs ) )
+                       : "since " + since );
+      auto const rows = [&]( std::string_view row, std::vector<std::string> const & lines ) {
          bool first = true;
          for ( std::string const & line : lines )
             for ( std::string const & piece : Host::wrapped( line, rowWidth ) )
                text += fmt::format(
-                  "  {}  {}\n", style.quiet( fmt::format( "{:<5}", std::exchange( first, false ) ? name : "" ) ),
+                  "  {}  {}\n", style.quiet( fmt::format( "{:<5}", std::exchange( first, false ) ? row : "" ) ),
                   piece );
       };
       rows( "do", cause.todo );
@@ -219,7 +235,7 @@ Input::Json causesJson( std::vector<Cause> const & causes ) {
    Input::Json list = Input::Json::array();
    for ( Cause const & cause : causes )
       list.push_back(
-         { { "weight", of( weightNames, cause.weight ) },
+         { { "weight", textOf( cause.weight ).name },
            { "rule", cause.rule },
            { "chip", cause.chip },
            { "what", cause.what },

@@ -5,73 +5,70 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace Diagnosis {
 
 using Hardware::ApllStatus;
 
 namespace {
 
-struct Polls : Case {
-   explicit Polls( Case const & trouble ) : Case( trouble ), polls( bringUp.polls ) {
-      sinceNs = polls.front().ns;
-      for ( LockPoll const & poll : polls )
-         for ( std::size_t i = 0; i < 2; ++i ) locked[i].push_back( lockedNow( poll, i ) );
-   }
+// What the polls say of one APLL.
+struct Apll {
+   std::size_t firstLock = 0;   // the number of its poll; 0: none
+   std::size_t losses = 0;      // how often it was locked at one poll and not at the next
+   bool locked = false;         // at the last poll
 
-   static bool lockedNow( LockPoll const & poll, std::size_t apll ) {
-      ApllStatus const status( poll.status );
-      return apll == 0 ? status.apll1Locked() : status.apll2Locked();
+   void polled( std::size_t number, bool lockedNow ) {
+      if ( lockedNow && firstLock == 0 ) firstLock = number;
+      losses += locked && !lockedNow;
+      locked = lockedNow;
    }
-   bool ever( std::size_t apll ) const { return std::ranges::count( locked[apll], true ) > 0; }
-   // How often it was locked at one poll and not at the next.
-   std::size_t losses( std::size_t apll ) const {
-      std::size_t count = 0;
-      for ( std::size_t at = 1; at < polls.size(); ++at ) count += locked[apll][at - 1] && !locked[apll][at];
-      return count;
+};
+
+struct Polls : Case {
+   explicit Polls( Case const & trouble ) : Case( trouble ) {
+      sinceNs = bringUp.polls.front().ns;
+      for ( std::size_t number = 1; LockPoll const & poll : bringUp.polls ) {
+         ApllStatus const status( poll.status );
+         aplls[0].polled( number, status.apll1Locked() );
+         aplls[1].polled( number++, status.apll2Locked() );
+      }
    }
    // Whether the condition holds of one; the facts name it and the other.
    bool oneOf( Facts & facts, auto const & condition ) const {
       for ( std::size_t i = 0; i < 2; ++i ) {
          facts["apll"] = fmt::format( "APLL {}", i + 1 );
          facts["otherApll"] = fmt::format( "APLL {}", 2 - i );
-         if ( condition( i ) ) return true;
+         facts["first"] = std::to_string( aplls[i].firstLock );
+         if ( condition( aplls[i] ) ) return true;
       }
       return false;
    }
 
-   std::vector<LockPoll> const & polls;
-   std::vector<bool> locked[2];   // at each poll
+   Apll aplls[2];
 };
 
 bool flapping( Polls & e, Facts & facts ) {
-   return e.oneOf( facts, [&]( std::size_t apll ) { return e.losses( apll ) > 1; } );
+   return e.oneOf( facts, []( Apll const & apll ) { return apll.losses > 1; } );
 }
 
 bool lostWhileLocking( Polls & e, Facts & facts ) {
-   return e.oneOf( facts, [&]( std::size_t apll ) { return e.losses( apll ) == 1 && !e.locked[apll].back(); } );
+   return e.oneOf( facts, []( Apll const & apll ) { return apll.losses == 1 && !apll.locked; } );
 }
 
-bool neitherLocks( Polls & e, Facts & ) { return !e.ever( 0 ) && !e.ever( 1 ); }
+bool neitherLocks( Polls & e, Facts & ) { return e.aplls[0].firstLock == 0 && e.aplls[1].firstLock == 0; }
 
 // All zeros are all that has ever been read of the chip.
 bool neitherLocksUnproved( Polls & e, Facts & facts ) {
-   return neitherLocks( e, facts ) && std::ranges::none_of( e.chip.max24305->sequence, []( auto const & op ) {
-             return op.type == Hardware::Max24305::read_ && op.value != 0 && op.value != 0xFF;
-          } );
+   return neitherLocks( e, facts ) && !provesBus( e.chip.max24305->sequence );
 }
 
 bool locksLate( Polls & e, Facts & facts ) {
-   return e.oneOf( facts, [&]( std::size_t apll ) {
-      auto const first = std::ranges::find( e.locked[apll], true ) - e.locked[apll].begin();
-      facts["first"] = std::to_string( first + 1 );
-      return e.locked[apll].back() && static_cast<std::size_t>( first ) * 2 > e.polls.size();
-   } );
+   std::size_t const polls = e.bringUp.polls.size();
+   return e.oneOf( facts, [&]( Apll const & apll ) { return apll.locked && ( apll.firstLock - 1 ) * 2 > polls; } );
 }
 
 bool oneNeverLocks( Polls & e, Facts & facts ) {
-   return e.oneOf( facts, [&]( std::size_t apll ) { return !e.ever( apll ); } );
+   return e.oneOf( facts, []( Apll const & apll ) { return apll.firstLock == 0; } );
 }
 
 constexpr char allRight[] = "the bus, the reset, the sequence: all operations were right";

@@ -1,4 +1,4 @@
-// Rules for chips that are published ready and are not well all the same, and for a Tolvane that is not ready.
+// Rules for chips that are published ready and are not well all the same.
 
 #include "diagnosis/Rule.h"
 #include "hal/KivHal.h"
@@ -51,9 +51,7 @@ bool drifted( Case & e, Facts & facts ) {
 // All that were written to other than 0 hold 0: as after a reset.
 bool wiped( Case & e, Facts & facts ) {
    if ( !drifted( e, facts ) ) return false;
-   for ( ChipStory const & other : e.story.chips() )
-      if ( other.max24305 && &other != &e.chip )
-         facts["exchanged"] += "\nor the reset outputs of " + e.chip.name + " and " + other.name + " are exchanged";
+   facts["exchanged"] = e.exchangedText( "the reset outputs" );
    return std::ranges::all_of( e.look->drift, []( auto const & register_ ) { return register_.found == U8( 0 ); } );
 }
 
@@ -93,10 +91,10 @@ bool wrongFrequency( Case & e, Facts & facts ) {
 bool sharedClock( Case & e, Facts & facts ) {
    facts["clock"] = e.chip.max24305->clockStatus;
    facts["says"] = e.story.clock( facts["clock"] );
-   for ( ChipStory const & other : e.story.chips() ) {
-      facts["other"] = other.name;
-      facts["seen"] = other.name + " is " + other.state;
-      if ( other.max24305 && other.max24305->clockStatus == facts["clock"] && !other.ready() ) return true;
+   for ( ChipStory const * other : e.others() ) {
+      facts["other"] = other->name;
+      facts["seen"] = other->name + " is " + other->state;
+      if ( other->max24305->clockStatus == facts["clock"] && !other->ready() ) return true;
    }
    return false;
 }
@@ -124,43 +122,17 @@ constexpr Rule<Case> rulesOfReady[] = {
      "or statusOffset {statusOffset}, or an exchanged configOffset: {audit}" },
    { "wrongFrequency", wrongFrequency, "ready with {measured} Hz, where {wanted} Hz are asked for",
      "compare outputFrequencyInHz with the dividers of the sequence, which is for {programSeq}\n"
-     "and measure the frequency of {reference}" },
-   { "readyByNoAnswerOnce",
-     readyByNoAnswerOnce,
-     "ready by {by}: both lock bits seemed set; all is well now",
-     "look at the SPI lines and the SPI master: a poll without an answer counts as a lock",
-     {},
-     Weight::warning_ },
-   { "sharedClock",
-     sharedClock,
-     "shares the clock status {clock}, which says {says}, with {other}, which is not ready",
-     "give each chip a clockStatus of its own",
-     {},
-     Weight::warning_ },
-   { "lateLock",
-     lateLock,
-     "locked late, at poll {poll}",
-     "compare the loop's settings in the sequence with {reference}",
-     {},
-     Weight::warning_ } };
+     "and measure the frequency of {reference}" } };
+
+constexpr Rule<Case> warningsOfReady[] = {
+   { "readyByNoAnswerOnce", readyByNoAnswerOnce, "ready by {by}: both lock bits seemed set; all is well now",
+     "look at the SPI lines and the SPI master: a poll without an answer counts as a lock" },
+   { "sharedClock", sharedClock, "shares the clock status {clock}, which says {says}, with {other}, which is not ready",
+     "give each chip a clockStatus of its own" },
+   { "lateLock", lateLock, "locked late, at poll {poll}",
+     "compare the loop's settings in the sequence with {reference}" } };
 
 // The Tolvane.
-
-bool silent( Case & e, Facts & facts ) {
-   auto const attempt =
-      std::ranges::find_if( e.bringUp.attempts, []( auto const & one ) { return one.failedNs.has_value(); } );
-   if ( attempt == e.bringUp.attempts.end() ) return false;
-   e.sinceNs = *attempt->failedNs;
-   facts["seen"] = fmt::format(
-      "{} of {} failed; the register reads 0x{:x}", e.bringUp.failed(),
-      countText( e.bringUp.attempts.size(), "attempt" ), attempt->enableWord.value_or( 0 ) );
-   return true;
-}
-
-constexpr Rule<Case> rulesOfTolvane[] = {
-   { "tolvaneSilent", silent, "neither enable nor power good reads back in {base}",
-     "check its supply, and that {reset} releases its reset\n"
-     "or that its register stands at {base}: {poke} {chip}.tolvaneEnable.enable=1" } };
 
 // Either bit makes the machine publish it ready.
 bool noPowerGood( Case & e, Facts & facts ) {
@@ -182,16 +154,24 @@ bool tolvaneLost( Case & e, Facts & facts ) {
 }
 
 constexpr char powerGoodText[] = "ready, and power good does not read back: its output may be off";
+
 constexpr Rule<Case> rulesOfReadyTolvane[] = {
    { "tolvaneLost", tolvaneLost, "was ready, and neither enable nor power good reads back any more",
      "check its supply, and that {reset} does not hold it in reset" },
-   { "noPowerGoodAndNeeded", noPowerGoodAndNeeded, powerGoodText, "check its supply" },
-   { "noPowerGood", noPowerGood, powerGoodText, "check its supply", {}, Weight::warning_ } };
+   { "noPowerGood", noPowerGoodAndNeeded, powerGoodText, "check its supply" } };
+
+constexpr Rule<Case> warningsOfReadyTolvane[] = { { "noPowerGood", noPowerGood, powerGoodText, "check its supply" } };
 
 }   // namespace
 
-std::optional<Cause> readyCause( Case const & trouble ) { return firstOf<Case>( rulesOfReady, trouble ); }
-std::optional<Cause> tolvaneCause( Case const & trouble ) { return firstOf<Case>( rulesOfTolvane, trouble ); }
-std::optional<Cause> readyTolvaneCause( Case const & trouble ) { return firstOf<Case>( rulesOfReadyTolvane, trouble ); }
+std::optional<Cause> readyCause( Case const & trouble ) {
+   return trouble.chip.max24305 ? firstOf<Case>( rulesOfReady, trouble )
+                                : firstOf<Case>( rulesOfReadyTolvane, trouble );
+}
+
+std::optional<Cause> readyWarning( Case const & trouble ) {
+   return trouble.chip.max24305 ? firstOf<Case>( warningsOfReady, trouble )
+                                : firstOf<Case>( warningsOfReadyTolvane, trouble );
+}
 
 }   // namespace Diagnosis

@@ -3,8 +3,8 @@
 // chip, or one that the function found. The first row of a table that applies names the chip's cause.
 //
 //    bool oneBit( Attempts & e, Facts & facts );
-//    { "oneBit", oneBit, "register {register}: bit {bit} is wrong {always}: {mismatch}",
-//      "compare the register with the data sheet, or correct {file}", "the reset, the reference" }
+//    { "oneBit", oneBit, "register {register}: bit {bit} is sometimes wrong: {mismatch}",
+//      "check the SPI lines: levels, edges, ground", "the reset, the reference" }
 #pragma once
 
 #include "diagnosis/Cause.h"
@@ -14,7 +14,7 @@
 
 namespace Diagnosis {
 
-/// What the texts of a rule may name. "seen" is the evidence, a line of its own.
+/// What the texts of a rule may name. "seen" is the evidence, lines of their own; "rule" the rule's name.
 using Facts = std::map<std::string, std::string>;
 
 /// One chip's trouble: a bring-up that failed or hangs, or a ready chip that is not well.
@@ -27,6 +27,10 @@ struct Case {
 
    /// The facts that hold whatever the trouble: {chip}, {reset}, {selftest} and so on.
    Facts facts() const;
+   /// The other MAX24305s of the card.
+   std::vector<ChipStory const *> others() const;
+   /// Advice where a mistake in the wiring looks the same: "or the reset outputs of ptp0 and ptp1 are exchanged".
+   std::string exchangedText( std::string_view what ) const;
 };
 
 template<class Evidence> struct Rule {
@@ -35,7 +39,6 @@ template<class Evidence> struct Rule {
    std::string_view what;
    std::string_view todo;   ///< lines
    std::string_view ruledOut{};
-   Weight weight = Weight::cause_;
 };
 
 /// The text with the facts in their places.
@@ -47,9 +50,9 @@ std::vector<std::string> linesOf( std::string const & text );
 template<class Evidence> std::optional<Cause> firstOf( std::span<Rule<Evidence> const> rules, Evidence evidence ) {
    for ( Rule<Evidence> const & rule : rules ) {
       Facts facts = evidence.facts();
+      facts["rule"] = rule.name;
       if ( !rule.applies( evidence, facts ) ) continue;
       return Cause{
-         .weight = rule.weight,
          .rule = rule.name,
          .chip = evidence.chip.name,
          .what = filledIn( rule.what, facts ),
@@ -63,11 +66,10 @@ template<class Evidence> std::optional<Cause> firstOf( std::span<Rule<Evidence> 
 
 // The tables; each function gives the first cause of one.
 
-std::optional<Cause> tolvaneCause( Case const & trouble );        ///< attempts failed
-std::optional<Cause> readyTolvaneCause( Case const & trouble );   ///< published ready
-std::optional<Cause> attemptCause( Case const & trouble );        ///< attempts of a MAX24305 failed
-std::optional<Cause> lockCause( Case const & trouble );           ///< it is programmed, and has not locked
-std::optional<Cause> readyCause( Case const & trouble );          ///< it is published ready
+std::optional<Cause> attemptCause( Case const & trouble );   ///< attempts failed
+std::optional<Cause> lockCause( Case const & trouble );      ///< a MAX24305 is programmed, and has not locked
+std::optional<Cause> readyCause( Case const & trouble );     ///< it is published ready
+std::optional<Cause> readyWarning( Case const & trouble );   ///< the same, where there is no cause
 
 /// A row of its gate that is not met.
 Cause gateCause( ChipStory const & chip, GateRow const & row );
@@ -75,11 +77,11 @@ Cause gateCause( ChipStory const & chip, GateRow const & row );
 Cause assertionCause( Story const & story );
 /// The card is gone; or was, for that time.
 std::optional<Cause> cardCause( Story const & story, std::span<ChipAudit const> looks );
-Cause absenceCause( Absence const & absence );
+Cause absenceCause( U64 sinceNs );
 
+/// Whether the operations, all done, had bytes of the chip that neither a low nor a high line gives.
+bool provesBus( std::span<Hardware::Max24305::Op const> operations );
 /// "1 operation", "2 operations"
 std::string countText( std::size_t count, std::string_view thing );
-/// "1.340 s"
-std::string timeText( U64 ns );
 
 }   // namespace Diagnosis

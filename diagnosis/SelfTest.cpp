@@ -21,6 +21,12 @@ constexpr U32 repeats = 1'000;
 
 using Names = std::set<std::string>;
 
+// The chips that are there while an output is active, and after it.
+struct Pulse {
+   Names during;
+   Names after;
+};
+
 class OfflineTest {
  public:
    OfflineTest( Input::CardDescription const & card, Host::RegisterAccess & access )
@@ -34,11 +40,9 @@ class OfflineTest {
       Hardware::nsleep( settledNs );
       for ( auto const & chip : card_.max24305s ) access_.cleanUp( chip );
       atRest_ = present();
-      for ( auto const & [chip, output] : outputOf_ ) {
-         if ( inReset_.contains( output ) ) continue;   // several chips may share it
-         inReset_[output] = pulsed( output, true );
-         returned_[output] = pulsed( output, false );
-      }
+      for ( auto const & [chip, output] : outputOf_ )
+         if ( !pulses_.contains( output ) )   // several chips may share it
+            pulses_[output] = { pulsed( output, true ), pulsed( output, false ) };
       for ( auto const & [chip, output] : outputOf_ ) results_.push_back( { chip, resetPoint( chip, output ) } );
       Names const there = present();
       for ( auto const & chip : card_.max24305s )
@@ -78,18 +82,17 @@ class OfflineTest {
    Point resetPoint( std::string const & chip, std::string const & own ) const {
       bool const there = atRest_.contains( chip );
       std::vector<std::string> followed;
-      for ( auto const & [output, names] : inReset_ )
-         if ( names.contains( chip ) != there ) followed.push_back( output );
-      auto const fails = []( std::string const & text ) {
-         return Point{ .name = "reset", .well = false, .text = text };
-      };
+      for ( auto const & [output, pulse] : pulses_ )
+         if ( pulse.during.contains( chip ) != there ) followed.push_back( output );
+      auto const fails = []( std::string const & text ) { return Point{ "reset", false, text }; };
       if ( followed.empty() )
          return there ? fails( fmt::format( "pin without effect: the chip stays while {} is active", own ) )
                       : fails( fmt::format( "not there, whether {} is active or not", own ) );
-      if ( inReset_.at( own ).contains( chip ) != there ) {
+      if ( pulses_.at( own ).during.contains( chip ) != there ) {
          if ( !there ) return fails( fmt::format( "wrong polarity: there only while {} is active", own ) );
          if ( followed.size() > 1 ) return fails( fmt::format( "vanishes with {}", fmt::join( followed, ", " ) ) );
-         if ( !returned_.at( own ).contains( chip ) ) return fails( fmt::format( "does not return after {}", own ) );
+         if ( !pulses_.at( own ).after.contains( chip ) )
+            return fails( fmt::format( "does not return after {}", own ) );
          return { .name = "reset", .text = fmt::format( "vanishes and returns with {}", own ) };
       }
       std::vector<std::string> others;
@@ -140,8 +143,7 @@ class OfflineTest {
    Host::RegisterAccess & access_;
    std::map<std::string, std::string> outputOf_;   // by chip
    Names atRest_;                                  // the chips that are there while no output is active
-   std::map<std::string, Names> inReset_;          // the same while the output is active
-   std::map<std::string, Names> returned_;         // the same after it
+   std::map<std::string, Pulse> pulses_;           // by output
    std::vector<TestResult> results_;
 };
 

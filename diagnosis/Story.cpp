@@ -13,6 +13,14 @@ namespace {
 
 constexpr U32 onesWord = 0xFFFF'FFFF;
 
+constexpr std::size_t mostKept = 16;
+
+// Forgets the oldest where there are too many.
+template<class T> void keep( std::vector<T> & all, T one ) {
+   if ( all.size() == mostKept ) all.erase( all.begin() );
+   all.push_back( std::move( one ) );
+}
+
 // Whether the word is that of this register of the chip's SPI master.
 template<class Register> bool isOf( Recording::Read32 const & read, ChipStory const & chip ) {
    return chip.max24305 && read.address == chip.max24305->configOffset + Register::address();
@@ -21,30 +29,24 @@ template<class Register> bool isOf( Recording::Read32 const & read, ChipStory co
 }   // namespace
 
 Answer SpiSeen::answer() const {
-   if ( std::ranges::any_of( responses, []( U32 word ) { return SpiResponseFifo( word ).dataValid(); } ) )
-      return Answer::byte_;
-   if ( !responses.empty() ) return Answer::invalid_;
-   if ( responsesLeft() > 1 ) return Answer::several_;
-   return commandsLeft() > 0 ? Answer::notSent_ : Answer::none_;
+   if ( byteTaken ) return Answer::byte_;
+   if ( entryTaken ) return Answer::invalid_;
+   if ( responsesLeft > 1 ) return Answer::several_;
+   return commandsLeft > 0 ? Answer::notSent_ : Answer::none_;
 }
-
-U32 SpiSeen::commandsLeft() const { return control.empty() ? 0 : SpiCtrl( control.back() ).writeFifoCount(); }
-
-U32 SpiSeen::responsesLeft() const { return control.empty() ? 0 : SpiCtrl( control.back() ).readFifoCount(); }
 
 std::size_t BringUp::failed() const {
-   return static_cast<std::size_t>(
-      std::ranges::count_if( attempts, []( Attempt const & attempt ) { return attempt.failedNs.has_value(); } ) );
+   return static_cast<std::size_t>( std::ranges::count_if( attempts, &Attempt::failed ) );
 }
 
-Failure const * BringUp::lastFailure() const {
+Attempt const * BringUp::lastStopped() const {
    auto const last = std::ranges::find_if(
-      attempts.rbegin(), attempts.rend(), []( auto const & one ) { return one.failure.has_value(); } );
-   return last == attempts.rend() ? nullptr : &*last->failure;
+      attempts.rbegin(), attempts.rend(), []( Attempt const & one ) { return one.stoppedAt.has_value(); } );
+   return last == attempts.rend() ? nullptr : &*last;
 }
 
-Story::Story( Recording::Header const & header, std::string words )
-   : header_( header ), words_( words.empty() ? header.card.file : std::move( words ) ) {
+Story::Story( Recording::Header const & header, std::string const & words )
+   : header_( header ), words_( words.empty() ? header.card.file : words ) {
    for ( auto const & chip : header_.card.tolvanes )
       chips_.push_back( { .name = chip.name, .resetOutput = chip.resetGpoName } );
    for ( auto const & chip : header_.card.max24305s )
@@ -62,15 +64,9 @@ ChipStory & Story::chipOf( std::string_view name ) {
    return found != chips_.end() ? *found : chips_.emplace_back( ChipStory{ .name = std::string( name ) } );
 }
 
-U32 Story::input( std::string const & what, std::string const & of ) const {
-   auto const found = inputs_.find( { what, of } );
-   return found == inputs_.end() ? 0 : found->second;
-}
-
-std::string const & Story::clock( std::string const & status ) const {
-   static std::string const atFirst = "notReady";
+std::string Story::clock( std::string const & status ) const {
    auto const found = clocks_.find( status );
-   return found == clocks_.end() ? atFirst : found->second;
+   return found == clocks_.end() ? "notReady" : found->second;
 }
 
 void Story::take( Recording::Event const & event ) {
@@ -87,10 +83,14 @@ void Story::told( Recording::Read32 const & read ) {
    }
    for ( ChipStory & chip : chips_ ) {
       if ( isOf<SpiCtrl>( read, chip ) ) {
-         seen_[chip.name].control.push_back( read.value );
+         SpiCtrl const word( read.value );
+         chip.spi.commandsLeft = word.writeFifoCount();
+         chip.spi.responsesLeft = word.readFifoCount();
+         if ( !chip.spi.commandsAtFirst ) chip.spi.commandsAtFirst = chip.spi.commandsLeft;
          chip.masterMoved = chip.masterMoved || ( read.value != 0 && read.value != onesWord );
       } else if ( isOf<SpiResponseFifo>( read, chip ) ) {
-         seen_[chip.name].responses.push_back( read.value );
+         chip.spi.entryTaken = true;
+         chip.spi.byteTaken = chip.spi.byteTaken || SpiResponseFifo( read.value ).dataValid();
       }
    }
 }
@@ -113,24 +113,21 @@ void Story::told( Recording::Gate const & gate ) {
    ChipStory & chip = chipOf( gate.chip );
    atWork_ = chip.name;
    std::vector<GateRow> rows;
-   for ( std::size_t i = 0; i < gate.rows.size(); ++i ) {
-      auto const & row = gate.rows[i];
+   for ( auto const & row : gate.rows ) {
       rows.push_back( { row.condition.stdString(), row.value.stdString(), row.met, lastNs_ } );
       auto const before = std::ranges::find( chip.gate, rows.back().condition, &GateRow::condition );
       if ( before != chip.gate.end() && before->value == rows.back().value ) rows.back().sinceNs = before->sinceNs;
    }
    chip.gate = std::move( rows );
    auto const unmet = std::ranges::find( chip.gate, false, &GateRow::met );
-   if ( chip.ready() && unmet != chip.gate.end() ) chip.losses.push_back( { *unmet } );
+   if ( chip.ready() && unmet != chip.gate.end() ) keep( chip.losses, { *unmet } );
 }
 
 void Story::told( Recording::InputChange const & change ) {
-   U32 const value = change.value;
-   inputs_[{ change.what, change.of }] = value;
    if ( change.what != "hardwarePresent" ) return;
-   bool const absent = !absences_.empty() && !absences_.back().toNs;
-   if ( value == 0 && !absent ) absences_.push_back( { lastNs_, std::nullopt } );
-   if ( value != 0 && absent ) absences_.back().toNs = lastNs_;
+   bool const absent = !absences_.empty() && !absences_.back().backNs;
+   if ( change.value == 0 && !absent ) keep( absences_, { { "hardware", "absent", false, lastNs_ } } );
+   if ( change.value != 0 && absent ) absences_.back().backNs = lastNs_;
 }
 
 void Story::told( Recording::Step const & step ) {
@@ -140,21 +137,24 @@ void Story::told( Recording::Step const & step ) {
 
 template<class OneStep> void Story::stepTold( ChipStory & chip, OneStep const & step ) {
    using namespace Steps;
-   SpiSeen spi = std::exchange( seen_[chip.name], {} );
+   SpiSeen const spi = std::exchange( chip.spi, {} );
    if constexpr ( std::same_as<OneStep, AttemptBegun> ) {
       atWork_ = chip.name;
       chip.foreignReset.reset();
-      if ( step.number == 1 || chip.bringUps.empty() ) chip.bringUps.emplace_back();
-      chip.bringUps.back().attempts.push_back( { .begun = step, .beganNs = lastNs_ } );
+      if ( step.number == 1 || chip.bringUps.empty() ) keep( chip.bringUps, {} );
+      chip.bringUps.back().attempts.push_back( { .beganNs = lastNs_ } );
    }
    if constexpr ( std::same_as<OneStep, Published> || std::same_as<OneStep, TolvanePublished> )
       published( chip, stringValue( step.state ) );
    if ( chip.bringUps.empty() ) return;   // the recording begins in the middle
    BringUp & bringUp = chip.bringUps.back();
    Attempt & attempt = bringUp.attempts.back();
-   if constexpr ( std::same_as<OneStep, CleanedUp> ) attempt.cleanUp = std::move( spi );
    if constexpr ( std::same_as<OneStep, OperationDone> )
-      if ( step.outcome != Outcome::done_ ) attempt.failure = { lastNs_, step, std::move( spi ) };
+      if ( step.outcome != Outcome::done_ ) {
+         attempt.stoppedAt = step;
+         attempt.spi = spi;
+         attempt.failedNs = lastNs_;
+      }
    if constexpr ( std::same_as<OneStep, EnableDone> ) attempt.enableWord = step.word;
    if constexpr ( std::same_as<OneStep, AttemptFailed> ) attempt.failedNs = lastNs_;
    if constexpr ( std::same_as<OneStep, ProgrammingEnded> )

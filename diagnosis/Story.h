@@ -5,7 +5,7 @@
 //    while ( auto const event = reader.next() ) story.take( *event );
 //    for ( Diagnosis::ChipStory const & chip : story.chips() ) std::cout << chip.name << ' ' << chip.state << '\n';
 //
-// It grows with the attempts and polls of the bring-ups, not with the accesses.
+// It does not grow with the accesses, and keeps the last bring-ups and losses only: an agent lives for months.
 #pragma once
 
 #include "recording/Event.h"
@@ -28,29 +28,22 @@ enum class Answer {
 
 /// What the driver read of an SPI master during one operation or poll.
 struct SpiSeen {
-   std::vector<U32> control;     ///< each word of SpiCtrl
-   std::vector<U32> responses;   ///< each word of SpiResponseFifo
+   std::optional<U32> commandsAtFirst;   ///< in the command FIFO
+   U32 commandsLeft = 0;                 ///< there at last
+   U32 responsesLeft = 0;                ///< in the response FIFO at last
+   bool entryTaken = false;              ///< of the response FIFO
+   bool byteTaken = false;               ///< an entry with its valid bit
 
    Answer answer() const;
-   /// Of the last control word.
-   U32 commandsLeft() const;
-   U32 responsesLeft() const;
-};
-
-/// An operation that ended an attempt.
-struct Failure {
-   U64 ns = 0;
-   Hardware::Steps::OperationDone done;
-   SpiSeen spi;
 };
 
 struct Attempt {
-   Hardware::Steps::AttemptBegun begun;
    U64 beganNs = 0;
-   SpiSeen cleanUp{};                  ///< what stood in the FIFOs before the clean-up
-   std::optional<Failure> failure{};   ///< of a MAX24305
-   std::optional<U32> enableWord{};    ///< of a Tolvane, as read back
+   std::optional<Hardware::Steps::OperationDone> stoppedAt{};   ///< of a MAX24305: the operation that ended it
+   SpiSeen spi{};                                               ///< during that operation
+   std::optional<U32> enableWord{};                             ///< of a Tolvane, as read back
    std::optional<U64> failedNs{};
+   bool failed() const { return failedNs.has_value(); }
 };
 
 struct LockPoll {
@@ -69,8 +62,8 @@ struct BringUp {
 
    /// How many attempts failed.
    std::size_t failed() const;
-   /// What the last of them failed at; null where none failed at an operation.
-   Failure const * lastFailure() const;
+   /// The last one that an operation ended; null where none did.
+   Attempt const * lastStopped() const;
 };
 
 struct GateRow {
@@ -86,10 +79,10 @@ struct ForeignReset {
    U64 ns = 0;
 };
 
-/// A ready chip was brought down by a row of its gate that was no longer met.
+/// What was no longer met: it brought down a ready chip, or was the card itself.
 struct Loss {
    GateRow row;
-   std::optional<U64> backNs{};   ///< ready again
+   std::optional<U64> backNs{};   ///< all is as before; nothing while it lasts
 };
 
 struct ChipStory {
@@ -102,21 +95,16 @@ struct ChipStory {
    std::vector<BringUp> bringUps{};
    std::optional<ForeignReset> foreignReset{};   ///< since it was programmed
    std::vector<Loss> losses{};
+   SpiSeen spi{};              ///< since its last step
    bool masterMoved = false;   ///< its SPI master has shown an entry in a FIFO
    bool ready() const { return state == "ready"; }
    BringUp const * last() const { return bringUps.empty() ? nullptr : &bringUps.back(); }
 };
 
-/// A span in which the card was not there; no end while it lasts.
-struct Absence {
-   U64 fromNs = 0;
-   std::optional<U64> toNs{};
-};
-
 class Story {
  public:
    /// `words`: how commands are told which card it is; its description's file unless they say otherwise.
-   explicit Story( Recording::Header const & header, std::string words = {} );
+   explicit Story( Recording::Header const & header, std::string const & words = {} );
    Story( Story const & ) = delete;
    Story & operator=( Story const & ) = delete;
 
@@ -127,11 +115,10 @@ class Story {
    /// Tolvanes first, each in the card's order.
    std::vector<ChipStory> const & chips() const { return chips_; }
    ChipStory const & chip( std::string_view name ) const;
-   /// How an input stands now; 0 where nothing tells.
-   U32 input( std::string const & what, std::string const & of = {} ) const;
    /// What the clock status of that name says.
-   std::string const & clock( std::string const & status ) const;
-   std::vector<Absence> const & absences() const { return absences_; }
+   std::string clock( std::string const & status ) const;
+   /// When the card was not there.
+   std::vector<Loss> const & absences() const { return absences_; }
    /// Since when every read of the card gives 0xFFFFFFFF; empty where the last one did not.
    std::optional<U64> allOnesNs() const { return onesInARow_ > 1 ? allOnesNs_ : std::nullopt; }
    /// The assertion that ended the process, and whose machine was at work then; empty where none was.
@@ -145,7 +132,7 @@ class Story {
    void told( Recording::Gpo const & gpo );
    void told( Recording::Step const & step );
    void told( Recording::Gate const & gate );
-   void told( Recording::InputChange const & input );
+   void told( Recording::InputChange const & change );
    void told( Recording::State const & state );
    void told( Recording::Abort const & abort ) { abort_ = abort; }
    void told( auto const & ) {}
@@ -155,10 +142,8 @@ class Story {
    Recording::Header const header_;
    std::string const words_;
    std::vector<ChipStory> chips_;
-   std::map<std::string, SpiSeen> seen_;   // of the operation under way, by chip
-   std::map<std::pair<std::string, std::string>, U32> inputs_;
    std::map<std::string, std::string> clocks_;
-   std::vector<Absence> absences_;
+   std::vector<Loss> absences_;
    std::optional<U64> allOnesNs_;
    U32 onesInARow_ = 0;
    std::optional<Recording::Abort> abort_;

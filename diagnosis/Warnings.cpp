@@ -85,9 +85,6 @@ void warnOfRead(
          reg );
 }
 
-// By what they share, in the card's order.
-using ChipsBy = std::map<std::string, std::vector<std::string>>;
-
 }   // namespace
 
 Hal::RegisterDeclaration const * statusRegister( U16 reg ) {
@@ -138,24 +135,23 @@ std::vector<Warning> warningsOf( CardDescription const & card ) {
    }
 
    auto const warnOf = [&]( std::string const & chip ) { return Warn{ warnings, card.file + ": " + chip }; };
-   ChipsBy outputs;
-   ChipsBy clockStatuses;
+   // The chips by what each has, in the card's order.
+   std::map<std::string, std::vector<std::string>> outputs;
+   std::map<std::string, std::vector<std::string>> clockStatuses;
    for ( auto const & chip : card.tolvanes ) outputs[chip.resetGpoName].push_back( chip.name );
    for ( auto const & chip : card.max24305s ) {
       outputs[chip.resetGpoName].push_back( chip.name );
       clockStatuses[chip.clockStatus].push_back( chip.name );
    }
-   for ( auto const & [output, chips] : outputs )
-      if ( chips.size() > 1 )
-         warnOf( chips.front() )(
-            "sharedOutput", "expected an output for each chip, found \"{}\" for {}: each resets the others", output,
-            fmt::join( chips, ", " ) );
-   for ( auto const & [clockStatus, chips] : clockStatuses )
-      if ( chips.size() > 1 )
-         warnOf( chips.front() )(
-            "sharedClockStatus",
-            "expected a clock status for each chip, found \"{}\" for {}: the last one that writes it is seen",
-            clockStatus, fmt::join( chips, ", " ) );
+   auto const warnOfShared = [&]( auto const & chipsOf, auto check, auto what, auto consequence ) {
+      for ( auto const & [shared, chips] : chipsOf )
+         if ( chips.size() > 1 )
+            warnOf( chips.front() )(
+               check, "expected {} for each chip, found \"{}\" for {}: {}", what, shared, fmt::join( chips, ", " ),
+               consequence );
+   };
+   warnOfShared( outputs, "sharedOutput", "an output", "each resets the others" );
+   warnOfShared( clockStatuses, "sharedClockStatus", "a clock status", "the last one that writes it is seen" );
    for ( auto const & chip : card.max24305s ) {
       std::string const programme = stringValue( chip.programSeq ).stdString();
       // The number at its end says what the output is: "ic1In10_oc1Out10" is of 10 MHz.

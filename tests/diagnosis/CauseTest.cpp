@@ -165,6 +165,27 @@ TEST( CauseTest, OneWordOfOnesIsNotYetACardThatIsGone ) {
    EXPECT_THAT( telling.event( Recording::Read32{ 0x200, 0 } ).causes(), IsEmpty() );
 }
 
+TEST( StoryTest, AnAgentThatLivesForMonthsKeepsTheLastOfAll ) {
+   Story story( { 1, "", "", Input::cardOf( Input::wholeCard ), {} } );
+   U64 ns = 0;
+   auto const take = [&]( auto what ) { story.take( { ++ns, 0, std::move( what ) } ); };
+   for ( U32 i = 0; i < 20; ++i ) {
+      take( Recording::Step{ "ptp1", AttemptBegun{ 1, 10 } } );
+      take( Recording::Step{ "ptp1", Published{ Hardware::Max24305::ready_, {} } } );
+      take( Recording::Gate{ "ptp1", { { "hardware", "absent", false } } } );
+      take( Recording::Step{ "ptp1", Published{ Hardware::Max24305::uninitialized_, {} } } );
+      take( Recording::InputChange{ "hardwarePresent", "", 0 } );
+      take( Recording::InputChange{ "hardwarePresent", "", 1 } );
+   }
+   ChipStory const & chip = story.chip( "ptp1" );
+   EXPECT_EQ( chip.bringUps.size(), 16u );
+   EXPECT_EQ( chip.bringUps.back().attempts.front().beganNs, ns - 5 );
+   EXPECT_EQ( chip.losses.size(), 16u );
+   EXPECT_EQ( story.absences().size(), 16u );
+   EXPECT_EQ( story.absences().front().row.sinceNs, 4 * 6 + 5u );
+   EXPECT_EQ( story.absences().back().backNs, ns );
+}
+
 // Rules for attempts.
 
 // The chip's attempts, each of which reads another byte at the operation of that place.
@@ -249,7 +270,7 @@ TEST( ReadyRulesTest, ATolvaneWithoutPowerGoodIsAWarningWhileItsChipsAreWell ) {
    Telling telling;
    telling.step( "osc0", AttemptBegun{ 1, 5 } ).step( "osc0", EnableDone{ 2, true } );
    telling.step( "osc0", ProgrammingEnded{ 1, true } ).step( "osc0", TolvanePublished{ Hardware::Tolvane::ready_ } );
-   EXPECT_EQ( telling.cause().rule, "noPowerGoodAndNeeded" );
+   EXPECT_EQ( telling.cause().rule, "noPowerGood" );
    EXPECT_EQ( telling.cause().weight, Weight::cause_ );
    telling.ready( "ptp0" );
    EXPECT_EQ( telling.cause().rule, "noPowerGood" );
