@@ -228,6 +228,16 @@ int audit( CardOptions const & options ) {
    return differ == 0 ? exitReady : exitNotReady;
 }
 
+namespace {
+
+// A line of a terminal that does not stay.
+void progressTell( std::string const & what ) {
+   constexpr char eraseLine[] = "\r\033[K";
+   if ( ::isatty( STDERR_FILENO ) == 1 ) std::cerr << eraseLine << what << '\r' << std::flush;
+}
+
+}   // namespace
+
 int selfTest( CardOptions const & options ) {
    CardFiles const files( options.card, options.after );
    std::string const question = "reset all chips of " + files.card.file + ", write test values, leave them in reset\n";
@@ -237,8 +247,10 @@ int selfTest( CardOptions const & options ) {
    for ( Diagnosis::ChipAudit const & audit : Diagnosis::auditOf( files.card, open.registers(), options.tolerancePpm ) )
       for ( Diagnosis::Point const & point : audit.points() ) results.push_back( { audit.chip, point } );
    if ( !options.online )
-      for ( Diagnosis::TestResult const & result : Diagnosis::offlineTest( files.card, open.registers() ) )
+      for ( Diagnosis::TestResult const & result :
+            Diagnosis::offlineTest( files.card, open.registers(), &progressTell ) )
          results.push_back( result );
+   progressTell( "" );
    Style const style = styleOf( STDOUT_FILENO );
    Table table( { "Chip", "Test", "Result", "Found" } );
    Input::Json json{ { "tests", Input::Json::array() }, { "leftInReset", !options.online } };

@@ -163,6 +163,14 @@ template<U8 byte> bool nothingBut( Attempts & e, Facts & facts ) {
    return e.found == byte && !provesBus( e.before ) && e.bytes.size() == 1;
 }
 
+bool swapped( Attempts & e, Facts & facts ) {
+   if ( provesBus( e.before ) || std::popcount( e.wrongBits ) < 2 ) return false;
+   U32 mirrored = 0;
+   for ( U32 bit = 0; bit < 8; ++bit ) mirrored |= ( e.op.value >> bit & 1 ) << ( 7 - bit );
+   facts["swapped"] = e.found == mirrored ? "their lowest bit first" : "their halves exchanged";
+   return e.found == mirrored || e.found == ( e.op.value >> 4 | ( e.op.value & 0xF ) << 4 );
+}
+
 bool shifted( Attempts & e, Facts & facts ) {
    if ( provesBus( e.before ) || std::popcount( e.wrongBits ) < 2 ) return false;
    constexpr U32 mostBits = 4;   // beyond that nearly any byte would do
@@ -283,6 +291,8 @@ constexpr Rule<Attempts> rulesOfBytes[] = {
      "check that {reset} releases the reset (pin, active level), and the chip's supply\n"
      "or an open MISO line; {selftest} tells them apart{exchanged}",
      "the SPI master, which sends and captures" },
+   { "swapped", swapped, "bytes arrive with {swapped}: {mismatch}",
+     "check the order of bits in which the SPI master shifts and stores", "the chip's registers" },
    { "shifted", shifted, "bytes arrive shifted by {bits}: {mismatch}",
      "check the clock edge and delay at which the SPI master samples MISO", "the chip's registers" },
    { "allZeros", nothingBut<0>, "{op} reads 0x00, all zeros: MISO is low, or no chip is selected",

@@ -29,8 +29,10 @@ struct Pulse {
 
 class OfflineTest {
  public:
-   OfflineTest( Input::CardDescription const & card, Host::RegisterAccess & access )
-      : card_( card ), access_( access ) {
+   OfflineTest(
+      Input::CardDescription const & card, Host::RegisterAccess & access,
+      std::function<void( std::string const & )> const & begins )
+      : card_( card ), access_( access ), begins_( begins ) {
       for ( auto const & chip : card_.tolvanes ) outputOf_[chip.name] = chip.resetGpoName;
       for ( auto const & chip : card_.max24305s ) outputOf_[chip.name] = chip.resetGpoName;
    }
@@ -40,13 +42,18 @@ class OfflineTest {
       Hardware::nsleep( settledNs );
       for ( auto const & chip : card_.max24305s ) access_.cleanUp( chip );
       atRest_ = present();
-      for ( auto const & [chip, output] : outputOf_ )
-         if ( !pulses_.contains( output ) )   // several chips may share it
-            pulses_[output] = { pulsed( output, true ), pulsed( output, false ) };
+      for ( auto const & [chip, output] : outputOf_ ) {
+         if ( pulses_.contains( output ) ) continue;   // several chips may share it
+         begins_( "pulse of " + output );
+         pulses_[output] = { pulsed( output, true ), pulsed( output, false ) };
+      }
       for ( auto const & [chip, output] : outputOf_ ) results_.push_back( { chip, resetPoint( chip, output ) } );
       Names const there = present();
-      for ( auto const & chip : card_.max24305s )
-         if ( there.contains( chip.name ) ) transfers( chip );
+      for ( auto const & chip : card_.max24305s ) {
+         if ( !there.contains( chip.name ) ) continue;
+         begins_( "transfers of " + chip.name );
+         transfers( chip );
+      }
       for ( auto const & [chip, output] : outputOf_ ) drive( output, true );
       return std::move( results_ );
    }
@@ -141,6 +148,7 @@ class OfflineTest {
 
    Input::CardDescription const & card_;
    Host::RegisterAccess & access_;
+   std::function<void( std::string const & )> const & begins_;
    std::map<std::string, std::string> outputOf_;   // by chip
    Names atRest_;                                  // the chips that are there while no output is active
    std::map<std::string, Pulse> pulses_;           // by output
@@ -149,8 +157,10 @@ class OfflineTest {
 
 }   // namespace
 
-std::vector<TestResult> offlineTest( Input::CardDescription const & card, Host::RegisterAccess & access ) {
-   return OfflineTest( card, access ).run();
+std::vector<TestResult> offlineTest(
+   Input::CardDescription const & card, Host::RegisterAccess & access,
+   std::function<void( std::string const & )> const & begins ) {
+   return OfflineTest( card, access, begins ).run();
 }
 
 }   // namespace Diagnosis

@@ -7,14 +7,20 @@
 
 #include "diagnosis/Audit.h"
 
+#include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Diagnosis {
 
 /// Of a chip, by name.
 using TestResult = std::pair<std::string, Point>;
 
-/// A chip that is not there has no transfers. It sleeps through the resets, some seconds for each output.
-std::vector<TestResult> offlineTest( Input::CardDescription const & card, Host::RegisterAccess & access );
+/// A chip that is not there has no transfers. It sleeps through the resets, some seconds for each output; `begins` is
+/// told of each piece of work as it begins.
+std::vector<TestResult> offlineTest(
+   Input::CardDescription const & card, Host::RegisterAccess & access,
+   std::function<void( std::string const & )> const & begins );
 
 }   // namespace Diagnosis

@@ -17,7 +17,7 @@ namespace Recording {
 
 class LastEvents final : public Listener {
  public:
-   static constexpr std::size_t usualMax = 100'000;
+   static constexpr std::size_t usualMax = 250'000;   // some ten attempts of a thousand operations
 
    explicit LastEvents( std::size_t max = usualMax ) : max_( max ) {}
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <limits>
+#include <utility>
 
 namespace Host {
 
@@ -28,6 +29,7 @@ CauseTeller::CauseTeller(
 }
 
 void CauseTeller::look() {
+   if ( !std::exchange( news_, false ) && events_.nowNs() < waitsEndNs_ ) return;
    std::vector<Diagnosis::Cause> causes = Diagnosis::causesOf( *story_ );
    std::erase_if( causes, [this]( Diagnosis::Cause const & cause ) {
       // What a machine still waits for may come.
@@ -46,22 +48,30 @@ void CauseTeller::look() {
    told_ = std::move( standing );
    for ( std::string const & chip : failed_ ) keep( chip );
    failed_.clear();
+   waitsEndNs_ = firstWaitEndNs();
 }
 
 double CauseTeller::longestWait() const {
-   double seconds = std::numeric_limits<double>::infinity();
+   constexpr double nsPerSecond = 1e9;
+   U64 const nowNs = events_.nowNs();
+   if ( waitsEndNs_ == never ) return std::numeric_limits<double>::infinity();
+   return waitsEndNs_ > nowNs ? static_cast<double>( waitsEndNs_ - nowNs ) / nsPerSecond : 0;
+}
+
+// Of those that are not over yet.
+U64 CauseTeller::firstWaitEndNs() const {
+   U64 first = never;
    for ( Diagnosis::ChipStory const & chip : story_->chips() )
       for ( Diagnosis::GateRow const & row : chip.gate ) {
-         U64 const dueNs = row.sinceNs + longWaitNs;
-         constexpr double nsPerSecond = 1e9;
-         if ( !row.met && dueNs > events_.nowNs() )
-            seconds = std::min( seconds, static_cast<double>( dueNs - events_.nowNs() ) / nsPerSecond );
+         U64 const endNs = row.sinceNs + longWaitNs;
+         if ( !row.met && endNs > events_.nowNs() ) first = std::min( first, endNs );
       }
-   return seconds;
+   return first;
 }
 
 void CauseTeller::take( Recording::Event const & event ) {
    story_->take( event );
+   news_ = true;
    auto const * const told = std::get_if<Recording::Step>( &event.what );
    if ( told && story_->chip( told->chip ).state == "failed" ) failed_.insert( told->chip );
    if ( told && story_->chip( told->chip ).ready() ) failed_.erase( told->chip );

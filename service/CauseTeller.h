@@ -14,6 +14,7 @@
 #include "report/Journal.h"
 #include "service/FailureFolder.h"
 
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -40,6 +41,8 @@ class CauseTeller {
    double longestWait() const;
 
  private:
+   static constexpr U64 never = std::numeric_limits<U64>::max();
+
    // The recording that is written where something fails.
    struct Kept {
       Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began );
@@ -50,6 +53,7 @@ class CauseTeller {
 
    void take( Recording::Event const & event );
    void keep( std::string const & chip );
+   U64 firstWaitEndNs() const;
 
    Sim::CardEvents & events_;
    Journal & journal_;
@@ -57,6 +61,8 @@ class CauseTeller {
    std::optional<Diagnosis::Story> story_;
    Recording::EventStream stream_;
    Recording::Recorder const recorder_;
+   bool news_ = true;               // since the last look
+   U64 waitsEndNs_ = never;         // when one that the last look found becomes too long
    std::set<std::string> failed_;   // chips whose bring-up failed since the last look
    std::set<std::string> told_;     // causes that stand
 };

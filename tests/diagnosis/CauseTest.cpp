@@ -221,6 +221,14 @@ TEST( AttemptRulesTest, AChipMayAnswerAsAnotherDoes ) {
    EXPECT_EQ( attemptsOf( ptp1With( R"("read 0x30 0x21")" ), "ptp1", 1, { 0x5D, 0x5D } ).rule, "otherChip" );
 }
 
+TEST( AttemptRulesTest, BytesMayBeSwapped ) {
+   std::string const first = R"("read 0x30 0x5e")";
+   Cause const mirrored = attemptsOf( ptp1With( first ), "ptp1", 1, { 0x7A, 0x7A } );
+   EXPECT_EQ( mirrored.rule, "swapped" );
+   EXPECT_THAT( mirrored.what, HasSubstr( "with their lowest bit first" ) );
+   EXPECT_THAT( attemptsOf( ptp1With( first ), "ptp1", 1, { 0xE5, 0xE5 } ).what, HasSubstr( "halves exchanged" ) );
+}
+
 TEST( AttemptRulesTest, AWriteThatDidNotArriveIsLostWithoutASoftReset ) {
    std::string const written = R"("write 0x20 0x0f", "write 0x10 0x3c", "read 0x10 0x3c")";
    Cause const cause = attemptsOf( ptp1With( written ), "ptp1", 3, { 0, 0 } );

@@ -16,7 +16,7 @@ using Lines = std::vector<std::string>;
 // "ptp0 reset: text", with FAIL where it is not well.
 Lines results( LookedAt & at ) {
    Lines lines;
-   for ( auto const & [chip, point] : offlineTest( at.card, at.access ) )
+   for ( auto const & [chip, point] : offlineTest( at.card, at.access, []( std::string const & ) {} ) )
       lines.push_back( chip + " " + std::string( point.name ) + ": " + ( point.well ? "" : "FAIL " ) + point.text );
    return lines;
 }
@@ -129,9 +129,14 @@ struct LossyHam final : Fru::HamImpl {
 TEST( SelfTest, CountsWhatIsNotAnswered ) {
    LookedAt at;
    Host::RegisterAccess access( at.card, new LossyHam( at.world.card().hamImpl() ) );
+   Lines begun;
    EXPECT_EQ(
-      offlineTest( at.card, access ).back().second.text,
+      offlineTest( at.card, access, [&]( std::string const & what ) { begun.push_back( what ); } ).back().second.text,
       "register 0x0010, bits 0x3c: 0 of 1000 wrong, 10 without answer" );
+   EXPECT_EQ(
+      begun, ( Lines{
+                "pulse of osc0Reset", "pulse of ptp0Reset", "pulse of ptp1Reset", "transfers of ptp0",
+                "transfers of ptp1" } ) );
 }
 
 TEST( SelfTest, OfAGoneCardFindsNoChipAndEnds ) {
