@@ -118,7 +118,7 @@ struct Write {
 };
 
 // Throws Input::InputError for a value or a field that the register does not take, and where it takes none.
-void check( RegisterBook const & book, Write const & write ) {
+void requireTaken( RegisterBook const & book, Write const & write ) {
    write.value( 0 );
    book.requireWritable( write.place );
    if ( write.keepsOtherBits() && !Hal::readable( write.place.access ) )
@@ -134,7 +134,7 @@ Write writeOf( RegisterBook const & book, std::string const & word ) {
    write.place = book.one( word.substr( 0, equals ), &write.field );
    write.text = word.substr( equals + 1 );
    try {
-      check( book, write );
+      requireTaken( book, write );
    } catch ( Input::InputError const & error ) {
       throw Input::InputError( word + ": " + error.what() );
    }
