@@ -167,7 +167,7 @@ class Words {
       CLI::App & words = cardWords( name, title );
       option( words, "--tolerance PPM", card_.tolerancePpm, "How far an output's frequency may be off" )
          ->capture_default_str()
-         ->check( CLI::NonNegativeNumber );
+         ->check( CLI::Range( 0.0, 1e6 ) );
       words.callback( [this, command] {
          if ( !card_.after.empty() && !card_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
          requireCard();

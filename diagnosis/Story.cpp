@@ -120,7 +120,7 @@ void Story::told( Recording::Gate const & gate ) {
    }
    chip.gate = std::move( rows );
    auto const unmet = std::ranges::find( chip.gate, false, &GateRow::met );
-   if ( chip.ready() && unmet != chip.gate.end() ) keep( chip.losses, { *unmet } );
+   if ( chip.state != "uninitialized" && unmet != chip.gate.end() ) keep( chip.losses, { *unmet } );
 }
 
 void Story::told( Recording::InputChange const & change ) {

@@ -79,7 +79,7 @@ struct ForeignReset {
    U64 ns = 0;
 };
 
-/// What was no longer met: it brought down a ready chip, or was the card itself.
+/// What was no longer met: it brought down a chip, or was the card itself.
 struct Loss {
    GateRow row;
    std::optional<U64> backNs{};   ///< all is as before; nothing while it lasts

@@ -162,12 +162,18 @@ Header headerOf( JsonValue const & root ) {
 
 }   // namespace
 
+// Of a line that is no event log's.
+constexpr std::size_t shownBytes = 40;
+
 Reader::Reader( std::string path ) : path_( std::move( path ) ), file_( openRecording( path_ ) ) {
    if ( !*file_ ) failToRead();
    std::optional<std::string_view> const first = nextLine();
-   if ( !first )
+   if ( !first || !first->starts_with( R"({"ns":)" ) )
       throw Input::InputError(
-         cutOff_.empty() ? path_ + ": expected an event log, as --events writes it; found an empty file" : cutOff_ );
+         path_ + ": expected an event log, as --events writes it, or a bundle; found " +
+         ( first             ? "a first line \"" + std::string( first->substr( 0, shownBytes ) ) + "\""
+           : cutOff_.empty() ? "an empty file"
+                             : "a first line without an end" ) );
    header_ = headerOf( documentOf( place(), *first ).root() );
 }
 

@@ -119,6 +119,7 @@ TEST( FaultTable, EachSituationIsNamed ) {
       rules.merge( wordsBehind( "\n  rule   ", ran.output ) );
       table.expectAll( situation["causes"], said, "Cause" );
       table.expectAll( situation.value( "warns", Json::array() ), said, "Warning" );
+      if ( situation.contains( "earlier" ) ) table.expectAll( situation["earlier"], said, "Earlier" );
       EXPECT_TRUE( said.empty() || !situation.value( "silent", false ) ) << ran.output;
       for ( Said const & one : said )
          for ( Json const & phrase : situation.value( "neverSays", Json::array() ) )

@@ -97,7 +97,7 @@ TEST_F( JournalCommandTest, WhatIsNoLogIsAnError ) {
       Ran const ran = run( { command, folder.path( "card.json" ) } );
       EXPECT_EQ( ran.result, 2 );
       EXPECT_EQ( ran.output, "" );
-      EXPECT_THAT( ran.errors, HasSubstr( "card.json:1:" ) );
+      EXPECT_THAT( ran.errors, HasSubstr( "card.json: expected an event log" ) );
    }
    Ran const words = run( { "journal", events, "--json", "--operations" } );
    EXPECT_EQ( words.result, 2 );

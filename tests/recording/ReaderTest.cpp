@@ -211,7 +211,9 @@ TEST_F( ReaderTest, ALastLineWithoutItsEndIsToldAndLeftOut ) {
    EXPECT_FALSE( reader.next() );
    EXPECT_EQ( reader.cutOff(), path + ":3: the line has no end, for whoever wrote it was stopped; it is left out" );
    folder.file( "events", "{\"ns\":0," );
-   EXPECT_THAT( error(), HasSubstr( path + ":1: the line has no end" ) );
+   EXPECT_EQ(
+      error(),
+      path + ": expected an event log, as --events writes it, or a bundle; found a first line without an end" );
 }
 
 TEST_F( ReaderTest, AWrongLineIsAnErrorThatNamesItsPlace ) {
@@ -254,7 +256,9 @@ TEST_F( ReaderTest, ALineLongerThanAnyIsAnError ) {
 TEST_F( ReaderTest, WhatIsNoLogOrALaterOneIsRefused ) {
    EXPECT_EQ( error(), path + ": cannot be read: No such file or directory" );
    folder.file( "events", "" );
-   EXPECT_EQ( error(), path + ": expected an event log, as --events writes it; found an empty file" );
+   EXPECT_EQ( error(), path + ": expected an event log, as --events writes it, or a bundle; found an empty file" );
+   folder.file( "events", "{\n   \"access\": {} }\n" );
+   EXPECT_EQ( error(), path + ": expected an event log, as --events writes it, or a bundle; found a first line \"{\"" );
    folder.file( "events", "{\"ns\":0,\"ev\":\"sleep\",\"forNs\":1}\n" );
    EXPECT_EQ(
       error(), path + ":1: /ev: expected \"recording\", with which every log of this program begins, found \"sleep\"" );
