@@ -68,7 +68,6 @@ PresenceWatch::PresenceWatch( std::string const & path, PollSet & pollSet )
 void PresenceWatch::arm() {
    for ( int const watch : watches_ ) ::inotify_rm_watch( files_.fd(), watch );
    watches_.clear();
-   drain( files_.fd() );   // the end of a watch is told, too
    complete_ = !device_ || devices_.fd() >= 0;
    // From the root down: where a step is missing, the folder before it tells when it comes.
    std::filesystem::path outer;
@@ -77,10 +76,13 @@ void PresenceWatch::arm() {
       if ( *step == "." ) continue;   // the same folder again, whose events would be taken for an outer one's
       place /= *step;
       bool const file = std::next( step ) == path_.end();
-      if ( !add( place, file ? fileEvents : folderEvents ) ) return;
+      if ( !add( place, file ? fileEvents : folderEvents ) ) break;
       if ( !file && !outer.empty() ) add( outer, outerEvents );
       outer = place;
    }
+   // Told is the end of a watch, too, and what a folder further up had before it was watched for less. Whoever arms
+   // looks next, and sees what else there was.
+   drain( files_.fd() );
 }
 
 bool PresenceWatch::add( std::filesystem::path const & place, U32 events ) {
