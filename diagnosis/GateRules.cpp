@@ -60,12 +60,13 @@ Cause gateCause( ChipStory const & chip, GateRow const & row ) {
 
 Cause assertionCause( Story const & story ) {
    Recording::Abort const & abort = *story.abort();
-   Facts facts{ { "expression", abort.expression }, { "function", abort.function } };
-   if ( abort.expression == "0" ) {
-      auto const & max24305 = *story.chip( story.atWork() ).max24305;
-      auto const unknown =
-         std::ranges::find( max24305.sequence, Hardware::Max24305::unknownOp_, &Hardware::Max24305::Op::type );
-      facts["operation"] = max24305.operationText( static_cast<std::size_t>( unknown - max24305.sequence.begin() ) );
+   Facts facts{ { "expression", abort.expression }, { "function", abort.function }, { "operation", "an operation" } };
+   // The end of a long recording may not have whose machine it was.
+   if ( auto const * const max24305 = story.card().max24305( story.atWork() ); max24305 && abort.expression == "0" ) {
+      auto const & sequence = max24305->sequence;
+      auto const unknown = std::ranges::find( sequence, Hardware::Max24305::unknownOp_, &Hardware::Max24305::Op::type );
+      if ( unknown != sequence.end() )
+         facts["operation"] = max24305->operationText( static_cast<std::size_t>( unknown - sequence.begin() ) );
    }
    Cause cause = causeOfRow( assertions, abort.expression, facts );
    cause.what = "the process stopped: " + cause.what;

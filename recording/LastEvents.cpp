@@ -20,9 +20,14 @@ std::string LastEvents::text() const {
 void LastEvents::onEvent( Event const & event ) {
    last_.push_back( event );
    if ( last_.size() <= max_ ) return;
-   if ( std::holds_alternative<InputChange>( last_.front().what ) )
+   if ( auto const * const input = std::get_if<InputChange>( &last_.front().what ) ) {
+      // Of each input only how it stands matters, and an agent lives for months.
+      std::erase_if( inputs_, [&]( Event const & kept ) {
+         auto const & other = std::get<InputChange>( kept.what );
+         return other.what == input->what && other.of == input->of;
+      } );
       inputs_.push_back( std::move( last_.front() ) );
-   else
+   } else
       ++dropped_.lines;
    last_.pop_front();
 }

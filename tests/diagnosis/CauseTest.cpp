@@ -128,6 +128,9 @@ TEST( CauseTest, AnAssertionIsToldInPlainWords ) {
    EXPECT_EQ( wiring.what, "the process stopped: `resetGpo()' does not hold, in void f()" );
    EXPECT_THAT( wiring.seen, ElementsAre( "assertion `resetGpo()' in Max24305Sm, line 7" ) );
    EXPECT_EQ( Telling().event( Recording::Abort{ "x", "S", "f", 1 } ).cause().chip, "card" );
+   EXPECT_EQ(
+      Telling().event( Recording::Abort{ "0", "S", "f", 1 } ).cause().what,
+      "the process stopped: an operation is of no known type (unknownOp)" );
 }
 
 TEST( CauseTest, WhatIsOverStandsWithItsSpan ) {

@@ -30,6 +30,7 @@ TEST( LastEventsTest, AShortRecordingIsWhole ) {
 TEST( LastEventsTest, ALongOneKeepsItsEndItsFirstLineAndItsInputs ) {
    Kept kept( 10 );
    kept.events.onSleep( 100, 200 );
+   kept.events.tell( 100, InputChange{ "timeSync", "", 1 } );   // which the next one replaces
    kept.events.tell( 100, InputChange{ "timeSync", "", 2 } );
    for ( U64 i = 0; i < 300; ++i ) kept.events.onSleep( 101 + i, 200 );
    Input::Folder const folder;
@@ -40,7 +41,7 @@ TEST( LastEventsTest, ALongOneKeepsItsEndItsFirstLineAndItsInputs ) {
    ASSERT_EQ( events.size(), 12u );
    EXPECT_EQ( std::get<InputChange>( events[0].what ).value, 2u );
    EXPECT_EQ( events[0].ns, 100u );
-   // All but the input were sleeps.
+   // All but the inputs were sleeps.
    EXPECT_EQ( std::get<Dropped>( events[1].what ).lines, 291u );
    EXPECT_EQ( events[1].ns, events[2].ns );
    EXPECT_EQ( events[2].ns, 391u );
