@@ -133,5 +133,34 @@ TEST( FaultTable, EachSituationIsNamed ) {
    EXPECT_EQ( missing, byHand );
 }
 
+// bit-sometimes is a warning, bit-stuck a cause.
+TEST( ExplainCommand, GivesOneForACauseAndInStrictCasesForAWarning ) {
+   Input::Folder const folder;
+   for ( auto const & [name, lenient] : { std::pair( "bit-sometimes", 0 ), std::pair( "bit-stuck", 1 ) } ) {
+      std::string const scenario = CLOCKPATH_FAULTS "scenarios/" + std::string( name ) + ".json";
+      std::string const log = folder.path( name );
+      EXPECT_EQ( run( { "simulate", scenario, "--events", log } ).result, lenient );
+      EXPECT_EQ( run( { "simulate", scenario, "--strict" } ).result, 1 );
+      EXPECT_EQ( run( { "explain", log } ).result, lenient );
+      EXPECT_EQ( run( { "explain", log, "--strict" } ).result, 1 );
+      Ran const ran = run( { "explain", log, "--json" } );
+      EXPECT_EQ( ran.result, lenient );
+      Json const causes = Json::parse( ran.output );
+      ASSERT_EQ( causes.size(), 1u );
+      EXPECT_EQ( causes[0]["weight"], lenient ? "cause" : "warning" );
+      EXPECT_EQ( causes[0]["chip"], "ptp0" );
+   }
+}
+
+// What simulate looks at in the end is its own: the log has what the library did, and ends with the scenario.
+TEST( SimulateCommand, TheLookAtItsEndAddsNothingToTheLog ) {
+   Input::Folder const folder;
+   Ran const ran = run( { "simulate", CLOCKPATH_FAULTS "scenarios/lock-lost.json", "--events", folder.path( "log" ) } );
+   EXPECT_NE( ran.output.find( "register 7 reads 0x00 now" ), std::string::npos ) << "it looked";
+   std::string const log = folder.content( "log" );
+   std::string const lastLine = log.substr( log.rfind( '\n', log.size() - 2 ) + 1 );
+   EXPECT_EQ( Json::parse( lastLine ).value( "step", "" ), "Published" ) << lastLine;
+}
+
 }   // namespace
 }   // namespace FaultTableTests
