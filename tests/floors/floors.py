@@ -28,10 +28,11 @@ BELOW = {
     "card": LIBRARY + ("sim", "input"),
     "registers": LIBRARY + CARD,
     "recording": LIBRARY + CARD,
+    "state": LIBRARY + CARD,
     "report": LIBRARY + CARD + ("registers", "recording"),
     "diagnosis": LIBRARY + CARD + ("registers", "recording", "report"),
-    "service": LIBRARY + CARD + ("registers", "recording", "report", "diagnosis"),
-    "command": LIBRARY + CARD + ("registers", "recording", "report", "diagnosis", "service"),
+    "service": LIBRARY + CARD + ("registers", "recording", "state", "report", "diagnosis"),
+    "command": LIBRARY + CARD + ("registers", "recording", "state", "report", "diagnosis", "service"),
 }
 
 # Which other libraries; none for the floors that are not named.
@@ -39,6 +40,7 @@ LIBRARIES = {
     "input": ("nlohmann/",),
     "registers": ("fmt/",),
     "recording": ("fmt/", "archive"),
+    "state": ("fmt/", "sqlite3", "hiredis/"),
     "report": ("fmt/",),
     "diagnosis": ("fmt/",),
     "service": ("fmt/",),
