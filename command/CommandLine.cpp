@@ -3,6 +3,7 @@
 #include "command/FileCommands.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
+#include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
 #include "service/Agent.h"
@@ -37,6 +38,7 @@ class Words {
       traceWords( simulated, simulate_.traceLevel );
 
       agentWords();
+      roleWords();
 
       registerWords( "peek", "Read registers of a card", &peek );
       registerWords( "poke", "Write registers of a card", &poke )
@@ -124,7 +126,13 @@ class Words {
    void agentWords() {
       CLI::App & words = *app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
       words.add_option( "CARD", card_.card, "The card description" )->required();
-      option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation" )->capture_default_str();
+      CLI::Option * const timeSync =
+         option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation; 1 unless told" );
+      words
+         .add_flag_callback(
+            "--await-time-sync", [this] { agent_.timeSync.reset(); },
+            "Wait until it is set on the running agent, before a chip is looked after" )
+         ->excludes( timeSync );
       option( words, "--redundancy-mode N", agent_.redundancyMode, "Mode of the supervisor" )->capture_default_str();
       option(
          words, "--timer-slack N", agent_.timerSlackNs,
@@ -136,13 +144,37 @@ class Words {
          "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
          ->capture_default_str();
       words.add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
+      option( words, "--state PLACE", agent_.state, "Publish the state there: FILE.db, or a Redis server" );
+      option( words, "--socket PATH", agent_.socket, "Take requests there" );
+      static std::map<std::string, Role> const roles{
+         { "single", Role::single_ }, { "active", Role::active_ }, { "standby", Role::standby_ } };
+      option( words, "--role ROLE", agent_.role, "Of this agent: single, or of two supervisors active or standby" )
+         ->transform( CLI::CheckedTransformer( roles ) );
+      option( words, "--generation N", agent_.generation, "Of an active supervisor, as whoever decides counts them" );
       traceWords( words, agent_.traceLevel );
       words.callback( [this] {
          Input::CardDescription const card = Input::readCard( card_.card );
          // With an unknown operation the process would not live to the end of the bring-up.
          warningsTell( card, card_.card, true );
-         result_ = Agent( card, agent_ ).run();
+         result_ = runAgent( card, agent_ );
       } );
+   }
+
+   void roleWords() {
+      CLI::App & told = words( "role", "Tell an agent whether it is active or stands by", role_, &role );
+      told.add_option( "ROLE", role_.role, "active or standby" )
+         ->required()
+         ->check( CLI::IsMember( { "active", "standby" } ) );
+      option( told, "--socket PATH", role_.socket, "The agent's socket" )->required();
+      option(
+         told, "--generation N", role_.generation,
+         "Of the active supervisor, as whoever decides counts them; the next one unless told" );
+      CLI::App & shown = words(
+         "demo-switchover", "Show on a simulated card how one supervisor takes over from another", demo_,
+         &demoSwitchover );
+      shown.add_option( "CARD", demo_.card, "A card description" )->required();
+      option( shown, "--detection MS", demo_.detectionMs, "How long a supervisor is silent before the other is told" )
+         ->capture_default_str();
    }
 
    CLI::App &
@@ -213,6 +245,8 @@ class Words {
    CardOptions card_;
    FileOptions file_;
    RecordingOptions recording_;
+   RoleOptions role_;
+   SwitchoverDemoOptions demo_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 

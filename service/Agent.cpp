@@ -1,38 +1,29 @@
 #include "service/Agent.h"
 
-#include "card/SimulatedWorld.h"
 #include "framework/ActivityManager.h"
 #include "input/InputError.h"
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
 #include "sim/SimulatedGpo.h"
+#include "state/OpenLog.h"
 
 #include <fmt/chrono.h>
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 
 namespace Host {
 
 namespace {
 
-std::optional<CardLock> lockOf( Input::CardDescription const & description ) {
-   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
-   return access ? std::optional<CardLock>( std::in_place, access->path, "agent" ) : std::nullopt;
-}
-
-Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
-   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
-   return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
-}
-
-Vor::Ptr<RealTimeHam> realTimeHamOf( Input::CardDescription const & description ) {
-   bool const simulated = std::holds_alternative<Input::SimulatedAccess>( description.access );
-   return simulated ? new RealTimeHam( "hamImpl", simulatedParameters( description ) ) : nullptr;
-}
+// The source of time synchronisation answers within this, or counts as disabled.
+constexpr double timeSyncAnswersWithin = 30;
+// A log is written within milliseconds, unless its server is in trouble: then each look tells no more than the last.
+constexpr double logLookPeriod = 0.01;
 
 std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const & description ) {
    std::vector<Input::GpoDescription> outputs;
@@ -54,76 +45,222 @@ std::string wallTime() {
    return fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
 }
 
+// What stands in the log of the agent before this one, and the generation that follows it.
+TakeOver publishedAt( AgentOptions const & options ) {
+   TakeOver found{ .generation = options.generation, .published = {} };
+   if ( !options.state ) return found;
+   try {
+      Vor::LogPosition const at = State::openSource( *options.state )->snapshot( found.published );
+      if ( found.generation == 0 ) found.generation = at.generation + 1;
+   } catch ( Vor::Exception const & error ) {
+      std::cerr << "clockpath: the state that was published last cannot be read: " << error.what() << '\n';
+      found.generation = std::max( found.generation, 1U );
+   }
+   return found;
+}
+
+// A supervisor that has lost its card has nothing left to do on it, not even to drive an output.
+[[noreturn]] void fenced( U32 taker ) {
+   std::cerr << fmt::format( "clockpath: the supervisor of generation {} has taken the card\n", taker );
+   std::cout.flush();
+   ::_exit( exitNotReady );
+}
+
+char const * textOf( Role role ) { return role == Role::single_ ? "single" : "active"; }
+
 }   // namespace
 
-Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
-   : lock_( lockOf( description ) ),
+Agent::Agent(
+   Input::CardDescription const & description, AgentOptions const & options, std::optional<TakeOver> takeOver )
+   : options_( options ),
+     takesOver_( takeOver.has_value() ),
+     before_( takeOver ? std::move( *takeOver ) : publishedAt( options ) ),
      timerSlack_( options.timerSlackNs ),
-     mmapHam_( mmapHamOf( description ) ),
-     realTimeHam_( realTimeHamOf( description ) ),
-     signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
+     access_( description, options.role == Role::single_ ? 0 : before_.generation, pollSet_, fenced ),
+     signals_( access_.mapped(), resetOutputsOf( description ) ),
      log_( logFileOf( options.events ) ),
-     card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
-     tracesOn_( Vor::traceLevels ),   // a recording has all that can be told
-     machines_( card_ ) {
-   if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
-   card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
-   card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
+     card_(
+        description, new Recording::RecordedHam( access_.ham(), events_ ),
+        [this]( Vor::Name name ) {
+           return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
+        } ),
+     status_( agentStatusFactory( "agent" ) ),
+     input_( card_, status_ ),
+     tracesOn_( Vor::traceLevels ) {   // a recording has all that can be told
+   requireServedInputs( description );
+   if ( access_.simulated() ) events_.cardAdd( access_.simulated()->card() );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
-   statesAdd( events_, card_ );
-   events_.sleepsAdd();
-   std::string const began = wallTime();
-   FailureFolder const folder( options.failures );
-   if ( options.forget ) folder.forget();
-   if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
-   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
+   status_->roleIs( textOf( options.role ) );
+   status_->processIs( static_cast<U32>( ::getpid() ) );
+   status_->cardIs( description.file );
+   input_.modeIs(
+      options.role == Role::single_ ? static_cast<Redundancy::RedundancyMode>( options.redundancyMode )
+                                    : Redundancy::switchover_ );
+   if ( options.timeSync ) input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
-   if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
+   if ( !options.socket ) return;
+   control_.emplace( *options.socket, pollSet_, [this]( Input::Json const & request ) { return answer( request ); } );
+   status_->socketIs( control_->path() );
 }
 
 int Agent::run() {
    journal_->begin();
-   look();   // first, so that each machine finds the card as it is
-   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_->line( "waiting for the card: " + mmapHam_->trouble() );
-   while ( !signals_.stopAsked() && machines_.makeNext() ) signals_.underWayIs( nullptr );
+   awaitTimeSync();
+   adopt();
+   beginToTell();
+   if ( !access_.present() ) journal_->line( "waiting for the card: " + access_.trouble() );
+   while ( !ends() && machines_->makeNext() ) betweenTurns();
    Vor::activityManager().run(
-      [this] { return signals_.stopAsked(); },
+      [this] { return ends(); },
       [this]( double seconds ) {
-         signals_.underWayIs( nullptr );
-         teller_->look();
-         double const wait = std::min( seconds, teller_->longestWait() );
-         pollSet_.wait( presence_ ? std::min( wait, presence_->longestWait() ) : wait );
-         if ( !signals_.stopAsked() ) look();
+         betweenTurns();
+         double wait = std::min( { seconds, teller_->longestWait(), access_.longestWait() } );
+         if ( !state_->writable() ) wait = std::min( wait, logLookPeriod );
+         pollSet_.wait( wait );
+         if ( !ends() ) look();
       } );
    bool const ready = card_.allReady();
    teller_->look();
-   journal_->line( ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   status_->roleIs( standsBy_ ? "standby" : "stopped" );
+   state_->turnEnds();
+   journal_->line(
+      standsBy_ ? "stands by from now on"
+      : ready   ? "stopped, all chips ready"
+                : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
-   return ready && !teller_->stands() ? exitReady : exitNotReady;
+   return ready && !teller_->stands() && !stale_ ? exitReady : exitNotReady;
 }
 
-Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
-   return new Recording::RecordedHam( mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_, events_ );
+// Before the first answer no machine is made: each answer after it would be a change.
+void Agent::awaitTimeSync() {
+   if ( !input_.answered() ) journal_->line( "waiting for the source of time synchronisation" );
+   using Clock = std::chrono::steady_clock;
+   auto const end = Clock::now() + std::chrono::duration<double>( timeSyncAnswersWithin );
+   while ( !ends() && !input_.answered() && Clock::now() < end )
+      pollSet_.wait( std::chrono::duration<double>( end - Clock::now() ).count() );
+   if ( !input_.answered() ) {
+      journal_->line( "the source of time synchronisation does not answer: it counts as disabled" );
+      input_.said( PtpTimeSync::disabled_ );
+   }
+   input_.look();
 }
 
-Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {
-   return new Sim::SimulatedGpo( name, events_ );
+// Chips that run already, before anything is recorded or published: both begin with the states that the machines find.
+void Agent::adopt() {
+   look();
+   if ( before_.published.empty() || !access_.outlivesAgent() || !access_.present() ) return;
+   RegisterAccess registers( card_.description(), card_.hamImpl() );
+   adoption_.emplace( card_, before_.published, registers );
+   adoption_->preset();
+   input_.look();   // what was held back until they are ready
+}
+
+void Agent::beginToTell() {
+   std::string const began = wallTime();
+   FailureFolder const folder( options_.failures );
+   if ( options_.forget ) folder.forget();
+   statesAdd( events_, card_ );
+   events_.sleepsAdd();
+   if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
+   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
+   state_.emplace( card_, status_, options_.state, before_.generation, takesOver_ );
+   if ( state_->log() ) pollSet_.descriptorAdd( state_->log()->descriptor(), [this] { lookAtLog(); } );
+   if ( adoption_ )
+      for ( auto const & [chip, reason] : adoption_->reasons() ) {
+         std::string const text = reason.empty() ? "adopted as it runs" : "not adopted: " + reason;
+         state_->progress( chip )->adoptedIs( text );
+         journal_->line( chip + ": " + text );
+      }
+   state_->begin();
+   machines_.emplace( card_, adoption_ ? adoption_->tolvanes() : std::set<std::string>() );
+}
+
+bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
+
+void Agent::betweenTurns() {
+   signals_.underWayIs( nullptr );
+   if ( control_ ) control_->busyWith( "" );
+   status_->activityIs( "" );
+   teller_->look();
+   for ( auto const & [chip, cause] : teller_->byChip() ) state_->progress( chip )->causeIs( cause );
+   lookAtRole();
+   input_.look();
+   state_->turnEnds();
+}
+
+// An active supervisor serves as such once its state can be read by the other, and every chip is ready.
+void Agent::lookAtRole() {
+   if ( options_.role == Role::single_ || !state_->writable() ) return;
+   if ( card_.redundancy()->switchoverStage().value( "DovraWritable" ) ) {
+      if ( card_.redundancy()->mode() == Redundancy::active_ || !card_.allReady() ) return;
+      journal_->line( "serves as the active supervisor" );
+      return input_.modeIs( Redundancy::active_ );
+   }
+   journal_->line( fmt::format( "the state log is written, generation {}", before_.generation ) );
+   card_.redundancy()->switchoverStageIs( "DovraWritable", true );
+}
+
+void Agent::lookAtLog() {
+   State::LogThread & log = *state_->log();
+   log.changesTaken();
+   if ( std::string const trouble = log.trouble(); trouble != trouble_ ) {
+      journal_->line( trouble.empty() ? "the state log is written again" : "the state log: " + trouble );
+      trouble_ = trouble;
+   }
+   if ( log.stale() && !stale_ ) {
+      journal_->line( "another agent writes the state log: this one ends" );
+      stale_ = true;
+   }
 }
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
-   if ( std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) signals_.underWayIs( config.name().charPtr() );
+   if ( !std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) return;
+   signals_.underWayIs( config.name().charPtr() );
+   if ( control_ ) control_->busyWith( "the bring-up of " + config.name().string().stdString() );
 }
 
 // A card that comes or goes sets the machines to work inside this call.
 void Agent::look() {
-   if ( presence_ ) {
-      presence_->arm();
-      mmapHam_->poll();
+   access_.look( [this] { input_.lookBeforeCard(); } );
+}
+
+Input::Json Agent::answer( Input::Json const & request ) {
+   if ( request.value( "do", "" ) == "position" ) {
+      Input::Json told = Input::Json::object();
+      if ( state_ && state_->log() )
+         for ( auto const & [name, at] :
+               { std::pair( "written", state_->log()->written() ), std::pair( "safe", state_->log()->safe() ) } )
+            told[name] = { at.generation, at.number };
+      return told;
    }
-   signals_.underWayIs( nullptr );
+   if ( request.value( "do", "" ) == "role" ) {
+      if ( options_.role == Role::single_ )
+         throw Input::InputError( "this agent is the only one of its card; expected one that was started with --role" );
+      if ( request.value( "role", "" ) == "active" )
+         return { { "role", "active" }, { "generation", before_.generation } };
+      standsBy_ = true;
+      return { { "role", "standby" } };
+   }
+   throw Input::InputError( "unknown request" );
+}
+
+int runAgent( Input::CardDescription const & description, AgentOptions options ) {
+   for ( ;; ) {
+      std::optional<TakeOver> order;
+      if ( options.role == Role::standby_ ) {
+         order = Standby( options ).run();
+         if ( !order ) return exitReady;
+         options.role = Role::active_;
+         options.generation = order->generation;
+      }
+      Agent agent( description, options, std::move( order ) );
+      int const result = agent.run();
+      if ( !agent.standsBy() ) return result;
+      options.role = Role::standby_;
+   }
 }
 
 }   // namespace Host

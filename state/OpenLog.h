@@ -17,6 +17,9 @@ namespace State {
 /// Throws Input::InputError for a place that is none, and Vor::LogUnavailableException where it cannot be opened now.
 std::unique_ptr<Vor::LogSink> openSink( std::string const & where );
 std::unique_ptr<Vor::LogSource> openSource( std::string const & where );
+/// Ends that a server follows another one, so that it can be written; nothing where the place has no server. Throws
+/// Vor::LogUnavailableException.
+void takeOver( std::string const & where );
 /// The place without its password, for messages.
 std::string placeText( std::string const & where );
 
