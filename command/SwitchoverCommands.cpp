@@ -159,10 +159,10 @@ int demoSwitchover( SwitchoverDemoOptions const & options ) {
    std::string const events = folder.file( "hardware.events" );
    DemoProcess hardware( { "hardware", description, "--events", events }, folder.file( "hardware.out" ) );
    State::RedisServer serverA( folder.file( "a" ) );
-   State::RedisServer serverB( folder.file( "b" ), &serverA );
+   State::RedisServer serverB( folder.file( "b" ), serverA );
    auto const agent = [&]( std::string const & name, State::RedisServer const & server, std::string const & role ) {
       return std::vector<std::string>{
-         "agent",  description, "--state", server.writerPlace(), "--socket", folder.file( name + ".sock" ),
+         "agent",  description, "--state", server.writer(), "--socket", folder.file( name + ".sock" ),
          "--role", role };
    };
    DemoProcess a( agent( "a", serverA, "active" ), folder.file( "a.out" ) );
@@ -173,7 +173,7 @@ int demoSwitchover( SwitchoverDemoOptions const & options ) {
    tell( fmt::format( "all chips are ready, after {} resets: A serves", resets ) );
 
    a.end( SIGKILL );
-   serverA.kill();
+   serverA.end();
    began = Clock::now();
    tell( "A is killed, and its server with it" );
    std::this_thread::sleep_for( std::chrono::milliseconds( options.detectionMs ) );

@@ -20,8 +20,6 @@ namespace Host {
 
 namespace {
 
-// The source of time synchronisation answers within this, or counts as disabled.
-constexpr double timeSyncAnswersWithin = 30;
 // A log is written within milliseconds, unless its server is in trouble: then each look tells no more than the last.
 constexpr double logLookPeriod = 0.01;
 
@@ -136,15 +134,9 @@ int Agent::run() {
 
 // Before the first answer no machine is made: each answer after it would be a change.
 void Agent::awaitTimeSync() {
-   if ( !input_.answered() ) journal_->line( "waiting for the source of time synchronisation" );
-   using Clock = std::chrono::steady_clock;
-   auto const end = Clock::now() + std::chrono::duration<double>( timeSyncAnswersWithin );
-   while ( !ends() && !input_.answered() && Clock::now() < end )
-      pollSet_.wait( std::chrono::duration<double>( end - Clock::now() ).count() );
-   if ( !input_.answered() ) {
-      journal_->line( "the source of time synchronisation does not answer: it counts as disabled" );
-      input_.said( PtpTimeSync::disabled_ );
-   }
+   if ( !input_.mayBegin() ) journal_->line( "waiting for the source of time synchronisation" );
+   while ( !ends() && !input_.mayBegin() ) pollSet_.wait( input_.longestWait() );
+   if ( !input_.answered() ) journal_->line( "the source of time synchronisation does not answer" );
    input_.look();
 }
 

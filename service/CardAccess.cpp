@@ -2,49 +2,27 @@
 
 #include "card/FencedHam.h"
 
-#include <algorithm>
-#include <limits>
-
 namespace Host {
-
-namespace {
-
-// A process that ends tells nobody who does not talk to it.
-constexpr double socketLookPeriod = 0.5;
-
-}   // namespace
 
 CardAccess::CardAccess(
    Input::CardDescription const & description, U32 generation, PollSet & pollSet,
-   std::function<void( U32 )> const & fenced ) {
-   std::string place;   // of the card's file or socket
-   if ( auto const * const mmap = std::get_if<Input::MmapAccess>( &description.access ) ) {
-      place = mmap->path;
-      lock_.emplace( place, "agent", generation );
-      ham_ = mapped_ = new MmapHam( "hamImpl", mmap->path, mmap->offset, mmap->size );
-   } else if ( auto const & access = std::get<Input::SimulatedAccess>( description.access ); !access.socket.empty() ) {
-      place = access.socket;
-      lock_.emplace( place, "agent", generation );
-      ham_ = socket_ = new SocketHam( "hamImpl", access.socket );
-   } else
-      ham_ = simulated_ = new RealTimeHam( "hamImpl", simulatedParameters( description ) );
-   if ( lock_ && generation > 0 ) ham_ = new FencedHam( ham_, *lock_, fenced );
-   if ( !place.empty() ) presence_.emplace( place, pollSet );
+   std::function<void( U32 )> const & fenced )
+   : polled_( polledHamOf( description ) ),
+     simulated_( polled_ ? nullptr : new RealTimeHam( "hamImpl", simulatedParameters( description ) ) ),
+     ham_( polled_ ? Vor::Ptr<Fru::HamImpl>( polled_ ) : simulated_ ) {
+   if ( !polled_ ) return;
+   std::string const place = polled_->filename().stdString();
+   lock_.emplace( place, "agent", generation );
+   if ( generation > 0 ) ham_ = new FencedHam( polled_, *lock_, fenced );
+   presence_.emplace( place, pollSet );
+   if ( polled_->wakeFd() >= 0 ) pollSet.descriptorAdd( polled_->wakeFd(), [] {} );
 }
 
 void CardAccess::look( std::function<void()> const & returns ) {
    if ( !presence_ ) return;
    presence_->arm();
    if ( !present() ) returns();
-   if ( mapped_ )
-      mapped_->poll();
-   else
-      socket_->poll();
-}
-
-double CardAccess::longestWait() const {
-   if ( !presence_ ) return std::numeric_limits<double>::infinity();
-   return socket_ ? std::min( presence_->longestWait(), socketLookPeriod ) : presence_->longestWait();
+   polled_->poll();
 }
 
 }   // namespace Host

@@ -7,12 +7,14 @@
 
 #include "card/CardLock.h"
 #include "card/MmapHam.h"
+#include "card/PolledHam.h"
 #include "card/RealTimeHam.h"
-#include "card/SocketHam.h"
+#include "input/CardDescription.h"
 #include "service/PollSet.h"
 #include "service/PresenceWatch.h"
 
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -29,20 +31,22 @@ class CardAccess {
    /// What the machines' handle stands on.
    Vor::Ptr<Fru::HamImpl> ham() const { return ham_; }
    /// Of a card in the machine, else null.
-   MmapHam const * mapped() const { return mapped_.ptr(); }
+   MmapHam const * mapped() const { return dynamic_cast<MmapHam const *>( polled_.ptr() ); }
    /// Of a card that is simulated in this process, else null.
    RealTimeHam * simulated() const { return simulated_.ptr(); }
    /// Whether the card was there before this process.
-   bool outlivesAgent() const { return !simulated_; }
+   bool outlivesAgent() const { return bool( polled_ ); }
 
    /// Looks whether the card is there; before one is announced that was not, `returns` is called. The machines are set
    /// to work inside this call.
    void look( std::function<void()> const & returns );
    bool present() const { return ham_->hardwarePresent(); }
    /// Why it is not there.
-   std::string trouble() const { return mapped_ ? mapped_->trouble() : socket_ ? socket_->trouble() : ""; }
+   std::string trouble() const { return polled_ ? polled_->trouble() : ""; }
    /// In seconds, until it is to be looked again.
-   double longestWait() const;
+   double longestWait() const {
+      return presence_ ? presence_->longestWait() : std::numeric_limits<double>::infinity();
+   }
 
  private:
    std::optional<CardLock> lock_;   // of a card that others can reach

@@ -18,9 +18,9 @@ U64 wallMs() {
 }
 
 // Ends, before its first turn, that the server follows another one.
-class TakingOverSink final : public Vor::LogSink {
+class TakingOverSink final : public Vor::TurnSink {
  public:
-   TakingOverSink( std::unique_ptr<Vor::LogSink> sink, std::string place )
+   TakingOverSink( std::unique_ptr<Vor::TurnSink> sink, std::string place )
       : sink_( std::move( sink ) ), place_( std::move( place ) ) {}
 
    void append( Vor::LogTurn const & turn ) override {
@@ -39,7 +39,7 @@ class TakingOverSink final : public Vor::LogSink {
       taken_ = true;
    }
 
-   std::unique_ptr<Vor::LogSink> const sink_;
+   std::unique_ptr<Vor::TurnSink> const sink_;
    std::string const place_;
    bool taken_ = false;
 };
@@ -81,7 +81,7 @@ StatePublisher::StatePublisher(
    for ( auto const & [name, status] : card.tolvaneStatusDir()->tolvane() ) add( name, status );
    for ( auto const & [name, status] : card.max24305StatusDir()->max24305() ) add( name, status );
    if ( !place ) return;
-   std::unique_ptr<Vor::LogSink> sink = State::openSink( *place );
+   std::unique_ptr<Vor::TurnSink> sink = State::openSink( *place );
    if ( takesOver ) sink = std::make_unique<TakingOverSink>( std::move( sink ), *place );
    log_.emplace( std::move( sink ), generation );
 }

@@ -51,7 +51,7 @@ std::string stateText( std::string const & entity, U32 value ) {
 Cluster::Cluster() {
    card_ = folder_.file( "card.json", description );
    a_.emplace( folder_.path( "redis-a" ) );
-   b_.emplace( folder_.path( "redis-b" ), &*a_ );
+   b_.emplace( folder_.path( "redis-b" ), *a_ );
    hardware_.emplace( std::vector<std::string>{ "hardware", card_, "--events", folder_.path( "hardware.events" ) } );
    if ( !hardware_->outputHas( "\n" ) ) throw std::runtime_error( "no hardware" );
 }
@@ -63,7 +63,7 @@ Cluster::~Cluster() {
 
 Host::Process & Cluster::agent( std::string const & name, std::string const & role, std::vector<std::string> more ) {
    std::vector<std::string> words{
-      "agent",  card_, "--state",  server( name ).writerPlace(),    "--socket", folder_.path( name + ".sock" ),
+      "agent",  card_, "--state",  server( name ).writer(),    "--socket", folder_.path( name + ".sock" ),
       "--role", role,  "--events", folder_.path( name + ".events" ) };
    words.insert( words.end(), more.begin(), more.end() );
    return agents_[name].emplace( words );

@@ -40,7 +40,7 @@ struct Killed {
 Killed killedAfter( milliseconds instant ) {
    Killed killed;
    Cluster cluster;
-   Watcher watcher( cluster.server( "b" ).viewerPlace() );
+   Watcher watcher( cluster.server( "b" ).viewer() );
    cluster.agent( "b", "standby" );
    cluster.agent( "a", "active", { "--generation", "1" } );
    EXPECT_TRUE( cluster.agent( "b" ).outputHas( "stands by" ) );
@@ -50,12 +50,12 @@ Killed killedAfter( milliseconds instant ) {
       std::this_thread::sleep_for( milliseconds( 1 ) );
    }
    cluster.agent( "a" ).signal( SIGKILL );
-   cluster.server( "a" ).kill();
+   cluster.server( "a" ).end();
    cluster.agent( "a" ).result();
    std::size_t const resets = cluster.resets();
 
    Vor::LogBatch batch;
-   Vor::LogPosition const left = State::openSource( cluster.server( "b" ).viewerPlace() )->snapshot( batch );
+   Vor::LogPosition const left = State::openSource( cluster.server( "b" ).viewer() )->snapshot( batch );
    if ( safe && left < *safe )
       killed.lost = "safe was " + positionText( *safe ).stdString() + ", left is " + positionText( left ).stdString();
    auto const ordered = Clock::now();
@@ -126,7 +126,7 @@ TEST( SwitchoverTest, AServerThatIsGoneDelaysNoCard ) {
    Cluster cluster;
    cluster.agent( "a", "active", { "--generation", "1" } );
    ASSERT_TRUE( cluster.agent( "a" ).outputHas( "attempt" ) ) << cluster.agent( "a" ).output();
-   cluster.server( "a" ).kill();
+   cluster.server( "a" ).end();
    ASSERT_TRUE( cluster.agent( "a" ).outputHas( "ready" ) ) << cluster.agent( "a" ).output();
    cluster.agent( "a" ).signal( SIGTERM );
    EXPECT_EQ( cluster.agent( "a" ).result(), 0 ) << cluster.agent( "a" ).output();
@@ -137,7 +137,7 @@ TEST( SwitchoverTest, WithoutTheOtherServerNothingCountsAsSafeAndTheCardGoesOn )
    Cluster cluster;
    cluster.agent( "a", "active", { "--generation", "1" } );
    ASSERT_TRUE( cluster.agent( "a" ).outputHas( "attempt" ) );
-   cluster.server( "b" ).kill();
+   cluster.server( "b" ).end();
    ASSERT_TRUE( cluster.agent( "a" ).outputHas( "ready" ) );
    auto const before = cluster.safe( "a" );
    ASSERT_TRUE( before );
