@@ -56,8 +56,7 @@ TEST( TimeSyncInputTest, AChipThatLocksIsToldOfNothingButZero ) {
    live.input.said( PtpTimeSync::locked_ );
    EXPECT_EQ( live.timeSync(), 1u );
    EXPECT_EQ( live.status->timeSyncSource(), "locked" );
-   EXPECT_EQ(
-      live.status->heldBack(), "ptp0 locks, and would be programmed again: the machines are told enabling" );
+   EXPECT_EQ( live.status->heldBack(), "ptp0 locks, and would be programmed again: the machines are told enabling" );
    live.run( locked );
    EXPECT_EQ( live.timeSync(), 3u );
    EXPECT_EQ( live.status->heldBack(), "" );
@@ -82,8 +81,7 @@ TEST( TimeSyncInputTest, AnActiveSupervisorIsToldOneUntilItsChipsAreReady ) {
    live.input.said( PtpTimeSync::holdover_ );
    EXPECT_EQ( live.timeSync(), 1u );
    EXPECT_EQ(
-      live.status->heldBack(),
-      "the supervisor is active, and ptp0 is not ready: the machines are told enabling" );
+      live.status->heldBack(), "the supervisor is active, and ptp0 is not ready: the machines are told enabling" );
    live.makeMachines();
    EXPECT_EQ( live.mode(), 5u );
    live.run( locked );
@@ -159,9 +157,9 @@ TEST( TimeSyncInputTest, WhoAsksForWhatWouldStopTheProcessIsToldWhy ) {
    live.input.modeIs( Redundancy::active_ );
    EXPECT_EQ( live.input.whyRefused( PtpTimeSync::locked_ ), "" );
    EXPECT_EQ(
-      live.input.whyRefused( "osc0", "doProgramTolvane" ),
-      "the supervisor is active and time sync is locked: osc0 feeds ptp0, whose gate stops the process as osc0 returns; "
-      "set time sync to enabling first" );
+      live.input.whyRefused( "osc0", "doProgramTolvane" ), "the supervisor is active and time sync is locked: osc0 "
+                                                           "feeds ptp0, whose gate stops the process as osc0 returns; "
+                                                           "set time sync to enabling first" );
    EXPECT_EQ( live.input.whyRefused( "ptp0", "doProgramMax24305" ), "" );
    live.chipIs( Hardware::Max24305::failed_, Hardware::Kiv::ClockStatus::failed_ );
    EXPECT_EQ(
@@ -187,8 +185,7 @@ class EveryTransition : public testing::TestWithParam<U32> {
       if ( chips == Chips::absent ) live.card().hamImpl()->hardwarePresentIs( false );
       live.makeMachines();
       if ( chips == Chips::ready || chips == Chips::failed ) live.run( locked );
-      if ( chips == Chips::failed )
-         live.chipIs( Hardware::Max24305::failed_, Hardware::Kiv::ClockStatus::failed_ );
+      if ( chips == Chips::failed ) live.chipIs( Hardware::Max24305::failed_, Hardware::Kiv::ClockStatus::failed_ );
    }
    static void expectHarmless( LiveCard const & live ) {
       bool const ready = live.card().allReady();
