@@ -6,9 +6,8 @@
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
+#include "service/WallTime.h"
 #include "sim/SimulatedGpo.h"
-
-#include <fmt/chrono.h>
 
 #include <unistd.h>
 
@@ -20,18 +19,12 @@ namespace Host {
 namespace {
 
 std::optional<CardLock> lockOf( Input::CardDescription const & description ) {
-   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
-   return access ? std::optional<CardLock>( std::in_place, access->path, "agent" ) : std::nullopt;
-}
-
-Vor::Ptr<MmapHam> mmapHamOf( Input::CardDescription const & description ) {
-   auto const * access = std::get_if<Input::MmapAccess>( &description.access );
-   return access ? new MmapHam( "hamImpl", access->path, access->offset, access->size ) : nullptr;
+   std::string const place = description.place();
+   return place.empty() ? std::nullopt : std::optional<CardLock>( std::in_place, place, "agent" );
 }
 
 Vor::Ptr<RealTimeHam> realTimeHamOf( Input::CardDescription const & description ) {
-   bool const simulated = std::holds_alternative<Input::SimulatedAccess>( description.access );
-   return simulated ? new RealTimeHam( "hamImpl", simulatedParameters( description ) ) : nullptr;
+   return description.place().empty() ? new RealTimeHam( "hamImpl", simulatedParameters( description ) ) : nullptr;
 }
 
 std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const & description ) {
@@ -48,20 +41,14 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
    return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
 }
 
-std::string wallTime() {
-   auto const now = std::chrono::system_clock::now();
-   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   return fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
-}
-
 }   // namespace
 
 Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
    : lock_( lockOf( description ) ),
      timerSlack_( options.timerSlackNs ),
-     mmapHam_( mmapHamOf( description ) ),
+     polledHam_( polledHamOf( description ) ),
      realTimeHam_( realTimeHamOf( description ) ),
-     signals_( mmapHam_.ptr(), resetOutputsOf( description ) ),
+     signals_( dynamic_cast<MmapHam const *>( polledHam_.ptr() ), resetOutputsOf( description ) ),
      log_( logFileOf( options.events ) ),
      card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
      tracesOn_( Vor::traceLevels ),   // a recording has all that can be told
@@ -81,13 +68,15 @@ Agent::Agent( Input::CardDescription const & description, AgentOptions const & o
    if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
    teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
-   if ( mmapHam_ ) presence_.emplace( mmapHam_->filename().stdString(), pollSet_ );
+   if ( polledHam_ ) presence_.emplace( description.place(), pollSet_ );
+   if ( polledHam_ && polledHam_->wakeFd() >= 0 ) pollSet_.descriptorAdd( polledHam_->wakeFd(), [] {} );
 }
 
 int Agent::run() {
    journal_->begin();
    look();   // first, so that each machine finds the card as it is
-   if ( mmapHam_ && !mmapHam_->hardwarePresent() ) journal_->line( "waiting for the card: " + mmapHam_->trouble() );
+   if ( polledHam_ && !polledHam_->hardwarePresent() )
+      journal_->line( "waiting for the card: " + polledHam_->trouble() );
    while ( !signals_.stopAsked() && machines_.makeNext() ) signals_.underWayIs( nullptr );
    Vor::activityManager().run(
       [this] { return signals_.stopAsked(); },
@@ -106,7 +95,7 @@ int Agent::run() {
 }
 
 Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
-   return new Recording::RecordedHam( mmapHam_ ? Vor::Ptr<Fru::HamImpl>( mmapHam_ ) : realTimeHam_, events_ );
+   return new Recording::RecordedHam( polledHam_ ? Vor::Ptr<Fru::HamImpl>( polledHam_ ) : realTimeHam_, events_ );
 }
 
 Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {
@@ -121,7 +110,7 @@ void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
 void Agent::look() {
    if ( presence_ ) {
       presence_->arm();
-      mmapHam_->poll();
+      polledHam_->poll();
    }
    signals_.underWayIs( nullptr );
 }

@@ -8,7 +8,7 @@
 #include "card/Card.h"
 #include "card/CardLock.h"
 #include "card/Machines.h"
-#include "card/MmapHam.h"
+#include "card/PolledHam.h"
 #include "card/RealTimeHam.h"
 #include "card/StepListener.h"
 #include "recording/LogFile.h"
@@ -55,13 +55,13 @@ class Agent final : private StepListener {
    Vor::Ptr<Hardware::SetClearGpo> output( Vor::Name const & name );
    void look();
 
-   std::optional<CardLock> const lock_;   // of a mapped card
+   std::optional<CardLock> const lock_;   // of a card that outlives its agents
    TimerSlack const timerSlack_;
-   Vor::Ptr<MmapHam> const mmapHam_;           // of a mapped card
-   Vor::Ptr<RealTimeHam> const realTimeHam_;   // of a simulated one
+   Vor::Ptr<PolledHam> const polledHam_;       // of such a card
+   Vor::Ptr<RealTimeHam> const realTimeHam_;   // of one that is simulated in this process
    StopSignals signals_;
    PollSet pollSet_;
-   std::optional<PresenceWatch> presence_;   // of a mapped card
+   std::optional<PresenceWatch> presence_;   // of a card that comes and goes
    std::optional<Recording::LogFile> log_;
    Sim::CardEvents events_;
    Card card_;
