@@ -1,5 +1,6 @@
 #include "card/Card.h"
 
+#include "framework/TypeRegistry.h"
 #include "sim/CardEvents.h"
 
 #include <algorithm>
@@ -7,6 +8,14 @@
 namespace Host {
 
 namespace {
+
+// The types around the library's, so that they are found by name too: in its modules stand only its own.
+Vor::Module const platform( "Platform", []( Vor::Module & module ) {
+   module.typesAdd<
+      Vor::Entity, Fru::Ham, Fru::HamImpl, Fru::Gpo, Fru::ActiveType, Hardware::SetClearGpo, Hardware::Kiv::ClockStatus,
+      Hardware::Kiv::ClockStatus::State, PtpTimeSync::Status, PtpTimeSync::OperationalState,
+      Redundancy::RedundancyStatus, Redundancy::RedundancyMode>();
+} );
 
 template<class Entity> Vor::Ptr<Entity> placed( Vor::Ptr<Entity> entity, Vor::Ptr<Vor::Entity> const & parent ) {
    entity->parentIs( parent.ptr() );

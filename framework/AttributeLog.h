@@ -74,7 +74,9 @@ struct LogEntry {
    std::string_view type{};        ///< of `create`: the name in the registry
    std::string_view attribute{};   ///< of `create`: the parent's collection that holds it, empty where none does
    std::string_view key{};         ///< wire form; empty where the attribute is no collection
-   std::string_view value{};       ///< wire form; of `create` those of the parameters, one behind the other
+   /// Wire form. Of `create` two numbers that tell how the writer has the type (Type::Operations), and then the values of
+   /// the parameters, one behind the other.
+   std::string_view value{};
 
    friend bool operator==( LogEntry const &, LogEntry const & ) = default;
 };
@@ -123,9 +125,12 @@ class LogBatch {
    std::nullptr_t end() const { return nullptr; }
 
  private:
+   void headPut();
+
    std::string bytes_;
    std::size_t count_ = 0;
    std::size_t entryAt_ = 0;   // of one that is being added
+   std::size_t valueAt_ = 0;   // its last text
 };
 
 struct LogTurn {
@@ -134,9 +139,9 @@ struct LogTurn {
    LogBatch const & batch;
 };
 
-class LogSink {
+class TurnSink {
  public:
-   virtual ~LogSink() = default;
+   virtual ~TurnSink() = default;
 
    /// The turn stands in the log, for every reader, when this returns; or else not at all. Its position follows end(),
    /// or begins a higher generation at number 1. Throws StaleGenerationException, LogUnavailableException.
@@ -154,8 +159,8 @@ class LogSource {
 
    enum class Got { turn, nothing, gap };
 
-   /// One consistent cut - of each entity its creation, parents and what it refers to first, then its attributes - and
-   /// where it stands. Throws LogUnavailableException, LogFormatException.
+   /// One consistent cut - the creations of all entities, parents and what they refer to first, then the values of all -
+   /// and where it stands. Throws LogUnavailableException, LogFormatException.
    virtual LogPosition snapshot( LogBatch & all ) = 0;
    /// The turn that follows `after`; `into` and `last` are as they were where there is none. Throws as snapshot.
    virtual Got next( LogPosition after, LogBatch & into, LogPosition & last ) = 0;

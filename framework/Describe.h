@@ -4,8 +4,10 @@
 #pragma once
 
 #include "framework/Allocate.h"
+#include "framework/Entity.h"
 #include "framework/Exception.h"
 #include "framework/Value.h"
+#include "framework/Wire.h"
 
 #include <array>
 #include <functional>
@@ -73,8 +75,83 @@ template<class F, class Call> Value callWith( std::span<Value const> arguments, 
    ( std::make_index_sequence<std::tuple_size_v<Arguments>>{} );
 }
 
+/// Whether the attribute of the entity type `T` is in the log, beside the constructor parameters.
+template<class T, class A> inline constexpr bool isLogged = std::derived_from<T, Entity> && requires {
+   requires !isNull( A::set );
+}
+&&A::kind != Attribute::Kind::plain;
+
+template<class T, class A> constexpr AttributeWire describeWire() {
+   AttributeWire wire;
+   if constexpr ( isLogged<T, A> ) {
+      using V = ValueOfEntry<A>;
+      wire.put = []( void const * object, WireWriter & to ) {
+         wirePut<V>( std::invoke( A::get, *static_cast<T const *>( object ) ), to );
+      };
+      wire.take = []( void * object, WireReader & from, AttributeWire::Equal equal ) {
+         V const value = takeAll<V>( from );
+         T & owner = *static_cast<T *>( object );
+         if ( equal == AttributeWire::Equal::isSet || !( std::invoke( A::get, owner ) == value ) )
+            std::invoke( A::set, owner, value );
+      };
+   }
+   if constexpr ( std::derived_from<T, Entity> && requires { typename A::Key; } ) {
+      using Collection = std::remove_cvref_t<decltype( std::invoke( A::collection, std::declval<T const &>() ) )>;
+      using Key = typename Collection::Key;
+      using V = decltype( std::declval<Collection>().value( Key() ) );
+      if constexpr (
+         requires( T & directory, WireReader & from ) { directory.vorMemberIs( from ); } && isNull( A::setAt ) ) {
+         using Member = typename V::Pointee;
+         wire.memberType = &Member::staticType;
+         wire.member = []( void const * object, Value const & name ) -> Ptr<Entity> {
+            return std::invoke( A::collection, *static_cast<T const *>( object ) ).value( fromValue<Key>( name ) );
+         };
+         wire.makeMember = []( void * object, WireReader & parameters ) -> Ptr<Entity> {
+            return static_cast<T *>( object )->vorMemberIs( parameters );
+         };
+      } else if constexpr ( !isNull( A::setAt ) && !isNull( A::deleteAt ) ) {
+         wire.putKey = []( Value const & key, WireWriter & to ) { wirePut( fromValue<Key>( key ), to ); };
+         wire.has = []( void const * object, Value const & key ) {
+            return std::invoke( A::collection, *static_cast<T const *>( object ) ).has( fromValue<Key>( key ) );
+         };
+         wire.putAt = []( void const * object, Value const & key, WireWriter & to ) {
+            wirePut<V>(
+               std::invoke( A::collection, *static_cast<T const *>( object ) ).value( fromValue<Key>( key ) ), to );
+         };
+         wire.takeAt = []( void * object, WireReader & key, WireReader & from, AttributeWire::Equal equal ) {
+            Key const at = takeAll<Key>( key );
+            V const value = takeAll<V>( from );
+            T & owner = *static_cast<T *>( object );
+            auto const & collection = std::invoke( A::collection, owner );
+            if ( equal == AttributeWire::Equal::isSet || !collection.has( at ) || !( collection.value( at ) == value ) )
+               std::invoke( A::setAt, owner, at, value );
+         };
+         wire.eraseAt = []( void * object, WireReader & key ) {
+            std::invoke( A::deleteAt, *static_cast<T *>( object ), takeAll<Key>( key ) );
+         };
+      }
+   }
+   return wire;
+}
+
+template<class T, class A> constexpr U32 mixedAttribute( U32 hash ) {
+   if constexpr ( A::kind == Attribute::Kind::constructorParameter || isLogged<T, A> )
+      return mixedWith<ValueOfEntry<A>>( mixed( hash, A::name ) );
+   else if constexpr ( requires { typename A::Key; } )
+      return mixedWith<typename A::Key>( mixed( hash, A::name ) );
+   else
+      return hash;
+}
+
+template<class T, class... A> constexpr U32 shapeOf( TypeList<A...> ) {
+   U32 hash = mixedNothing;
+   ( ( hash = mixedAttribute<T, A>( hash ) ), ... );
+   return hash;
+}
+template<class T, class... A> constexpr U32 shapeOf( Attributes<A...> ) { return shapeOf<T>( TypeList<A...>() ); }
+
 template<class T, class A> constexpr Attribute describeAttribute() {
-   Attribute attribute{ .name = A::name, .kind = A::kind };
+   Attribute attribute{ .name = A::name, .kind = A::kind, .wire = describeWire<T, A>() };
    if constexpr ( requires { A::get; } ) {
       attribute.typeName = typeName<std::remove_cvref_t<decltype( read<A::get>( std::declval<T const &>() ) )>>;
       attribute.get = []( void const * object ) {
@@ -158,6 +235,26 @@ template<class T> consteval auto factoryIfAny() {
       return nullptr;
 }
 
+template<class T, auto factory> constexpr void describeParameters( Type::Operations & operations ) {
+   operations.putParameters = []( void const * object, WireWriter & to ) {
+      [&]<class... A>( TypeList<A...> ) {
+         ( wirePut( std::invoke( A::get, *static_cast<T const *>( object ) ), to ), ... );
+      }( ConstructorParameters<T>() );
+   };
+   operations.sameParameters = []( void const * object, WireReader & from ) {
+      auto const wanted = takeParameters( ConstructorParameters<T>(), from );
+      return [&]<class... A>( TypeList<A...> ) {
+         return object && std::tuple( std::invoke( A::get, *static_cast<T const *>( object ) )... ) == wanted;
+      }( ConstructorParameters<T>() );
+   };
+   if constexpr ( !isNull( factory ) )
+      operations.makeFrom = []( WireReader & from ) -> Ptr<PtrInterface> {
+         return std::apply( factory, takeParameters( ConstructorParameters<T>(), from ) );
+      };
+   operations.parametersShape = shapeOf<T>( ConstructorParameters<T>() );
+   operations.shape = shapeOf<T>( typename T::Attributes() );
+}
+
 template<class T, auto factory> constexpr Type::Operations describeOperations() {
    Type::Operations operations;
    if constexpr ( std::derived_from<T, PtrInterface> ) {
@@ -166,6 +263,12 @@ template<class T, auto factory> constexpr Type::Operations describeOperations() 
       };
    } else if constexpr ( std::default_initializable<T> && std::equality_comparable<T> ) {
       operations.isDefault = []( void const * object ) { return *static_cast<T const *>( object ) == T(); };
+   }
+   if constexpr ( std::derived_from<T, Entity> )
+      describeParameters<T, factory>( operations );
+   else if constexpr ( !std::derived_from<T, PtrInterface> && OnWire<T> ) {
+      operations.put = []( void const * value, WireWriter & to ) { wirePut( *static_cast<T const *>( value ), to ); };
+      operations.take = []( void * value, WireReader & from ) { *static_cast<T *>( value ) = takeAll<T>( from ); };
    }
    if constexpr ( requires { T::access(); } ) operations.access = [] { return toValue( T::access() ); };
    if constexpr ( !isNull( factory ) ) {

@@ -18,6 +18,7 @@
 #include "framework/Entity.h"
 #include "framework/HashMap.h"
 #include "framework/Strep.h"
+#include "framework/Wire.h"
 
 namespace Vor {
 
@@ -76,6 +77,12 @@ template<class Self, class Member, Tag tag> class DirectoryOf : public EntityOf<
    void memberDelAll() {
       Ptr<PtrInterface const> const held = this->vorHeld();
       for ( Name const & name : members_.keys() ) memberDel( name );
+   }
+   /// Makes the member that a log tells of. Throws LogFormatException, and what making a member throws.
+   Ptr<Member> vorMemberIs( WireReader & parameters ) {
+      return std::apply(
+         [this]( auto const &... values ) { return memberIs( values... ); },
+         Detail::takeParameters( ConstructorParameters<Member>(), parameters ) );
    }
    /// Tells of the name without changing anything.
    void memberNotify( Name const & name ) const { this->template attributeNotify<tag>( name ); }

@@ -161,6 +161,7 @@ template<class V> class LinkQueue : public LinkQueueBase {
    Ptr<Element const> head() const { return asElement( LinkQueueBase::head() ); }
    Ptr<Element const> tail() const { return asElement( LinkQueueBase::tail() ); }
    Ptr<Element const> element( U32 index ) const { return asElement( linkAt( placeOf( index ), index ) ); }
+   bool has( U32 index ) const { return linkAt( placeOf( index ), index ) != nullptr; }
    /// The value at the index, a default one where there is none.
    V value( U32 index ) const {
       Ptr<Element const> const found = element( index );

@@ -11,7 +11,7 @@
 
 namespace Vor {
 
-class MemoryLog final : public LogSink {
+class MemoryLog final : public TurnSink {
  public:
    explicit MemoryLog( std::size_t turnsMax = 1000 );
    ~MemoryLog() override;
@@ -25,6 +25,7 @@ class MemoryLog final : public LogSink {
 
  private:
    struct Shared;
+   class Source;
    std::shared_ptr<Shared> const shared_;
 };
 

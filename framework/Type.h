@@ -14,13 +14,40 @@
 
 namespace Vor {
 
+class Entity;
 class PtrInterface;
 class String;
+class Type;
+class WireReader;
+class WireWriter;
 template<class T> class Ptr;
 using Value = std::variant<std::monostate, bool, U64, double, String, Ptr<PtrInterface const>, Ptr<PtrInterface>>;
 
 /// An argument of an operation or of a factory.
 struct NamedValue;
+
+/// How an attribute of an entity travels in the attribute log (framework/Wire.h). All null for one that does not: the
+/// values of operations, of plain attributes, and of collections that nobody can be told of.
+struct AttributeWire {
+   /// What is done with a value that equals the one that stands there.
+   enum class Equal : U8 { isSet, isPassedOver };
+
+   void ( *put )( void const * object, WireWriter & to ) = nullptr;
+   /// The functions that take read everything before they change anything. Throw LogFormatException.
+   void ( *take )( void * object, WireReader & from, Equal equal ) = nullptr;
+
+   // Of a collection.
+   void ( *putKey )( Value const & key, WireWriter & to ) = nullptr;
+   bool ( *has )( void const * object, Value const & key ) = nullptr;
+   void ( *putAt )( void const * object, Value const & key, WireWriter & to ) = nullptr;
+   void ( *takeAt )( void * object, WireReader & key, WireReader & value, Equal equal ) = nullptr;
+   void ( *eraseAt )( void * object, WireReader & key ) = nullptr;
+
+   // Of a directory: its members are entities of their own.
+   Type const & ( *memberType )() = nullptr;
+   Ptr<Entity> ( *member )( void const * object, Value const & name ) = nullptr;
+   Ptr<Entity> ( *makeMember )( void * object, WireReader & parameters ) = nullptr;
+};
 
 /// One attribute of a type: how to reach it on an object of that type. A null function is an operation that the
 /// attribute does not offer.
@@ -52,6 +79,8 @@ struct Attribute {
    Value ( *call )( void * object, std::span<Value const> arguments ) = nullptr;
    std::span<std::string_view const> argumentNames = {};
    std::span<std::string_view const> argumentTypeNames = {};
+
+   AttributeWire wire = {};
 };
 
 class Type {
@@ -62,6 +91,18 @@ class Type {
       Ptr<PtrInterface> ( *make )( std::span<Value const> constructorArguments ) = nullptr;
       bool ( *isDefault )( void const * object ) = nullptr;
       Value ( *access )() = nullptr;   ///< of a register type: how the hardware lets it be used, as text
+
+      // In the attribute log. Of a value type:
+      void ( *put )( void const * value, WireWriter & to ) = nullptr;
+      void ( *take )( void * value, WireReader & from ) = nullptr;
+      // Of an entity type; those that read take the constructor parameters. Throw LogFormatException.
+      void ( *putParameters )( void const * object, WireWriter & to ) = nullptr;
+      /// Whether they are those of the object; without one they are only read.
+      bool ( *sameParameters )( void const * object, WireReader & from ) = nullptr;
+      Ptr<PtrInterface> ( *makeFrom )( WireReader & from ) = nullptr;   ///< null also where there is no factory
+      /// Numbers that tell whether another release has the type alike: its constructor parameters, and all of it.
+      U32 parametersShape = 0;
+      U32 shape = 0;
    };
 
    constexpr explicit Type( char const * name ) : name_( name ) {}

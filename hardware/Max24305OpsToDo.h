@@ -25,6 +25,9 @@ class OpsToDoMetadata {
    U32 firstIndex = 0;
    U32 nextIndex = 0;
 
+   using Attributes = Vor::Attributes<
+      Vor::Member<"firstIndex", &OpsToDoMetadata::firstIndex>, Vor::Member<"nextIndex", &OpsToDoMetadata::nextIndex>>;
+
    friend bool operator==( OpsToDoMetadata const &, OpsToDoMetadata const & ) = default;
    friend Vor::String valueToStrep( OpsToDoMetadata const & metadata );
 };

@@ -23,7 +23,7 @@ class LogThread {
    static constexpr std::size_t usualBytesMax = std::size_t{ 8 } << 20U;
 
    /// Wants a whole from the start. `bytesMax`: of what waits.
-   LogThread( std::unique_ptr<Vor::LogSink> sink, U32 generation, std::size_t bytesMax = usualBytesMax );
+   LogThread( std::unique_ptr<Vor::TurnSink> sink, U32 generation, std::size_t bytesMax = usualBytesMax );
    /// Waits for what was handed over, at most a second.
    ~LogThread();
    LogThread( LogThread const & ) = delete;

@@ -1,0 +1,309 @@
+#include "framework/Mirror.h"
+
+#include "framework/TypeRegistry.h"
+#include "framework/Wire.h"
+
+#include <algorithm>
+#include <set>
+
+namespace Vor {
+
+using Equal = AttributeWire::Equal;
+using Kind = LogEntry::Kind;
+
+struct Mirror::State {
+   struct Held {
+      Ptr<Entity> entity;
+      Type const * type = nullptr;
+      void * object = nullptr;
+      Attribute const * holder = nullptr;   // the collection of its parent, null where none holds it
+      bool otherShape = false;              // the writer has the type otherwise
+      U64 order = 0;                        // in which it came
+   };
+   using ByName = std::map<std::string, Held, std::less<>>;
+   using Keys = std::map<std::pair<Held const *, Attribute const *>, std::set<std::string_view>>;
+
+   explicit State( Tell toTell ) : tell( std::move( toTell ) ) {}
+   ~State();
+
+   void snapshotIs( LogBatch const & all );
+   void apply( LogEntry const & entry, Equal equal );
+   void create( LogEntry const & entry );
+   void change( LogEntry const & entry, Equal equal );
+   void remove( LogEntry const & entry );
+   void drop( std::string const & name );
+   void eraseOthers( Keys const & keys );
+   Held * heldOf( LogEntry const & entry );
+   Attribute const * attributeOf( Held const & held, LogEntry const & entry );
+   Ptr<Entity>
+   made( LogEntry const & entry, Type const & type, Name const & name, Held * parent, Attribute const * holder );
+   void skip( LogEntry const & entry, String const & why );
+   void tellOnce( String const & text ) {
+      if ( told.insert( text.stdString() ).second && tell ) tell( text );
+   }
+   WireReader reader( std::string_view bytes ) const { return { bytes, entityOfName }; }
+
+   Tell const tell;
+   std::map<std::string, Maker, std::less<>> makers;
+   ByName held;
+   std::set<std::string, std::less<>> skipped;   // entities of which nothing is mirrored
+   std::set<std::string> told;
+   U64 came = 0;
+   EntityOfName const entityOfName = [this]( std::string_view name ) -> Ptr<Entity> {
+      auto const found = held.find( name );
+      return found == held.end() ? nullptr : found->second.entity;
+   };
+   NameOfEntity const nobody = []( Entity const & ) { return std::string_view(); };
+};
+
+Mirror::State::~State() {
+   // Whoever still holds one of them must not find its parent gone; a directory sees to its members.
+   for ( auto & [name, there] : held )
+      if ( !there.holder ) there.entity->parentIs( nullptr );
+}
+
+namespace {
+
+char const * kindText( Kind kind ) {
+   switch ( kind ) {
+   case Kind::create:
+      return "create";
+   case Kind::change:
+      return "change";
+   case Kind::erase:
+      return "erase";
+   case Kind::remove:
+      return "remove";
+   }
+   return "entry";
+}
+
+// Plain entities, which only give others their place, are there in any case.
+Type const * typeNamed( std::string_view name ) {
+   Type const & plain = Entity::staticType();
+   return name == plain.name() ? &plain : typeRegistry().type( name );
+}
+
+// Calls for each entry; what it throws names the entry.
+template<class Call> void forEachEntry( LogBatch const & batch, Call && call ) {
+   std::size_t number = 0;
+   for ( LogEntry const & entry : batch ) {
+      ++number;
+      try {
+         call( entry );
+      } catch ( Exception const & error ) {
+         String const what =
+            String( entry.entity ) + ( entry.attribute.empty() ? "" : "." ) + String( entry.attribute );
+         throw LogFormatException(
+            format( "entry %zu of the batch, %s of ", number, kindText( entry.kind ) ) + valueToStrep( what ) + ": " +
+            error.message() );
+      }
+   }
+}
+
+}   // namespace
+
+Mirror::State::Held * Mirror::State::heldOf( LogEntry const & entry ) {
+   auto const found = held.find( entry.entity );
+   if ( found != held.end() ) return &found->second;
+   if ( !skipped.contains( entry.entity ) ) throw LogFormatException( "there is no entity of that name" );
+   return nullptr;
+}
+
+Attribute const * Mirror::State::attributeOf( Held const & of, LogEntry const & entry ) {
+   for ( Attribute const & attribute : of.type->attributes() )
+      if ( attribute.name == entry.attribute ) return &attribute;
+   return nullptr;
+}
+
+void Mirror::State::skip( LogEntry const & entry, String const & why ) {
+   if ( held.contains( entry.entity ) ) drop( std::string( entry.entity ) );
+   skipped.insert( std::string( entry.entity ) );
+   tellOnce( "entities of type " + String( entry.type ) + " are passed over: " + why );
+}
+
+Ptr<Entity> Mirror::State::made(
+   LogEntry const & entry, Type const & type, Name const & name, Held * parent, Attribute const * holder ) {
+   WireReader from = reader( entry.value.substr( 8 ) );
+   if ( holder ) return holder->wire.makeMember( parent->object, from );
+   auto const maker = makers.find( entry.type );
+   Ptr<Entity> const entity =
+      maker != makers.end() ? maker->second( name ) : ptrCast<Entity>( type.operations().makeFrom( from ) );
+   if ( entity && parent ) entity->parentIs( parent->entity.ptr() );
+   return entity;
+}
+
+void Mirror::State::create( LogEntry const & entry ) {
+   WireReader head = reader( entry.value );
+   U32 const parametersShape = head.u32();
+   U32 const shape = head.u32();
+   Name const name = String( head.text() );
+   std::string const ending = "/" + name.string().stdString();
+   if ( !entry.entity.ends_with( ending ) )
+      throw LogFormatException( "expected a full name that ends with " + valueToStrep( String( ending ) ) );
+   std::string_view const parentName = entry.entity.substr( 0, entry.entity.size() - ending.size() );
+
+   Type const * const type = typeNamed( entry.type );
+   if ( !type || !type->operations().sameParameters ) return skip( entry, "this release has no such type" );
+   if ( type->operations().parametersShape != parametersShape )
+      return skip( entry, "this release makes them from other parameters" );
+
+   auto const parentFound = held.find( parentName );
+   Held * const parent = parentFound == held.end() ? nullptr : &parentFound->second;
+   Attribute const * holder = nullptr;
+   if ( !entry.attribute.empty() ) {
+      if ( !parent && skipped.contains( parentName ) ) return skip( entry, "what holds them is passed over" );
+      if ( !parent ) throw LogFormatException( "there is no entity " + valueToStrep( String( parentName ) ) );
+      holder = attributeOf( *parent, entry );
+      if ( !holder || !holder->wire.makeMember || &holder->wire.memberType() != type )
+         return skip( entry, "what holds them does not, in this release" );
+   } else if ( !type->operations().makeFrom && !makers.contains( entry.type ) )
+      return skip( entry, "nobody makes one here" );
+
+   auto const found = held.find( entry.entity );
+   bool const there = found != held.end();
+   WireReader parameters = reader( entry.value.substr( 8 ) );
+   bool same = false;
+   try {
+      same = type->operations().sameParameters(
+         there && found->second.type == type ? found->second.object : nullptr, parameters );
+   } catch ( UnknownEnumeratorException const & error ) {
+      return skip( entry, error.message() );
+   }
+   if ( there && same && found->second.holder == holder ) return;
+   if ( there ) drop( std::string( entry.entity ) );
+   Ptr<Entity> const entity = made( entry, *type, name, parent, holder );
+   if ( !entity ) return skip( entry, "nobody makes one here" );
+   skipped.erase( std::string( entry.entity ) );
+   void const * const object = type->operations().ofObject( entity.ptr() );
+   held[std::string( entry.entity )] =
+      Held{ entity, type, const_cast<void *>( object ), holder, type->operations().shape != shape, ++came };
+}
+
+void Mirror::State::change( LogEntry const & entry, Equal equal ) {
+   Held * const there = heldOf( entry );
+   if ( !there ) return;
+   Attribute const * const attribute = attributeOf( *there, entry );
+   String const what = String( there->type->name() ) + "." + String( entry.attribute );
+   bool const atKey = !entry.key.empty();
+   if ( !attribute || !( atKey ? attribute->wire.takeAt != nullptr : attribute->wire.take != nullptr ) )
+      return tellOnce( what + " is passed over: this release has no such attribute" );
+   WireReader value = reader( entry.value );
+   WireReader key = reader( entry.key );
+   try {
+      if ( entry.kind == Kind::erase )
+         attribute->wire.eraseAt( there->object, key );
+      else if ( atKey )
+         attribute->wire.takeAt( there->object, key, value, equal );
+      else
+         attribute->wire.take( there->object, value, equal );
+   } catch ( UnknownEnumeratorException const & error ) {
+      tellOnce( what + " is passed over: " + error.message() );
+   } catch ( LogFormatException const & error ) {
+      if ( !there->otherShape ) throw;
+      tellOnce( what + " is passed over, which the writer's release has otherwise: " + error.message() );
+   }
+}
+
+void Mirror::State::remove( LogEntry const & entry ) {
+   if ( heldOf( entry ) )
+      drop( std::string( entry.entity ) );
+   else
+      skipped.erase( std::string( entry.entity ) );
+}
+
+// With those below it, which go first.
+void Mirror::State::drop( std::string const & name ) {
+   std::string const below = name + "/";
+   for ( auto next = held.lower_bound( below ); next != held.end() && next->first.starts_with( below );
+         next = held.lower_bound( below ) )
+      drop( std::string( next->first ) );
+   auto const found = held.find( name );
+   Held const gone = std::move( found->second );
+   held.erase( found );
+   Entity * const parent = gone.entity->parent();
+   if ( gone.holder && parent )
+      gone.holder->deleteAt(
+         const_cast<void *>( parent->fwkType().operations().ofObject( parent ) ), gone.entity->name().string() );
+   else
+      gone.entity->parentIs( nullptr );
+}
+
+void Mirror::State::apply( LogEntry const & entry, Equal equal ) {
+   switch ( entry.kind ) {
+   case Kind::create:
+      return create( entry );
+   case Kind::change:
+   case Kind::erase:
+      return change( entry, equal );
+   case Kind::remove:
+      return remove( entry );
+   }
+}
+
+// What stands at keys that the snapshot does not have.
+void Mirror::State::eraseOthers( Keys const & keys ) {
+   for ( auto & [name, there] : held )
+      for ( Attribute const & attribute : there.type->attributes() ) {
+         if ( !attribute.wire.eraseAt ) continue;
+         auto const listed = keys.find( { &there, &attribute } );
+         for ( Value const & key : attribute.keys( there.object ) ) {
+            std::string bytes;
+            WireWriter to( bytes, nobody );
+            attribute.wire.putKey( key, to );
+            if ( listed != keys.end() && listed->second.contains( bytes ) ) continue;
+            WireReader from = reader( bytes );
+            attribute.wire.eraseAt( there.object, from );
+         }
+      }
+}
+
+void Mirror::State::snapshotIs( LogBatch const & all ) {
+   std::set<std::string_view> names;
+   for ( LogEntry const & entry : all )
+      if ( entry.kind == Kind::create ) names.insert( entry.entity );
+   std::erase_if( skipped, [&]( std::string const & name ) { return !names.contains( name ); } );
+   std::vector<std::string> vanished;
+   for ( auto const & [name, there] : held )
+      if ( !names.contains( name ) ) vanished.push_back( name );
+   for ( std::string const & name : vanished )
+      if ( held.contains( name ) ) drop( name );
+
+   Keys keys;
+   forEachEntry( all, [&]( LogEntry const & entry ) {
+      if ( entry.kind == Kind::create ) create( entry );
+   } );
+   for ( LogEntry const & entry : all ) {
+      auto const found = entry.key.empty() ? held.end() : held.find( entry.entity );
+      if ( found == held.end() ) continue;
+      keys[{ &found->second, attributeOf( found->second, entry ) }].insert( entry.key );
+   }
+   eraseOthers( keys );
+   forEachEntry( all, [&]( LogEntry const & entry ) {
+      if ( entry.kind != Kind::create ) apply( entry, Equal::isPassedOver );
+   } );
+}
+
+Mirror::Mirror( Tell tell ) : state_( std::make_unique<State>( std::move( tell ) ) ) {}
+
+Mirror::~Mirror() = default;
+
+void Mirror::makerIs( std::string_view type, Maker maker ) { state_->makers[std::string( type )] = std::move( maker ); }
+
+void Mirror::snapshotIs( LogBatch const & all ) { state_->snapshotIs( all ); }
+
+void Mirror::turn( LogBatch const & batch ) {
+   forEachEntry( batch, [&]( LogEntry const & entry ) { state_->apply( entry, Equal::isSet ); } );
+}
+
+Ptr<Entity> Mirror::entity( std::string_view fullName ) const { return state_->entityOfName( fullName ); }
+
+std::vector<Ptr<Entity>> Mirror::entities() const {
+   std::map<U64, Ptr<Entity>> inOrder;
+   for ( auto const & [name, there] : state_->held ) inOrder[there.order] = there.entity;
+   std::vector<Ptr<Entity>> entities;
+   for ( auto const & [order, entity] : inOrder ) entities.push_back( entity );
+   return entities;
+}
+
+}   // namespace Vor
