@@ -44,16 +44,62 @@ Vor::Ptr<Vor::PtrInterface> tolvaneMachine( Card const & card, std::string const
       config, card.tolvaneStatusDir()->tolvane( chip ), card.gpo( config->resetGpoName().string().stdString() ) );
 }
 
-Machines::Machines( Card const & card ) : card_( card ) { requireServedInputs( card.description() ); }
+// Waits for the end of a Tolvane that runs.
+class Machines::RunningTolvane final : public Vor::PtrInterface {
+ public:
+   RunningTolvane( Card const & card, std::string const & chip )
+      : card_( card ),
+        chip_( chip ),
+        presence_( new Presence( *this, card.hamImpl() ) ),
+        wiring_( new Wiring( *this, card.resetGpoOf( chip ) ) ) {}
+
+ private:
+   struct Presence final : Fru::HamImpl::NotifieeConst {
+      Presence( RunningTolvane & tolvane, Vor::Ptr<Fru::HamImpl const> const & ham ) : tolvane( tolvane ) {
+         vorAttach( ham );
+      }
+      void onHardwarePresent() override { tolvane.look(); }
+      RunningTolvane & tolvane;
+   };
+   struct Wiring final : Hardware::SetClearGpo::NotifieeConst {
+      Wiring( RunningTolvane & tolvane, Vor::Ptr<Hardware::SetClearGpo const> const & output ) : tolvane( tolvane ) {
+         vorAttach( output );
+      }
+      void onHam() override { tolvane.look(); }
+      RunningTolvane & tolvane;
+   };
+
+   void look() {
+      if ( !machine_ && !( card_.hamImpl()->hardwarePresent() && card_.resetGpoOf( chip_ )->ham() ) )
+         machine_ = tolvaneMachine( card_, chip_ );
+   }
+
+   Card const & card_;
+   std::string const chip_;
+   Vor::Ptr<Presence> const presence_;
+   Vor::Ptr<Wiring> const wiring_;
+   Vor::Ptr<Vor::PtrInterface> machine_;
+};
+
+// Those who wait for the end of a Tolvane join before the other machines' reactors: they are told first.
+Machines::Machines( Card const & card, std::set<std::string> const & running ) : card_( card ) {
+   requireServedInputs( card.description() );
+   for ( Input::TolvaneDescription const & chip : card.description().tolvanes )
+      if ( running.contains( chip.name ) )
+         running_.push_back( new RunningTolvane( card, chip.name ) );
+      else
+         tolvanes_.push_back( chip.name );
+}
+
+Machines::~Machines() = default;
 
 bool Machines::makeNext() {
-   auto const & tolvanes = card_.description().tolvanes;
    auto const & max24305s = card_.description().max24305s;
    std::size_t const made = machines_.size();
-   if ( made < tolvanes.size() )
-      machines_.push_back( tolvaneMachine( card_, tolvanes[made].name ) );
-   else if ( made - tolvanes.size() < max24305s.size() )
-      machines_.push_back( max24305Machine( card_, max24305s[made - tolvanes.size()].name ) );
+   if ( made < tolvanes_.size() )
+      machines_.push_back( tolvaneMachine( card_, tolvanes_[made] ) );
+   else if ( made - tolvanes_.size() < max24305s.size() )
+      machines_.push_back( max24305Machine( card_, max24305s[made - tolvanes_.size()].name ) );
    else
       return false;
    return true;

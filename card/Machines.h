@@ -3,6 +3,10 @@
 // The Tolvanes come first, then the MAX24305s, each in the card's order. Making a machine evaluates its environment,
 // which may run its chip's whole bring-up.
 //
+// A machine of a Tolvane resets its chip, whatever state that is in. A Tolvane that runs and is to go on has none,
+// therefore, until its card or its output's handle goes: its machine is made then, and finds it so, before any other
+// machine is told.
+//
 //    Host::Machines machines( card );   // as long as it lives, the chips are looked after
 //    while ( !stopAsked && machines.makeNext() ) {}
 #pragma once
@@ -10,6 +14,8 @@
 #include "card/Card.h"
 #include "framework/PtrInterface.h"
 
+#include <set>
+#include <string>
 #include <vector>
 
 namespace Host {
@@ -26,14 +32,22 @@ Vor::Ptr<Vor::PtrInterface> tolvaneMachine( Card const & card, std::string const
 
 class Machines {
  public:
-   /// Makes none yet. Throws Input::InputError for a chip whose input no machine serves. The card outlives this.
-   explicit Machines( Card const & card );
+   /// Makes none yet. `running`: the Tolvanes that go on as they run; the card is present, and their outputs have their
+   /// handles. Throws Input::InputError for a chip whose input no machine serves. The card outlives this.
+   explicit Machines( Card const & card, std::set<std::string> const & running = {} );
+   ~Machines();
+   Machines( Machines const & ) = delete;
+   Machines & operator=( Machines const & ) = delete;
 
-   /// Makes the machine of the next chip; false when every chip has one.
+   /// Makes the machine of the next chip; false when every chip has one, or goes on without.
    bool makeNext();
 
  private:
+   class RunningTolvane;
+
    Card const & card_;
+   std::vector<Vor::Ptr<RunningTolvane>> running_;
+   std::vector<std::string> tolvanes_;   // the others
    std::vector<Vor::Ptr<Vor::PtrInterface>> machines_;
 };
 

@@ -15,8 +15,6 @@ namespace Host {
 
 namespace {
 
-constexpr U32 goneValue = 0xFFFFFFFF;
-
 // A device has no length; a file that is too short would end the process at the first access behind its end.
 bool tooShort( struct stat const & found, U64 needed ) {
    return S_ISREG( found.st_mode ) && static_cast<U64>( found.st_size ) < needed;
@@ -25,7 +23,7 @@ bool tooShort( struct stat const & found, U64 needed ) {
 }   // namespace
 
 MmapHam::MmapHam( Vor::Name name, std::string path, U64 offset, U32 size )
-   : HamImpl( std::move( name ) ), path_( std::move( path ) ) {
+   : PolledHam( std::move( name ) ), path_( std::move( path ) ) {
    VOR_ASSERT( offset % sizeof( U32 ) == 0 && size % sizeof( U32 ) == 0 );
    kindIs( "mmap" );
    filenameIs( path_ );

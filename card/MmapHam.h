@@ -11,7 +11,7 @@
 //    if ( !ham->hardwarePresent() ) std::cerr << ham->trouble() << '\n';
 #pragma once
 
-#include "platform/Ham.h"
+#include "card/PolledHam.h"
 
 #include <sys/types.h>
 
@@ -20,18 +20,14 @@
 
 namespace Host {
 
-class MmapHam final : public Fru::HamImpl {
+class MmapHam final : public PolledHam {
  public:
    /// The card's space is `size` bytes that start at byte `offset` of the file; both are multiples of 4.
    MmapHam( Vor::Name name, std::string path, U64 offset, U32 size );
    ~MmapHam() override;
 
-   /// Looks whether the file is there, still the same and long enough. Whoever watches `hardwarePresent` reacts inside
-   /// this call.
-   void poll();
-
-   /// Why nothing is mapped; empty while the card is present.
-   std::string const & trouble() const { return trouble_; }
+   /// Looks whether the file is there, still the same and long enough.
+   void poll() override;
 
    /// `address` is a multiple of 4 within the space: descriptions are checked when they are read. Any other stops the
    /// process.
@@ -58,7 +54,6 @@ class MmapHam final : public Fru::HamImpl {
    void unmap();
 
    std::string const path_;
-   std::string trouble_;
    Identity identity_;
    void * mapping_ = nullptr;
    std::size_t mappingSize_ = 0;

@@ -1,33 +1,40 @@
-// Register access to simulated hardware that runs in a process of its own (card/HardwareServer.h), over a Unix socket.
-// The hardware outlives its agents, as a real card does.
+// Register access to simulated hardware that lives in a process of its own (card/HardwareServer.h), over a Unix socket.
+// The hardware outlives its users, as a real card does.
 //
-// Each access is a message and its answer. Where the process is gone, reads give 0xFFFFFFFF and writes are lost;
-// poll() looks for it again, and `hardwarePresent` follows.
+// Each access is a message and its answer. A process that does not answer within seconds is gone; poll() looks for it
+// again.
 #pragma once
 
 #include "card/Descriptor.h"
-#include "platform/Ham.h"
+#include "card/HardwareMessage.h"
+#include "card/PolledHam.h"
 
 #include <optional>
 #include <string>
 
 namespace Host {
 
-class SocketHam final : public Fru::HamImpl {
+class SocketHam final : public PolledHam {
  public:
    SocketHam( Vor::Name name, std::string path );
 
-   void poll();
-   /// Why there is none; empty while the card is present.
-   std::string const & trouble() const { return trouble_; }
+   void poll() override;
+   /// Readable when the process has gone.
+   int wakeFd() const override { return lost_.fd(); }
 
+   /// `address` is a multiple of 4, as card/MmapHam.h has it. Any other stops the process.
    void read32( U32 address, U32 & value ) override;
    void write32( U32 address, U32 value ) override;
 
  private:
+   static constexpr char vorSource[] = "SocketHam";
+
+   bool connect();
+   U32 answerTo( HardwareRequest const & request );
+
    std::string const path_;
-   std::string trouble_;
-   std::optional<Descriptor> socket_;
+   Descriptor const lost_;   // an epoll instance, which outlives the sockets that it watches
+   std::optional<HardwareSocket> socket_;
 };
 
 }   // namespace Host

@@ -1,6 +1,7 @@
 // The words of the `clockpath` command. Errors are told on standard error; service/Exit.h has the exit codes.
 #include "command/CardCommands.h"
 #include "command/FileCommands.h"
+#include "command/HardwareCommand.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
 #include "command/SwitchoverCommands.h"
@@ -39,6 +40,11 @@ class Words {
 
       agentWords();
       roleWords();
+
+      CLI::App & lived =
+         words( "hardware", "Simulate the hardware of a card for other processes", hardware_, &hardware );
+      lived.add_option( "FILE", hardware_.file, "A card description, or a scenario for its faults" )->required();
+      option( lived, "--events FILE", hardware_.events, "Write what reaches the hardware to FILE" );
 
       registerWords( "peek", "Read registers of a card", &peek );
       registerWords( "poke", "Write registers of a card", &poke )
@@ -242,6 +248,7 @@ class Words {
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
    SimulateOptions simulate_;
    AgentOptions agent_;
+   HardwareOptions hardware_;
    CardOptions card_;
    FileOptions file_;
    RecordingOptions recording_;

@@ -1,6 +1,7 @@
 #include "command/OpenCard.h"
 
-#include "card/MmapHam.h"
+#include "card/FencedHam.h"
+#include "card/PolledHam.h"
 #include "input/ScenarioFile.h"
 
 #include <iostream>
@@ -17,16 +18,18 @@ CardFiles::CardFiles( std::string const & cardPath, std::string const & after ) 
    scenario = Input::readScenario( file.root(), card );
    Input::requireSimulated( card );
    requireServedInputs( card );
+   std::get<Input::SimulatedAccess>( card.access ).socket.clear();   // it is simulated here, in virtual time
 }
 
 OpenCard::OpenCard( CardFiles const & files, std::string const & user ) {
    Vor::Ptr<Fru::HamImpl> ham;
-   if ( auto const * mmap = std::get_if<Input::MmapAccess>( &files.card.access ) ) {
-      lock_.emplace( mmap->path, "clockpath " + user );
-      Vor::Ptr<MmapHam> const mapped = new MmapHam( "hamImpl", mmap->path, mmap->offset, mmap->size );
-      mapped->poll();
-      if ( !mapped->hardwarePresent() ) throw CardUnavailable( "the card is not there: " + mapped->trouble() );
-      ham = mapped;
+   if ( Vor::Ptr<PolledHam> const polled = polledHamOf( files.card ) ) {
+      lock_.emplace( files.card.place(), "clockpath " + user );
+      polled->poll();
+      if ( !polled->hardwarePresent() ) throw CardUnavailable( "the card is not there: " + polled->trouble() );
+      ham = new FencedHam( polled, *lock_, []( U32 generation ) {
+         throw CardUnavailable( "the card was taken by generation " + std::to_string( generation ) );
+      } );
    } else {
       world_ = std::make_unique<SimulatedWorld>( files.card, files.scenario );
       world_->events().listenerAdd( *this );

@@ -1,5 +1,5 @@
-// The card that a command looks at: a real one as it is, whose lock it holds meanwhile; a simulated one brought up
-// first, in virtual time, with the services around it in the starting state of an empty scenario; or with `--after` the
+// The card that a command looks at: a real one as it is, or one whose hardware lives in a process of its own, whose lock
+// it holds meanwhile; another simulated one brought up first, in virtual time, with the services around it in the starting state of an empty scenario; or with `--after` the
 // card of a scenario as it stands at the end of that.
 #pragma once
 
@@ -32,8 +32,8 @@ class OpenCard : private Sim::CardListener {
  private:
    void onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) override;
 
-   std::optional<CardLock> lock_;            // of a real card
-   std::unique_ptr<SimulatedWorld> world_;   // of a simulated one
+   std::optional<CardLock> lock_;            // of a card that outlives the command
+   std::unique_ptr<SimulatedWorld> world_;   // of another
    std::set<U32> unclaimed_;
    std::optional<RegisterAccess> registers_;
 };

@@ -58,6 +58,7 @@ class CardReader {
          SimulatedAccess access;
          if ( object.has( "spiClockInHz" ) ) access.spiClockInHz = object["spiClockInHz"].u64( 1, 1'000'000'000 );
          if ( object.has( "lockAfterNs" ) ) access.lockAfterNs = object["lockAfterNs"].u64();
+         if ( object.has( "socket" ) ) access.socket = besideFile( card_.file, object["socket"].name() );
          object.finish();
          return access;
       }
@@ -257,6 +258,11 @@ class CardReader {
 };
 
 }   // namespace
+
+std::string CardDescription::place() const {
+   if ( auto const * mmap = std::get_if<MmapAccess>( &access ) ) return mmap->path;
+   return std::get<SimulatedAccess>( access ).socket;
+}
 
 std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {
    std::vector<Sim::ScenarioChip> chips;

@@ -30,6 +30,7 @@ class JsonValue;
 struct SimulatedAccess {
    U64 spiClockInHz = Sim::defaultSpiClockInHz;
    U64 lockAfterNs = Sim::defaultLockAfterNs;
+   std::string socket;   ///< of the process that its hardware lives in; empty: in that of who uses it
 };
 
 /// Registers of a card in the machine, mapped from a file.
@@ -97,6 +98,9 @@ struct CardDescription {
    GpoDescription const * gpo( std::string_view name ) const { return gpos.find( name ); }
    Max24305Description const * max24305( std::string_view name ) const { return max24305s.find( name ); }
    TolvaneDescription const * tolvane( std::string_view name ) const { return tolvanes.find( name ); }
+   /// The file by which a card is reached that outlives its users: what is mapped, or the socket of its hardware. Empty
+   /// where the hardware is simulated in the process of who uses it.
+   std::string place() const;
    /// What a scenario can name.
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };

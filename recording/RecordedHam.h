@@ -2,44 +2,28 @@
 // listeners: a write before it, a read with what it gave. The hardware is present while the real handle says so.
 #pragma once
 
-#include "platform/Ham.h"
+#include "card/WrappingHam.h"
 #include "sim/CardEvents.h"
 
 namespace Recording {
 
-class RecordedHam final : public Fru::HamImpl {
+class RecordedHam final : public Host::WrappingHam {
  public:
    /// The events outlive the handle.
    RecordedHam( Vor::Ptr<Fru::HamImpl> const & real, Sim::CardEvents & events )
-      : HamImpl( real->name() ), real_( real ), events_( events ), presence_( new Presence( real, *this ) ) {
-      kindIs( real->kind() );
-      filenameIs( real->filename() );
-      offsetIs( real->offset() );
-      sizeIs( real->size() );
-      hardwarePresentIs( real->hardwarePresent() );
-   }
+      : WrappingHam( real ), events_( events ) {}
 
    void read32( U32 address, U32 & value ) override {
-      real_->read32( address, value );
+      real().read32( address, value );
       events_.tell( &Sim::CardListener::onRead32, address, value );
    }
    void write32( U32 address, U32 value ) override {
       events_.tell( &Sim::CardListener::onWrite32, address, value );
-      real_->write32( address, value );
+      real().write32( address, value );
    }
 
  private:
-   struct Presence final : NotifieeConst {
-      Presence( Vor::Ptr<Fru::HamImpl const> const & real, RecordedHam & recorded ) : recorded( recorded ) {
-         vorAttach( real );
-      }
-      void onHardwarePresent() override { recorded.hardwarePresentIs( notifier()->hardwarePresent() ); }
-      RecordedHam & recorded;
-   };
-
-   Vor::Ptr<Fru::HamImpl> const real_;
    Sim::CardEvents & events_;
-   Vor::Ptr<Presence> const presence_;
 };
 
 }   // namespace Recording

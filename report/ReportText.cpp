@@ -29,7 +29,9 @@ std::string jsonText( Input::Json const & json, int indent ) {
 std::string cardText( Input::CardDescription const & card, Style const & style ) {
    std::string head = "Card " + card.file + ", ";
    if ( auto const * simulated = std::get_if<Input::SimulatedAccess>( &card.access ) )
-      head += fmt::format( "simulated, SPI at {} Hz", simulated->spiClockInHz );
+      head += fmt::format(
+         "simulated{}, SPI at {} Hz", simulated->socket.empty() ? "" : " behind " + simulated->socket,
+         simulated->spiClockInHz );
    else
       head += "registers in " + std::get<Input::MmapAccess>( card.access ).path;
    head += fmt::format( ", generation {}, slot {}", card.genId, card.slotId );

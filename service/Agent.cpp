@@ -5,15 +5,15 @@
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
+#include "service/WallTime.h"
 #include "sim/SimulatedGpo.h"
 #include "state/OpenLog.h"
 
-#include <fmt/chrono.h>
+#include <fmt/format.h>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <iostream>
 
 namespace Host {
@@ -35,12 +35,6 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
    if ( path == Recording::LogFile::standardOutput )
       throw Input::InputError( "--events: the agent's standard output has its journal; expected a file, found \"-\"" );
    return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
-}
-
-std::string wallTime() {
-   auto const now = std::chrono::system_clock::now();
-   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   return fmt::format( "{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime( std::chrono::system_clock::to_time_t( now ) ), ms );
 }
 
 // What stands in the log of the agent before this one, and the generation that follows it.

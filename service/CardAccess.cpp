@@ -11,7 +11,7 @@ CardAccess::CardAccess(
      simulated_( polled_ ? nullptr : new RealTimeHam( "hamImpl", simulatedParameters( description ) ) ),
      ham_( polled_ ? Vor::Ptr<Fru::HamImpl>( polled_ ) : simulated_ ) {
    if ( !polled_ ) return;
-   std::string const place = polled_->filename().stdString();
+   std::string const place = description.place();
    lock_.emplace( place, "agent", generation );
    if ( generation > 0 ) ham_ = new FencedHam( polled_, *lock_, fenced );
    presence_.emplace( place, pollSet );

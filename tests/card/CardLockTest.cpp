@@ -8,14 +8,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <barrier>
+#include <memory>
+#include <thread>
+
 namespace CardLockTests {
 namespace {
 
 using Host::CardLock;
 
-std::string refusal( std::string const & card ) {
+std::string refusal( std::string const & card, U32 generation = 0 ) {
    try {
-      CardLock const lock( card, "a test" );
+      CardLock const lock( card, "a test", generation );
    } catch ( Host::CardUnavailable const & error ) {
       return error.what();
    }
@@ -30,7 +35,7 @@ TEST( CardLock, HasOneHolderAtATimeAndNamesIt ) {
    {
       CardLock const lock( card, "agent" );
       EXPECT_EQ( lock.path(), card + ".lock" );
-      EXPECT_EQ( folder.content( "space.lock" ), self( "agent" ) );
+      EXPECT_EQ( folder.content( "space.lock" ), "00000000 " + self( "agent" ) );
       EXPECT_EQ(
          refusal( card ),
          "the card is in use by " + self( "agent" ) + " (" + card + ".lock); stop it, or try again when it has ended" );
@@ -44,7 +49,7 @@ TEST( CardLock, NamesTheHolderAloneWhoeverCameBefore ) {
    Input::Folder const folder;
    folder.file( "space.lock", "somebody with a long name who was killed, process 1" );
    CardLock const lock( folder.path( "space" ), "agent" );
-   EXPECT_EQ( folder.content( "space.lock" ), self( "agent" ) );
+   EXPECT_EQ( folder.content( "space.lock" ), "00000000 " + self( "agent" ) );
 }
 
 TEST( CardLock, OfACardThatIsNotThereYetIsTheSameWhenItCame ) {
@@ -63,26 +68,154 @@ TEST( CardLock, OfALinkIsThatOfTheCard ) {
    EXPECT_EQ( refusal( folder.path( "another" ) ), "" );
 }
 
+// Another process that holds the lock, until it is killed.
+class Holder {
+ public:
+   explicit Holder( std::string const & card, U32 generation = 0 ) {
+      int ends[2];
+      EXPECT_EQ( ::pipe( ends ), 0 );
+      pid_ = ::fork();
+      if ( pid_ == 0 ) {
+         CardLock const lock( card, "agent", generation );
+         if ( ::write( ends[1], "x", 1 ) == 1 ) ::pause();
+         ::_exit( 1 );
+      }
+      char told = 0;
+      EXPECT_EQ( ::read( ends[0], &told, 1 ), 1 );
+      ::close( ends[0] );
+      ::close( ends[1] );
+   }
+   ~Holder() { killed(); }
+   Holder( Holder const & ) = delete;
+   Holder & operator=( Holder const & ) = delete;
+
+   void killed() {
+      if ( pid_ <= 0 ) return;
+      ::kill( pid_, SIGKILL );
+      ::waitpid( pid_, nullptr, 0 );
+      pid_ = -1;
+   }
+   void stopped() const {
+      ::kill( pid_, SIGSTOP );
+      ::waitpid( pid_, nullptr, WUNTRACED );
+   }
+   std::string name() const { return "agent, process " + std::to_string( pid_ ); }
+
+ private:
+   pid_t pid_ = -1;
+};
+
 TEST( CardLock, IsGoneWithAHolderThatWasKilled ) {
    Input::Folder const folder;
    std::string const card = folder.file( "space", "" );
-   int ends[2];
-   ASSERT_EQ( ::pipe( ends ), 0 );
-   pid_t const holder = ::fork();
-   if ( holder == 0 ) {
-      CardLock const lock( card, "agent" );
-      if ( ::write( ends[1], "x", 1 ) == 1 ) ::pause();
-      ::_exit( 1 );
-   }
-   char told = 0;
-   ASSERT_EQ( ::read( ends[0], &told, 1 ), 1 );
-   EXPECT_TRUE( refusal( card ).starts_with( "the card is in use by agent, process " + std::to_string( holder ) ) )
-      << refusal( card );
-   ::kill( holder, SIGKILL );
-   ::waitpid( holder, nullptr, 0 );
+   Holder holder( card );
+   EXPECT_TRUE( refusal( card ).starts_with( "the card is in use by " + holder.name() ) ) << refusal( card );
+   holder.killed();
    EXPECT_EQ( refusal( card ), "" );
-   ::close( ends[0] );
-   ::close( ends[1] );
+}
+
+TEST( CardLock, IsTakenByAHigherGenerationAlone ) {
+   Input::Folder const folder;
+   std::string const card = folder.file( "space", "" );
+   CardLock const old( card, "agent", 5 );
+   EXPECT_EQ( folder.content( "space.lock" ), "00000005 " + self( "agent" ) );
+   EXPECT_EQ( old.generationNow(), 5u );
+   for ( U32 const generation : { 0, 4, 5 } )
+      EXPECT_TRUE( refusal( card, generation ).starts_with( "the card is in use by " + self( "agent" ) ) )
+         << refusal( card, generation );
+   EXPECT_TRUE( old.held() );
+   {
+      CardLock const taken( card, "another agent with a longer name", 0x1A );
+      EXPECT_TRUE( taken.held() );
+      EXPECT_FALSE( old.held() );
+      EXPECT_EQ( old.generationNow(), 0x1Au );
+      EXPECT_EQ( folder.content( "space.lock" ), "0000001a " + self( "another agent with a longer name" ) );
+      EXPECT_NE( refusal( card, 0x1A ), "" );
+   }
+   // Once it is over, the one before has not got the card back.
+   EXPECT_FALSE( old.held() );
+   EXPECT_EQ( refusal( card ), "" );
+}
+
+TEST( CardLock, IsTakenFromAProcessThatWasStopped ) {
+   Input::Folder const folder;
+   std::string const card = folder.file( "space", "" );
+   Holder const first( card, 1 );
+   Holder second( card, 2 );
+   first.stopped();
+   second.stopped();
+   EXPECT_TRUE( refusal( card ).starts_with( "the card is in use by " + second.name() ) ) << refusal( card );
+   EXPECT_TRUE( refusal( card, 2 ).starts_with( "the card is in use by " + second.name() ) ) << refusal( card, 2 );
+   EXPECT_EQ( refusal( card, 3 ), "" );
+   EXPECT_EQ( refusal( card ), "" ) << "those who have lost the card are not in the way";
+}
+
+TEST( CardLock, IsTakenFromAHolderWithoutAGeneration ) {
+   Input::Folder const folder;
+   std::string const card = folder.file( "space", "" );
+   CardLock const peek( card, "peek" );
+   CardLock const agent( card, "agent", 1 );
+   EXPECT_FALSE( peek.held() );
+   EXPECT_TRUE( agent.held() );
+}
+
+TEST( CardLock, AGenerationOutlivesItsHolder ) {
+   Input::Folder const folder;
+   std::string const card = folder.file( "space", "" );
+   { CardLock const lock( card, "agent", 7 ); }
+   EXPECT_EQ(
+      refusal( card, 6 ), "generation 7 has had the card (" + card + ".lock); expected that or a higher one, found 6" );
+   { CardLock const peek( card, "peek" ); }
+   EXPECT_EQ( folder.content( "space.lock" ), "00000007 " + self( "peek" ) );
+   EXPECT_NE( refusal( card, 6 ), "" );
+   EXPECT_EQ( refusal( card, 7 ), "" );
+   EXPECT_EQ( refusal( card, 0xFFFFFFFF ), "" );
+   EXPECT_EQ( folder.content( "space.lock" ).substr( 0, 9 ), "ffffffff " );
+}
+
+TEST( CardLock, OfSeveralThatTakeItAtOnceTheHighestGenerationHasIt ) {
+   constexpr U32 takers = 6;
+   for ( int round = 0; round < 30; ++round ) {
+      Input::Folder const folder;
+      std::string const card = folder.file( "space", "" );
+      std::vector<std::unique_ptr<CardLock>> locks( takers );
+      std::vector<std::thread> threads;
+      std::barrier start( takers );
+      for ( U32 generation = 1; generation <= takers; ++generation )
+         threads.emplace_back( [&, generation] {
+            start.arrive_and_wait();
+            try {
+               locks[generation - 1] = std::make_unique<CardLock>( card, "agent", generation );
+            } catch ( Host::CardUnavailable const & ) {   // another was faster
+            }
+         } );
+      for ( std::thread & thread : threads ) thread.join();
+      for ( auto const & lock : locks ) {
+         bool const highest = lock == locks.back();
+         EXPECT_EQ( lock && lock->held(), highest );
+      }
+   }
+}
+
+TEST( CardLock, HasOneHolderAtATimeWhileOthersComeAndGo ) {
+   Input::Folder const folder;
+   std::string const card = folder.file( "space", "" );
+   std::atomic<int> holders = 0;
+   std::atomic<int> had = 0;
+   std::vector<std::thread> threads;
+   for ( int user = 0; user < 4; ++user )
+      threads.emplace_back( [&] {
+         for ( int round = 0; round < 300; ++round ) try {
+               CardLock const lock( card, "peek" );
+               EXPECT_EQ( ++holders, 1 );
+               EXPECT_TRUE( lock.held() );
+               --holders;
+               ++had;
+            } catch ( Host::CardUnavailable const & ) {   // in use
+            }
+      } );
+   for ( std::thread & thread : threads ) thread.join();
+   EXPECT_GT( had, 0 );
 }
 
 TEST( CardLock, StandsElsewhereWhereItCannotStandBesideTheCard ) {

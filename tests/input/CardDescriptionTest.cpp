@@ -85,6 +85,17 @@ TEST( CardDescription, ASimulatedChipMayHavePropertiesOfItsOwn ) {
    EXPECT_EQ( card.max24305s[1].clockStatus, "shared" );
 }
 
+TEST( CardDescription, TheHardwareOfASimulatedCardMayLiveElsewhere ) {
+   EXPECT_EQ( cardOf( wholeCard ).place(), "" );
+   std::string const elsewhere =
+      with( wholeCard, R"("kind": "simulated")", R"("kind": "simulated", "socket": "a/b" )" );
+   Input::JsonDocument const file( "/cards/card.json", elsewhere );
+   EXPECT_EQ( cardDescription( file.root() ).place(), "/cards/a/b" );
+   std::string const mapped =
+      with( wholeCard, R"("kind": "simulated")", R"("kind": "mmap", "path": "/dev/uio0", "size": 65536 )" );
+   EXPECT_EQ( cardOf( mapped ).place(), "/dev/uio0" );
+}
+
 TEST( CardDescription, ASimulatedChipMaySettleAndHaveVolatileBits ) {
    CardDescription const card = cardOf( with(
       wholeCard, R"("role": "unknown")",
@@ -176,7 +187,7 @@ TEST( CardDescription, AnUnknownKeyIsAnError ) {
       "\"resetGpoName\" or \"role\"" );
    EXPECT_EQ(
       errorWith( R"("kind": "simulated")", R"("kind": "simulated", "size": 4)" ),
-      "card.json: /access/size: unknown key, found with 4; known here: \"kind\", \"spiClockInHz\" or \"lockAfterNs\"" );
+      "card.json: /access/size: unknown key, found with 4; known here: \"kind\", \"spiClockInHz\", \"lockAfterNs\" or \"socket\"" );
 }
 
 TEST( CardDescription, AWrongTypeIsAnError ) {
