@@ -162,8 +162,7 @@ int demoSwitchover( SwitchoverDemoOptions const & options ) {
    State::RedisServer serverB( folder.file( "b" ), serverA );
    auto const agent = [&]( std::string const & name, State::RedisServer const & server, std::string const & role ) {
       return std::vector<std::string>{
-         "agent",  description, "--state", server.writer(), "--socket", folder.file( name + ".sock" ),
-         "--role", role };
+         "agent", description, "--state", server.writer(), "--socket", folder.file( name + ".sock" ), "--role", role };
    };
    DemoProcess a( agent( "a", serverA, "active" ), folder.file( "a.out" ) );
    DemoProcess b( agent( "b", serverB, "standby" ), folder.file( "b.out" ) );

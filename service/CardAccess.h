@@ -44,15 +44,12 @@ class CardAccess {
    /// Why it is not there.
    std::string trouble() const { return polled_ ? polled_->trouble() : ""; }
    /// In seconds, until it is to be looked again.
-   double longestWait() const {
-      return presence_ ? presence_->longestWait() : std::numeric_limits<double>::infinity();
-   }
+   double longestWait() const { return presence_ ? presence_->longestWait() : std::numeric_limits<double>::infinity(); }
 
  private:
-   std::optional<CardLock> lock_;   // of a card that others can reach
-   Vor::Ptr<MmapHam> mapped_;       // one of the three
-   Vor::Ptr<SocketHam> socket_;
-   Vor::Ptr<RealTimeHam> simulated_;
+   Vor::Ptr<PolledHam> const polled_;        // of a card that others can reach
+   Vor::Ptr<RealTimeHam> const simulated_;   // of any other
+   std::optional<CardLock> lock_;
    Vor::Ptr<Fru::HamImpl> ham_;
    std::optional<PresenceWatch> presence_;
 };

@@ -1,5 +1,6 @@
 #include "service/Standby.h"
 
+#include "card/MirroredHam.h"
 #include "input/InputError.h"
 #include "report/Journal.h"
 #include "state/OpenLog.h"

@@ -63,7 +63,7 @@ Cluster::~Cluster() {
 
 Host::Process & Cluster::agent( std::string const & name, std::string const & role, std::vector<std::string> more ) {
    std::vector<std::string> words{
-      "agent",  card_, "--state",  server( name ).writer(),    "--socket", folder_.path( name + ".sock" ),
+      "agent",  card_, "--state",  server( name ).writer(),         "--socket", folder_.path( name + ".sock" ),
       "--role", role,  "--events", folder_.path( name + ".events" ) };
    words.insert( words.end(), more.begin(), more.end() );
    return agents_[name].emplace( words );
