@@ -158,6 +158,7 @@ int demoSwitchover( SwitchoverDemoOptions const & options ) {
    tell( "a card, and two supervisors with a server each: B's follows A's" );
    std::string const events = folder.file( "hardware.events" );
    DemoProcess hardware( { "hardware", description, "--events", events }, folder.file( "hardware.out" ) );
+   hardware.awaits( "\n" );
    State::RedisServer serverA( folder.file( "a" ) );
    State::RedisServer serverB( folder.file( "b" ), serverA );
    auto const agent = [&]( std::string const & name, State::RedisServer const & server, std::string const & role ) {

@@ -42,6 +42,7 @@ TakeOver publishedAt( AgentOptions const & options ) {
    TakeOver found{ .generation = options.generation, .published = {} };
    if ( !options.state ) return found;
    try {
+      State::openSink( *options.state );   // where it is a file, there is one
       Vor::LogPosition const at = State::openSource( *options.state )->snapshot( found.published );
       if ( found.generation == 0 ) found.generation = at.generation + 1;
    } catch ( Vor::Exception const & error ) {
@@ -83,8 +84,6 @@ Agent::Agent(
    if ( access_.simulated() ) events_.cardAdd( access_.simulated()->card() );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
-   journal_.emplace(
-      std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
    status_->roleIs( textOf( options.role ) );
    status_->processIs( static_cast<U32>( ::getpid() ) );
    status_->cardIs( description.file );
@@ -92,6 +91,8 @@ Agent::Agent(
       options.role == Role::single_ ? static_cast<Redundancy::RedundancyMode>( options.redundancyMode )
                                     : Redundancy::switchover_ );
    if ( options.timeSync ) input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
+   journal_.emplace(
+      std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    if ( !options.socket ) return;
    control_.emplace( *options.socket, pollSet_, [this]( Input::Json const & request ) { return answer( request ); } );
@@ -104,15 +105,16 @@ int Agent::run() {
    adopt();
    beginToTell();
    if ( !access_.present() ) journal_->line( "waiting for the card: " + access_.trouble() );
-   while ( !ends() && machines_->makeNext() ) betweenTurns();
+   while ( !ends() && machines_->makeNext() ) {
+      betweenTurns();
+      input_.look();
+   }
    Vor::activityManager().run(
       [this] { return ends(); },
-      [this]( double seconds ) {
+      [this]( double ) {
+         look();
          betweenTurns();
-         double wait = std::min( { seconds, teller_->longestWait(), access_.longestWait() } );
-         if ( !state_->writable() ) wait = std::min( wait, logLookPeriod );
-         pollSet_.wait( wait );
-         if ( !ends() ) look();
+         pollSet_.wait( longestWait() );
       } );
    bool const ready = card_.allReady();
    teller_->look();
@@ -164,6 +166,14 @@ void Agent::beginToTell() {
    machines_.emplace( card_, adoption_ ? adoption_->tolvanes() : std::set<std::string>() );
 }
 
+// What was looked at may have armed timers.
+double Agent::longestWait() const {
+   Vor::ActivityManager & manager = Vor::activityManager();
+   double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
+   double const log = state_->writable() ? seconds : logLookPeriod;
+   return std::min( { seconds, log, teller_->longestWait(), access_.longestWait() } );
+}
+
 bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
 
 void Agent::betweenTurns() {
@@ -172,8 +182,6 @@ void Agent::betweenTurns() {
    status_->activityIs( "" );
    teller_->look();
    for ( auto const & [chip, cause] : teller_->byChip() ) state_->progress( chip )->causeIs( cause );
-   lookAtRole();
-   input_.look();
    state_->turnEnds();
 }
 
@@ -208,9 +216,11 @@ void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
    if ( control_ ) control_->busyWith( "the bring-up of " + config.name().string().stdString() );
 }
 
-// A card that comes or goes sets the machines to work inside this call.
+// What has changed outside sets the machines to work inside this call.
 void Agent::look() {
    access_.look( [this] { input_.lookBeforeCard(); } );
+   if ( state_ ) lookAtRole();
+   input_.look();
 }
 
 Input::Json Agent::answer( Input::Json const & request ) {

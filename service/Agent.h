@@ -59,6 +59,7 @@ class Agent final : private StepListener {
    void look();
    void lookAtRole();
    void lookAtLog();
+   double longestWait() const;
    bool ends() const;
    Input::Json answer( Input::Json const & request );
 
