@@ -75,8 +75,8 @@ struct LogEntry {
    std::string_view type{};        ///< of `create`: the name in the registry
    std::string_view attribute{};   ///< of `create`: the parent's collection that holds it, empty where none does
    std::string_view key{};         ///< wire form; empty where the attribute is no collection
-   /// Wire form. Of `create` two numbers that tell how the writer has the type (Type::Operations), and then the values of
-   /// the parameters, one behind the other.
+   /// Wire form. Of `create` two numbers that tell how the writer has the type (Type::Operations), and then the values
+   /// of the parameters, one behind the other.
    std::string_view value{};
 
    friend bool operator==( LogEntry const &, LogEntry const & ) = default;
@@ -167,8 +167,8 @@ class LogSource {
 
    enum class Got { turn, nothing, gap };
 
-   /// One consistent cut - the creations of all entities, parents and what they refer to first, then the values of all -
-   /// and where it stands. Throws LogUnavailableException, LogFormatException.
+   /// One consistent cut - the creations of all entities, parents and what they refer to first, then the values of
+   /// all - and where it stands. Throws LogUnavailableException, LogFormatException.
    virtual LogPosition snapshot( LogBatch & all ) = 0;
    /// The turn that follows `after`; `into` and `last` are as they were where there is none. Throws as snapshot.
    virtual Got next( LogPosition after, LogBatch & into, LogPosition & last ) = 0;
