@@ -78,6 +78,7 @@ void LogThread::Shared::hand( Vor::LogBatch const & batch, bool whole ) {
    std::size_t const size = batch.bytes().size();
    if ( bytes + size > bytesMax ) {
       drop();
+      changed.notify_all();
       if ( !whole ) return;
    }
    if ( whole ) dropped = false;
@@ -136,7 +137,7 @@ bool LogThread::Shared::step() {
       writable = true;
       tell();
    }
-   auto const isWork = [this] { return !queue.empty() || ending || abandoned; };
+   auto const isWork = [this] { return !queue.empty() || ( dropped && !writable ) || ending || abandoned; };
    if ( safe == written )
       changed.wait( lock, isWork );
    else

@@ -33,7 +33,8 @@ std::string_view takeUntil( std::string_view & text, char mark ) {
 
 // Where the @ stands that ends user and password, of which a password may hold others, and a path too.
 std::size_t endOfWho( std::string_view where ) {
-   return where.starts_with( "unix://" ) ? where.find( "@/" ) : where.rfind( '@' );
+   std::size_t const beforePath = where.starts_with( "unix://" ) ? where.find( "@/" ) : std::string_view::npos;
+   return beforePath == std::string_view::npos ? where.rfind( '@' ) : beforePath;
 }
 
 // Prefixes stand in the patterns of a server's access rules, so none of their marks may be in one.

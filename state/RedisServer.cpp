@@ -146,7 +146,8 @@ void RedisServer::writeConfiguration() const {
         << "bind 127.0.0.1\nport " << port_ << "\nunixsocket redis.sock\nunixsocketperm 700\n"
         << "save \"\"\nappendonly yes\nappendfsync no\n"
         << "repl-diskless-sync-delay 0\nrepl-ping-replica-period 1\nrepl-timeout 5\n"
-        << "user default off\n"
+        // Nobody can be the default user, who has no password; but the server itself is, as it reads its file again.
+        << "user default on resetpass ~* &* +@all\n"
         << "user writer on >" << passwords_.writer << " ~clockpath:* resetchannels -@all " << writerCommands << '\n'
         << "user viewer on >" << passwords_.viewer << " %R~clockpath:* resetchannels -@all " << viewerCommands << '\n'
         << "user replica on >" << passwords_.replica << " resetchannels -@all +psync +replconf +ping\n"
