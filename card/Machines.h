@@ -32,6 +32,9 @@ class Machines {
    /// Makes the machine of the next chip; false when every chip has one.
    bool makeNext();
 
+   /// The machine of the chip of that name, empty while it has none.
+   Vor::Ptr<Vor::PtrInterface> machine( std::string const & chip ) const;
+
  private:
    Card const & card_;
    std::vector<Vor::Ptr<Vor::PtrInterface>> machines_;
