@@ -4,6 +4,7 @@
 #include "command/HardwareCommand.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
+#include "command/StateCommands.h"
 #include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
@@ -50,6 +51,17 @@ class Words {
       registerWords( "poke", "Write registers of a card", &poke )
          .add_flag( "--yes", card_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", &dump );
+
+      stateWords( "status", "Tell how the chips of a card stand", "", 0, 0, &status )
+         .add_option( "CARD", state_.card, "The same as --card" );
+      stateWords( "inspect", "Show the state that an agent publishes", "NAME ATTRIBUTE", 0, 2, &inspect );
+      stateWords( "watch", "Show changes of that state as they come", "NAME ATTRIBUTE", 0, 2, &watch );
+      stateWords( "set", "Set an attribute of a running agent", "NAME ATTRIBUTE [KEY] VALUE", 3, 4, &set );
+      stateWords(
+         "call", "Call an operation of a running agent", "NAME OPERATION ARGUMENT=VALUE", 2, argumentsMax, &call );
+      CLI::App & typed = words( "types", "List the types that a state can have", state_, &types );
+      typed.add_option( "NAME", state_.words, "One type" )->expected( 0, 1 );
+      typed.add_flag( "--json", state_.json, jsonTitle );
 
       CLI::App & explained = words( "explain", "Name the cause that a recording shows", recording_, &explain );
       explained.add_option( "FILE", recording_.file, "The recording, as --events writes it" )->required();
@@ -107,6 +119,7 @@ class Words {
  private:
    static constexpr char strictTitle[] = "Give 1 for warnings";
    static constexpr char jsonTitle[] = "For programs";
+   static constexpr int argumentsMax = 100;
 
    // The parser's own words for an unknown command do not say which word it is.
    void requireCommand( std::string const & word ) const {
@@ -183,6 +196,18 @@ class Words {
          ->capture_default_str();
    }
 
+   CLI::App & stateWords(
+      std::string const & name, std::string const & title, std::string const & what, int least, int most,
+      int ( *command )( StateOptions const & ) ) {
+      CLI::App & state = words( name, title, state_, command );
+      option( state, "--state WHERE", state_.state, "The state: FILE.db, or the URL of a server" );
+      option( state, "--card CARD", state_.card, "In its place: where the agent of that card usually keeps it" );
+      state.add_flag( "--json", state_.json, jsonTitle );
+      if ( most > 0 ) state.add_option( what, state_.words, "Names as inspect shows them" )->expected( least, most );
+      if ( least > 0 ) state.get_option( what )->required();
+      return state;
+   }
+
    CLI::App &
    registerWords( std::string const & name, std::string const & title, int ( *command )( CardOptions const & ) ) {
       CLI::App & words = cardWords( name, title );
@@ -250,6 +275,7 @@ class Words {
    AgentOptions agent_;
    HardwareOptions hardware_;
    CardOptions card_;
+   StateOptions state_;
    FileOptions file_;
    RecordingOptions recording_;
    RoleOptions role_;
@@ -277,6 +303,8 @@ int main( int argc, char ** argv ) {
    } catch ( Input::InputError const & error ) {
       return failed( "", error, Host::exitWrongUse );
    } catch ( Host::CardUnavailable const & error ) {
+      return failed( "", error, Host::exitNotReady );
+   } catch ( Vor::LogUnavailableException const & error ) {
       return failed( "", error, Host::exitNotReady );
    } catch ( std::exception const & error ) {
       return failed( "unexpected: ", error, Host::exitNotReady );

@@ -5,6 +5,7 @@
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
+#include "service/UsualPlaces.h"
 #include "service/WallTime.h"
 #include "sim/SimulatedGpo.h"
 #include "state/OpenLog.h"
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 namespace Host {
@@ -94,8 +96,14 @@ Agent::Agent(
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
+   machines_.emplace( card_ );
+   requests_.emplace( card_, input_, *machines_, access_.ham() );
+   requests_->kindAdd( "role", [this]( Input::Json const & request ) { return roleAsked( request ); } );
+   requests_->kindAdd( "position", [this]( Input::Json const & ) { return position(); } );
    if ( !options.socket ) return;
-   control_.emplace( *options.socket, pollSet_, [this]( Input::Json const & request ) { return answer( request ); } );
+   control_.emplace( *options.socket, pollSet_, [this]( Input::Json const & request ) {
+      return requests_->answer( request );
+   } );
    status_->socketIs( control_->path() );
 }
 
@@ -163,7 +171,7 @@ void Agent::beginToTell() {
          journal_->line( chip + ": " + text );
       }
    state_->begin();
-   machines_.emplace( card_, adoption_ ? adoption_->tolvanes() : std::set<std::string>() );
+   if ( adoption_ ) machines_.emplace( card_, adoption_->tolvanes() );   // where it was, for the requests
 }
 
 // What was looked at may have armed timers.
@@ -223,27 +231,50 @@ void Agent::look() {
    input_.look();
 }
 
-Input::Json Agent::answer( Input::Json const & request ) {
-   if ( request.value( "do", "" ) == "position" ) {
-      Input::Json told = Input::Json::object();
-      if ( state_ && state_->log() )
-         for ( auto const & [name, at] :
-               { std::pair( "written", state_->log()->written() ), std::pair( "safe", state_->log()->safe() ) } )
-            told[name] = { at.generation, at.number };
-      return told;
-   }
-   if ( request.value( "do", "" ) == "role" ) {
-      if ( options_.role == Role::single_ )
-         throw Input::InputError( "this agent is the only one of its card; expected one that was started with --role" );
-      if ( request.value( "role", "" ) == "active" )
-         return { { "role", "active" }, { "generation", before_.generation } };
-      standsBy_ = true;
-      return { { "role", "standby" } };
-   }
-   throw Input::InputError( "unknown request" );
+Input::Json Agent::roleAsked( Input::Json const & request ) {
+   if ( options_.role == Role::single_ )
+      throw Input::InputError( "this agent is the only one of its card; expected one that was started with --role" );
+   if ( request.value( "role", "" ) == "active" )
+      return { { "role", "active" }, { "generation", before_.generation } };
+   standsBy_ = true;
+   return { { "role", "standby" } };
 }
 
+// Where the state log stands.
+Input::Json Agent::position() {
+   Input::Json told = Input::Json::object();
+   if ( !state_ || !state_->log() ) return told;
+   auto const add = [&]( char const * name, Vor::LogPosition at ) { told[name] = { at.generation, at.number }; };
+   add( "handed", state_->log()->handed() );
+   add( "written", state_->log()->written() );
+   add( "safe", state_->log()->safe() );
+   return told;
+}
+
+namespace {
+
+// Where nobody said where state and socket stand, they stand where they usually do. A card that is simulated by the
+// agent has no lock; there the first agent has these places, which the lock that is given holds.
+void usualPlacesTake(
+   Input::CardDescription const & description, AgentOptions & options, std::optional<CardLock> & simulated ) {
+   std::string const state = usualStatePath( description );
+   try {
+      std::string const folder = std::filesystem::path( state ).parent_path();
+      ownFolderMake( folder );
+      if ( description.place().empty() ) simulated.emplace( folder + "/card", "agent" );
+   } catch ( std::exception const & error ) {
+      std::cerr << "clockpath: the state is not published, and no requests are taken: " << error.what() << '\n';
+      return;
+   }
+   if ( !options.state ) options.state = state;
+   if ( !options.socket ) options.socket = usualSocketPath( description );
+}
+
+}   // namespace
+
 int runAgent( Input::CardDescription const & description, AgentOptions options ) {
+   std::optional<CardLock> simulated;
+   if ( !options.state || !options.socket ) usualPlacesTake( description, options, simulated );
    for ( ;; ) {
       std::optional<TakeOver> order;
       if ( options.role == Role::standby_ ) {

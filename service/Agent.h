@@ -18,6 +18,7 @@
 #include "report/TracesOn.h"
 #include "service/Adoption.h"
 #include "service/AgentOptions.h"
+#include "service/AgentRequests.h"
 #include "service/CardAccess.h"
 #include "service/CauseTeller.h"
 #include "service/ControlSocket.h"
@@ -61,7 +62,8 @@ class Agent final : private StepListener {
    void lookAtLog();
    double longestWait() const;
    bool ends() const;
-   Input::Json answer( Input::Json const & request );
+   Input::Json roleAsked( Input::Json const & request );
+   Input::Json position();
 
    AgentOptions const options_;
    bool const takesOver_;
@@ -82,6 +84,7 @@ class Agent final : private StepListener {
    std::optional<CauseTeller> teller_;
    std::optional<StatePublisher> state_;
    std::optional<Machines> machines_;
+   std::optional<AgentRequests> requests_;
    std::optional<ControlSocket> control_;
    bool standsBy_ = false;
    bool stale_ = false;

@@ -44,6 +44,9 @@ class TimeSyncInput {
    /// The same, for hosts that announce a card which was away.
    void lookBeforeCard() { look(); }
 
+   /// Empty where nothing is.
+   std::string heldBack() const { return status_->heldBack().stdString(); }
+
    bool answered() const { return said_.has_value(); }
    /// Whether machines may be made: the source has answered, or had its time.
    bool mayBegin() const { return longestWait() == 0; }

@@ -1,5 +1,6 @@
 #include "service/UsualPlaces.h"
 
+#include "card/CardLock.h"
 #include "input/InputError.h"
 
 #include <fmt/format.h>
@@ -19,29 +20,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A card that is simulated by who uses it is known by its description.
-std::string placeOf( Input::CardDescription const & card ) {
-   auto const * access = std::get_if<Input::MmapAccess>( &card.access );
-   return access ? access->path : card.file;
-}
-
-// The best place first.
-std::vector<fs::path> foldersOf( Input::CardDescription const & card ) {
-   std::error_code error;
-   fs::path const absolute = fs::absolute( placeOf( card ) );
-   fs::path const real = fs::weakly_canonical( absolute, error );
-   std::string const path = ( error ? absolute : real ).string();
-   std::vector<fs::path> folders;
-   if ( !path.starts_with( "/dev/" ) && !path.starts_with( "/sys/" ) ) folders.emplace_back( path + ".agent" );
-   std::string flat = path;
-   std::ranges::replace( flat, '/', '-' );
-   for ( char const * parent : { "/run/lock", "/tmp" } )
-      folders.push_back( fs::path( parent ) / ( "clockpath" + flat + ".agent" ) );
-   return folders;
+// The best place first. A card that is simulated by who uses it is known by its description, beside which nobody looks
+// for what an agent leaves.
+std::vector<std::string> foldersOf( Input::CardDescription const & card ) {
+   if ( card.place().empty() ) return { placesBeside( card.file, ".agent" ).back() };
+   return placesBeside( card.place(), ".agent" );
 }
 
 fs::path folderOf( Input::CardDescription const & card ) {
-   std::vector<fs::path> const folders = foldersOf( card );
+   std::vector<std::string> const all = foldersOf( card );
+   std::vector<fs::path> const folders( all.begin(), all.end() );
    std::error_code error;
    auto const there = [&]( fs::path const & folder ) { return fs::is_directory( folder, error ); };
    auto const canBe = []( fs::path const & folder ) { return ::access( folder.parent_path().c_str(), W_OK ) == 0; };

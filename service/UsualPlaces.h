@@ -3,6 +3,8 @@
 // the agent that looks after its card.
 //
 //    PATH.agent/state.db    PATH.agent/socket
+//
+// Those of a card that is simulated by its user stand in /tmp, after the description.
 #pragma once
 
 #include "input/CardDescription.h"
