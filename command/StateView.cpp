@@ -1,5 +1,6 @@
 #include "command/StateView.h"
 
+#include "card/MirroredHam.h"
 #include "input/CardDescription.h"
 #include "input/InputError.h"
 #include "platform/Ham.h"
@@ -18,13 +19,6 @@
 namespace Host {
 
 namespace {
-
-// A handle that only shows what it says of itself.
-struct MirroredHam final : Fru::HamImpl {
-   using HamImpl::HamImpl;
-   void read32( U32, U32 & ) override {}
-   void write32( U32, U32 ) override {}
-};
 
 std::string placeOf( StateOptions const & options ) {
    if ( !options.state.empty() && !options.card.empty() )

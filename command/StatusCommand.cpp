@@ -11,6 +11,7 @@
 #include "service/AgentStatus.h"
 #include "service/ControlSocket.h"
 #include "service/Exit.h"
+#include "service/WallTime.h"
 
 #include <fmt/format.h>
 
@@ -36,11 +37,6 @@ struct ChipView {
    bool ready = false;
    Vor::Ptr<ChipProgress> progress;   // empty where the agent tells none
 };
-
-U64 wallMs() {
-   auto const now = std::chrono::system_clock::now().time_since_epoch();
-   return static_cast<U64>( std::chrono::duration_cast<std::chrono::milliseconds>( now ).count() );
-}
 
 std::optional<U64> ageMs( ChipView const & chip, U64 nowMs ) {
    U64 const since = chip.progress ? chip.progress->stateSinceMs() : 0;

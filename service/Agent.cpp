@@ -101,9 +101,8 @@ Agent::Agent(
    requests_->kindAdd( "role", [this]( Input::Json const & request ) { return roleAsked( request ); } );
    requests_->kindAdd( "position", [this]( Input::Json const & ) { return position(); } );
    if ( !options.socket ) return;
-   control_.emplace( *options.socket, pollSet_, [this]( Input::Json const & request ) {
-      return requests_->answer( request );
-   } );
+   control_.emplace(
+      *options.socket, pollSet_, [this]( Input::Json const & request ) { return requests_->answer( request ); } );
    status_->socketIs( control_->path() );
 }
 
@@ -196,13 +195,14 @@ void Agent::betweenTurns() {
 // An active supervisor serves as such once its state can be read by the other, and every chip is ready.
 void Agent::lookAtRole() {
    if ( options_.role == Role::single_ || !state_->writable() ) return;
-   if ( card_.redundancy()->switchoverStage().value( "DovraWritable" ) ) {
-      if ( card_.redundancy()->mode() == Redundancy::active_ || !card_.allReady() ) return;
-      journal_->line( "serves as the active supervisor" );
-      return input_.modeIs( Redundancy::active_ );
+   constexpr char writableStage[] = "DovraWritable";
+   if ( !card_.redundancy()->switchoverStage().value( writableStage ) ) {
+      journal_->line( fmt::format( "the state log is written, generation {}", before_.generation ) );
+      card_.redundancy()->switchoverStageIs( writableStage, true );
    }
-   journal_->line( fmt::format( "the state log is written, generation {}", before_.generation ) );
-   card_.redundancy()->switchoverStageIs( "DovraWritable", true );
+   if ( card_.redundancy()->mode() == Redundancy::active_ || !card_.allReady() ) return;
+   journal_->line( "serves as the active supervisor" );
+   input_.modeIs( Redundancy::active_ );
 }
 
 void Agent::lookAtLog() {
@@ -234,8 +234,7 @@ void Agent::look() {
 Input::Json Agent::roleAsked( Input::Json const & request ) {
    if ( options_.role == Role::single_ )
       throw Input::InputError( "this agent is the only one of its card; expected one that was started with --role" );
-   if ( request.value( "role", "" ) == "active" )
-      return { { "role", "active" }, { "generation", before_.generation } };
+   if ( request.value( "role", "" ) == "active" ) return { { "role", "active" }, { "generation", before_.generation } };
    standsBy_ = true;
    return { { "role", "standby" } };
 }
@@ -273,6 +272,9 @@ void usualPlacesTake(
 }   // namespace
 
 int runAgent( Input::CardDescription const & description, AgentOptions options ) {
+   if ( options.role != Role::single_ && ( !options.state || !options.socket ) )
+      throw Input::InputError( "--role: expected --state, where both supervisors' states are, and --socket, by which "
+                               "each is told who is active" );
    std::optional<CardLock> simulated;
    if ( !options.state || !options.socket ) usualPlacesTake( description, options, simulated );
    for ( ;; ) {

@@ -182,7 +182,7 @@ struct ControlSocket::Shared {
             asked.push_back( id );
          }
          ::poll( look.data(), look.size(), -1 );
-         if ( look[0].revents != 0 && !loopHasTold() ) return;
+         if ( look[0].revents != 0 && !loopHasTold() ) break;
          if ( look[1].revents != 0 ) accept();
          for ( std::size_t at = 0; at < asked.size(); ++at ) {
             auto const found = clients.find( asked[at] );
@@ -195,6 +195,8 @@ struct ControlSocket::Shared {
             if ( gone || !write( client ) || client.out.size() > unreadMax ) drop( asked[at] );
          }
       }
+      // What ended the loop may have been a request.
+      for ( auto & [id, client] : clients ) write( client );
    }
 
    // Whether it goes on.

@@ -23,23 +23,13 @@ void tellStandby( std::string const & text ) {
    std::cout << style.quiet( timeOfDay() ) << "  " << text << std::endl;
 }
 
-std::string socketOf( AgentOptions const & options ) {
-   if ( options.socket ) return *options.socket;
-   throw Input::InputError( "--role standby: expected --socket, by which it is told to take over" );
-}
-
-std::string placeOf( AgentOptions const & options ) {
-   if ( options.state ) return *options.state;
-   throw Input::InputError( "--role standby: expected --state, where the active agent's state is" );
-}
-
 }   // namespace
 
 Standby::Standby( AgentOptions const & options )
-   : place_( placeOf( options ) ),
+   : place_( options.state.value() ),
      signals_( nullptr, {} ),
      mirror_( []( Vor::String const & text ) { tellStandby( text.stdString() ); } ),
-     control_( socketOf( options ), pollSet_, [this]( Input::Json const & request ) { return answer( request ); } ) {
+     control_( options.socket.value(), pollSet_, [this]( Input::Json const & request ) { return answer( request ); } ) {
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );
    mirror_.makerIs( "Fru::HamImpl", []( Vor::Name const & name ) { return new MirroredHam( name ); } );
 }

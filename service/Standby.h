@@ -25,7 +25,7 @@ struct TakeOver {
 
 class Standby {
  public:
-   /// Throws Input::InputError for a place of the state, or of the socket, that is none.
+   /// State and socket are told. Throws Input::InputError for a place that is none.
    explicit Standby( AgentOptions const & options );
 
    /// Until it is to be active, or a signal stops it, which gives nothing.

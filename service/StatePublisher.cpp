@@ -1,5 +1,6 @@
 #include "service/StatePublisher.h"
 
+#include "service/WallTime.h"
 #include "state/OpenLog.h"
 
 #include <functional>
@@ -11,11 +12,6 @@ namespace {
 
 // An operation takes some ten microseconds: readers need not have each.
 constexpr std::chrono::milliseconds operationsToldEvery( 10 );
-
-U64 wallMs() {
-   auto const now = std::chrono::system_clock::now().time_since_epoch();
-   return static_cast<U64>( std::chrono::duration_cast<std::chrono::milliseconds>( now ).count() );
-}
 
 // Ends, before its first turn, that the server follows another one.
 class TakingOverSink final : public Vor::TurnSink {
