@@ -38,8 +38,10 @@ struct Mirror::State {
    void drop( Held & gone );
    void eraseOthers( Keys const & keys );
    Held * found( std::string_view name ) {
+      // Changes of one entity often stand together.
+      if ( last && last->name == name ) return last;
       auto const there = held.find( name );
-      return there == held.end() ? nullptr : &there->second;
+      return last = there == held.end() ? nullptr : &there->second;
    }
    Held * heldOf( LogEntry const & entry );
    Ptr<Entity>
@@ -53,6 +55,7 @@ struct Mirror::State {
    Tell const tell;
    std::map<std::string, Maker, std::less<>> makers;
    ByText<Held> held;
+   Held * last = nullptr;                        // that was looked for
    std::set<std::string, std::less<>> skipped;   // entities of which nothing is mirrored
    std::set<std::string> told;
    U64 came = 0;
@@ -230,6 +233,7 @@ void Mirror::State::remove( LogEntry const & entry ) {
 
 // With those below it, which go first.
 void Mirror::State::drop( Held & gone ) {
+   last = nullptr;
    while ( !gone.below.empty() ) drop( **gone.below.begin() );
    auto const kept = held.extract( gone.name );
    if ( gone.parent ) gone.parent->below.erase( &gone );
