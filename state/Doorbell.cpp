@@ -1,18 +1,17 @@
 #include "state/Doorbell.h"
 
 #include "framework/AttributeLog.h"
+#include "state/RandomText.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <system_error>
 
 namespace State {
@@ -37,18 +36,11 @@ template<class Call> auto withAddress( sockaddr_un const & address, Call const &
    return call( reinterpret_cast<sockaddr const *>( &address ), static_cast<socklen_t>( sizeof address ) );
 }
 
-std::string newBellName() {
-   std::random_device random;
-   std::array<char, 20> name{};
-   std::snprintf( name.data(), name.size(), "%08x%08x", random(), random() );
-   return name.data();
-}
-
 }   // namespace
 
 Doorbell::Doorbell( std::string const & folder ) : socket_( datagramSocket() ) {
    ::mkdir( folder.c_str(), 0777 );
-   std::string const name = newBellName();
+   std::string const name = randomText();
    path_ = folder + '/' + name;
    Host::Descriptor const place( openedFolder( folder ) );
    int const bound = withAddress( addressIn( place, name ), [this]( sockaddr const * address, socklen_t size ) {

@@ -5,6 +5,8 @@
 #include "state/RedisLog.h"
 #include "state/SqliteLog.h"
 
+#include <sys/un.h>
+
 #include <algorithm>
 #include <charconv>
 #include <string_view>
@@ -15,6 +17,7 @@ namespace {
 
 constexpr std::string_view usualPrefix = "clockpath";
 constexpr int usualPort = 6379;
+constexpr std::size_t socketPathMax = sizeof( sockaddr_un::sun_path ) - 1;
 
 [[noreturn]] void throwNoPlace( std::string const & where, std::string const & what ) {
    throw Input::InputError(
@@ -87,6 +90,7 @@ LogPlace logPlace( std::string const & where ) {
    if ( isSocket ) {
       place.socket = takeUntil( rest, '?' );
       if ( !place.socket.starts_with( '/' ) ) throwNoPlace( where, ": its path does not begin with /" );
+      if ( place.socket.size() > socketPathMax ) throwNoPlace( where, ": its path is longer than a socket's may be" );
    } else {
       hostIs( place, takeUntil( rest, '/' ), where );
    }

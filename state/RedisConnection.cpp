@@ -13,7 +13,8 @@ namespace State {
 
 namespace {
 
-constexpr timeval stepLimit{ 1, 0 };
+constexpr int stepSeconds = 1;
+constexpr timeval stepLimit{ stepSeconds, 0 };
 
 std::string serverText( LogPlace const & place ) {
    return place.socket.empty() ? place.host + ':' + std::to_string( place.port ) : place.socket;
@@ -66,12 +67,14 @@ RedisConnection::RedisConnection( LogPlace const & place )
    if ( !context_ || context_->err != 0 )
       fail( context_ ? static_cast<char const *>( context_->errstr ) : "no memory" );
    ::fcntl( fd(), F_SETFD, FD_CLOEXEC );
-   redisSetTimeout( context_.get(), stepLimit );
+   limitIs( stepSeconds );
    if ( !place.user.empty() )
       command( { "AUTH", place.user, place.password } );
    else if ( !place.password.empty() )
       command( { "AUTH", place.password } );
 }
+
+void RedisConnection::limitIs( int seconds ) { redisSetTimeout( context_.get(), { seconds, 0 } ); }
 
 RedisReply RedisConnection::command( Words words ) {
    RedisReply reply = ask( words );
@@ -84,7 +87,7 @@ RedisReply RedisConnection::ask( Words words ) {
    PipeSignalHeld const held;
    void * reply = nullptr;
    if ( redisGetReply( context_.get(), &reply ) != REDIS_OK )
-      fail( context_->err == REDIS_ERR_IO && errno == EAGAIN ? "no answer within a second" : context_->errstr );
+      fail( context_->err == REDIS_ERR_IO && errno == EAGAIN ? "no answer in time" : context_->errstr );
    return RedisReply( reply );
 }
 

@@ -44,6 +44,9 @@ class RedisConnection {
    /// Connects and tells who it is.
    explicit RedisConnection( LogPlace const & place );
 
+   /// What a step may take from now on; a second otherwise.
+   void limitIs( int seconds );
+
    /// The answer, which is no error.
    RedisReply command( Words words );
    RedisReply command( std::initializer_list<std::string_view> words ) {

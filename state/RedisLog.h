@@ -10,8 +10,8 @@
 // A turn is safe when a second server has it. Until one was seen there is none to wait for, and the server's own word
 // is enough; from then on nothing is safe that a second server did not acknowledge, also while none is there.
 //
-// Neither connects before it is used; after a LogUnavailableException the next call connects again. No call takes
-// longer than the second that each of its steps may take. Each object is used by one thread at a time.
+// Neither connects before it is used; after a LogUnavailableException the next call connects again. Each step of a call
+// may take a second, a snapshot five. Each object is used by one thread at a time.
 #pragma once
 
 #include "framework/AttributeLog.h"

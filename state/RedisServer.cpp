@@ -2,6 +2,7 @@
 
 #include "framework/AttributeLog.h"
 #include "state/LogPlace.h"
+#include "state/RandomText.h"
 #include "state/RedisConnection.h"
 
 #include <fcntl.h>
@@ -10,9 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -36,13 +35,6 @@ constexpr int portsTried = 10;
 constexpr int portMin = 20000;   // below those that the system gives to whoever asks for any
 constexpr int portMax = 32000;
 constexpr std::chrono::seconds startLimit{ 10 };
-
-std::string newPassword() {
-   std::random_device random;
-   std::array<char, 36> text{};
-   std::snprintf( text.data(), text.size(), "%08x%08x%08x%08x", random(), random(), random(), random() );
-   return text.data();
-}
 
 int somePort() {
    std::random_device random;
@@ -73,7 +65,7 @@ std::string lastLineOf( std::string const & path ) {
 }   // namespace
 
 RedisServer::RedisServer( std::string folder )
-   : folder_( std::move( folder ) ), passwords_{ newPassword(), newPassword(), newPassword() } {
+   : folder_( std::move( folder ) ), passwords_{ randomText(), randomText(), randomText() } {
    start( 0 );
 }
 

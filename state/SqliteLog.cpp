@@ -115,7 +115,9 @@ Vor::LogPosition SqliteLog::end() { return endOf( do_->end ); }
 void SqliteLog::append( Vor::LogTurn const & turn ) {
    SqliteTransaction transaction( do_->file, "BEGIN IMMEDIATE" );
    Vor::LogPosition const last = end();
+   if ( turn.position == last && last == tried_ ) return;   // it was committed, and only said not to be
    if ( !Vor::mayFollow( last, turn ) ) throwStale( last, turn.position );
+   tried_ = turn.position;
    auto const [generation, number] = turn.position;
    if ( turn.whole ) clear();
    for ( Vor::LogEntry const & entry : turn.batch ) apply( entry );
@@ -126,6 +128,7 @@ void SqliteLog::append( Vor::LogTurn const & turn ) {
    do_->endIs.number( generation ).number( number ).run();
    transaction.commit();
    safe_ = turn.position;
+   tried_ = {};
    do_->ringer.ring();
 }
 

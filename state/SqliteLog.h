@@ -37,6 +37,7 @@ class SqliteLog final : public Vor::TurnSink {
    std::unique_ptr<Statements> const do_;
    U64 const turnsMax_;
    Vor::LogPosition safe_;
+   Vor::LogPosition tried_;   // of the turn that could not be appended last
 };
 
 class SqliteSource final : public Vor::LogSource {

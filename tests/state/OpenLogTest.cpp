@@ -68,6 +68,10 @@ TEST( OpenLogTest, WhatIsNoPlaceIsToldAndItsPasswordIsNot ) {
       EXPECT_THAT( mistakeOf( where ), testing::HasSubstr( "expected FILE.db" ) ) << where;
       EXPECT_THAT( mistakeOf( where ), testing::Not( testing::HasSubstr( "secret" ) ) ) << where;
    }
+   EXPECT_THAT(
+      mistakeOf( "unix://u:secret@/" + std::string( 107, 'x' ) ),
+      testing::HasSubstr( "longer than a socket's may be" ) );
+   EXPECT_EQ( mistakeOf( "unix://u:secret@/" + std::string( 106, 'x' ) ), "none" );
    EXPECT_THROW( openSink( "x" ), Input::InputError );
    EXPECT_THROW( openSource( "x" ), Input::InputError );
    EXPECT_THROW( takeOver( "x" ), Input::InputError );

@@ -271,6 +271,24 @@ TEST( RedisServerTest, ItsFolderIsItsUsersAlone ) {
       fs::status( folder.path( "1/redis.conf" ) ).permissions(), fs::perms::owner_read | fs::perms::owner_write );
 }
 
+TEST( RedisServerTest, TheDocumentGivesItsUsersTheSameRights ) {
+   Input::Folder const folder;
+   RedisServer const server( folder.path( "1" ) );
+   std::ostringstream document;
+   document << std::ifstream( CLOCKPATH_DOCS "state.md" ).rdbuf();
+   std::istringstream configuration( folder.content( "1/redis.conf" ) );
+   int users = 0;
+   for ( std::string line; std::getline( configuration, line ); ) {
+      std::size_t const password = line.find( " on >" );
+      if ( !line.starts_with( "user " ) || password == std::string::npos ) continue;
+      ++users;
+      std::string const rights = line.substr( line.find( ' ', password + 5 ) );
+      EXPECT_THAT( document.str(), HasSubstr( line.substr( 0, password ) + " on >" ) );
+      EXPECT_THAT( document.str(), HasSubstr( "PASSWORD" + rights + "\n" ) );
+   }
+   EXPECT_EQ( users, 3 );
+}
+
 TEST( RedisServerTest, ItEndsWithItsOwner ) {
    Input::Folder const folder;
    pid_t process = -1;
