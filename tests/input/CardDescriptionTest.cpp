@@ -187,7 +187,8 @@ TEST( CardDescription, AnUnknownKeyIsAnError ) {
       "\"resetGpoName\" or \"role\"" );
    EXPECT_EQ(
       errorWith( R"("kind": "simulated")", R"("kind": "simulated", "size": 4)" ),
-      "card.json: /access/size: unknown key, found with 4; known here: \"kind\", \"spiClockInHz\", \"lockAfterNs\" or \"socket\"" );
+      "card.json: /access/size: unknown key, found with 4; known here: \"kind\", \"spiClockInHz\", \"lockAfterNs\" or "
+      "\"socket\"" );
 }
 
 TEST( CardDescription, AWrongTypeIsAnError ) {
