@@ -1,7 +1,7 @@
-// The handle of a card that another supervisor may take: before every access it asks the card's lock whether the card is
-// still its holder's (card/CardLock.h), so that at most one access already begun is late. Once another generation has
-// the card, nothing reaches it any more, and `fenced` is called, which ends the process: a supervisor that has lost its
-// card has nothing left to do on it.
+// The handle of a card that another supervisor may take: before every access it asks the card's lock whether the card
+// is still its holder's (card/CardLock.h), so that at most one access already begun is late. Once another generation
+// has the card, nothing reaches it any more, and `fenced` is called, which ends the process: a supervisor that has lost
+// its card has nothing left to do on it.
 #pragma once
 
 #include "card/CardLock.h"

@@ -1,5 +1,5 @@
-// What the user of simulated hardware and the process that it lives in say to one another: each access is a message, and
-// its answer another. The socket keeps messages whole, so that whoever is killed leaves no part of one behind.
+// What the user of simulated hardware and the process that it lives in say to one another: each access is a message,
+// and its answer another. The socket keeps messages whole, so that whoever is killed leaves no part of one behind.
 #pragma once
 
 #include "card/Descriptor.h"

@@ -5,7 +5,7 @@
 //
 // A machine of a Tolvane resets its chip, whatever state that is in. A Tolvane that runs and is to go on has none,
 // therefore, until its card or its output's handle goes: its machine is made then, and finds it so, before any other
-// machine is told.
+// machine is told. When they return, that machine is the last to be told.
 //
 //    Host::Machines machines( card );   // as long as it lives, the chips are looked after
 //    while ( !stopAsked && machines.makeNext() ) {}

@@ -1,5 +1,5 @@
-// The access handle of a card that comes and goes: poll() looks for it, and `hardwarePresent` follows. While the card is
-// gone, reads give 0xFFFFFFFF, as those of a missing card do, and writes are lost.
+// The access handle of a card that comes and goes: poll() looks for it, and `hardwarePresent` follows. While the card
+// is gone, reads give 0xFFFFFFFF, as those of a missing card do, and writes are lost.
 //
 //    if ( Vor::Ptr<Host::PolledHam> const ham = Host::polledHamOf( description ) ) ham->poll();
 #pragma once

@@ -1,6 +1,7 @@
-// The card that a command looks at: a real one as it is, or one whose hardware lives in a process of its own, whose lock
-// it holds meanwhile; another simulated one brought up first, in virtual time, with the services around it in the starting state of an empty scenario; or with `--after` the
-// card of a scenario as it stands at the end of that.
+// The card that a command looks at. One that outlives the command, real or with its hardware in a process of its own,
+// is looked at as it is, under its lock. Any other simulated one is brought up first, in virtual time, with the
+// services around it in the starting state of an empty scenario; or with `--after` it is the card of a scenario as it
+// stands at the end of that.
 #pragma once
 
 #include "card/CardLock.h"

@@ -3,11 +3,12 @@
 //
 // What was published is never trusted before the hardware was seen: identification, the values that the sequence
 // verified last, lock and frequency of a MAX24305, the enable register of a Tolvane (diagnosis/Audit.h). Nothing is
-// adopted that was configured otherwise. Chips that share a reset output, a clock status or a Tolvane are adopted
-// together or not at all.
+// adopted that was configured otherwise, or that its machine would take down at once: while a gate is closed, or time
+// synchronisation is disabled. MAX24305s that share a clock status or a Tolvane, and any chips that share a reset
+// output, are adopted together or not at all; a MAX24305 with a Tolvane's input only together with that.
 //
 //    Adoption const adoption( card, published, access );
-//    for ( auto const & [chip, verdict] : adoption.verdicts() ) journal.line( chip + ": " + verdict.text() );
+//    for ( auto const & [chip, why] : adoption.reasons() ) std::cout << chip << ": " << why << '\n';
 //    adoption.preset();                     // before the machines are made
 //    Machines machines( card, adoption.tolvanes() );
 #pragma once
@@ -24,8 +25,10 @@ namespace Host {
 
 class Adoption {
  public:
-   /// Looks at the hardware: cleans the SPI masters, and reads. `published`: a snapshot of the last agent's state,
-   /// empty where there is none. The card is configured and handed over, and no machine is made; it outlives this.
+   /// Looks at the hardware of the chips that may be adopted: cleans the SPI master of a MAX24305, as a killed agent
+   /// leaves something there, which takes half a second, and reads. `published`: a snapshot of the last agent's state,
+   /// empty where there is none. The card is present, configured and handed over, what the machines are told of time
+   /// synchronisation stands, and no machine is made; it outlives this.
    Adoption( Card const & card, Vor::LogBatch const & published, RegisterAccess & access );
 
    /// By chip: empty where it is adopted, else why not.
@@ -37,6 +40,8 @@ class Adoption {
    std::set<std::string> tolvanes() const;
 
  private:
+   void together();
+
    Card const & card_;
    std::map<std::string, std::string> reasons_;
 };

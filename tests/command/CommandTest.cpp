@@ -43,7 +43,7 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    EXPECT_EQ(
       unknown.errors,
       "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
-      "\"agent\", \"peek\", "
+      "\"agent\", \"hardware\", \"peek\", "
       "\"poke\", \"dump\", \"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\", "
       "\"bundle\", \"journal\" or \"page\". Run clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
