@@ -6,8 +6,7 @@
 
 namespace Host {
 
-// Each gives the exit code: 0 when it is done, and for `status` all chips are ready; 1 when a chip is not, and where the
-// log or the agent cannot be reached. They throw Input::InputError, CardUnavailable and Vor::LogUnavailableException.
+// Each gives the exit code: 0 when it is done, and for `status` all chips are ready; 1 when a chip is not. They throw Input::InputError, CardUnavailable and Vor::LogUnavailableException.
 
 /// Words: none, an entity, or an entity and an attribute.
 int inspect( StateOptions const & options );

@@ -86,6 +86,7 @@ void StateView::follow(
 std::string shownText( Vor::Value const & value ) {
    constexpr U64 alike = 10;   // below, both are written the same
    auto const * number = std::get_if<U64>( &value );
+   if ( auto const * text = std::get_if<Vor::String>( &value ); text && text->empty() ) return "\"\"";
    return number && *number >= alike ? fmt::format( "{} (0x{:x})", *number, *number )
                                      : Vor::oneLine( Vor::valueText( value ) ).stdString();
 }

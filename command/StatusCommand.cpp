@@ -33,7 +33,8 @@ using Input::Json;
 struct ChipView {
    std::string name;
    std::string state;
-   std::string clock;   // empty where it has none of its own
+   std::string clock;    // empty where it has none of its own
+   bool feeds = false;   // a Tolvane
    bool ready = false;
    Vor::Ptr<ChipProgress> progress;   // empty where the agent tells none
 };
@@ -53,19 +54,20 @@ std::string ageText( U64 ms ) {
 
 std::vector<ChipView> chipsOf( StateView const & view ) {
    std::vector<ChipView> chips;
-   auto const add = [&]( auto const & status, bool ready ) {
+   auto const add = [&]( auto const & status, bool feeds, bool ready ) {
       std::string const name = status->name().charPtr();
       auto const clock = view.the<Hardware::Kiv::ClockStatus>( "/hardware/kiv/clockStatus/" + name );
       chips.push_back(
          { name, stringValue( status->state() ).stdString(), clock ? stringValue( clock->state() ).stdString() : "",
-           ready, view.the<ChipProgress>( "/agent/chip/" + name ) } );
+           feeds, ready, view.the<ChipProgress>( "/agent/chip/" + name ) } );
    };
    for ( auto const & entity : view.entities() ) {
       if ( auto const tolvane = Vor::ptrCast<Hardware::Tolvane::Status>( entity ) )
-         add( tolvane, tolvane->state() == Hardware::Tolvane::ready_ );
+         add( tolvane, true, tolvane->state() == Hardware::Tolvane::ready_ );
       if ( auto const max24305 = Vor::ptrCast<Hardware::Max24305::Status>( entity ) )
-         add( max24305, max24305->state() == Hardware::Max24305::ready_ );
+         add( max24305, false, max24305->state() == Hardware::Max24305::ready_ );
    }
+   std::ranges::sort( chips, {}, []( ChipView const & chip ) { return std::pair( !chip.feeds, chip.name ); } );
    return chips;
 }
 

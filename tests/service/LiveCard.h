@@ -1,4 +1,4 @@
-// A simulated card in virtual time with an agent's inputs, whose machines are made and whose loop is turned by the test.
+// A simulated card in virtual time with an agent's inputs; the test makes the machines, and turns the loop.
 #pragma once
 
 #include "card/StepListener.h"
