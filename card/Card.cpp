@@ -92,7 +92,7 @@ std::vector<Vor::Ptr<Vor::Entity const>> Card::entities() const {
 
 void Card::handOver( std::string const & chip ) { max24305ConfigDir_->max24305( chip )->opsToDoValidIs( true ); }
 
-void Card::adopt( std::string const & chip ) {
+void Card::adopt( std::string const & chip ) const {
    if ( auto const tolvane = tolvaneStatusDir_->tolvane( chip ) ) return tolvane->stateIs( Hardware::Tolvane::ready_ );
    max24305StatusDir_->max24305( chip )->stateIs( Hardware::Max24305::ready_ );
    clockStatusOf( chip )->stateIs( Hardware::Kiv::ClockStatus::ready_ );

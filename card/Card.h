@@ -69,7 +69,7 @@ class Card {
    void handOver( std::string const & chip );
 
    /// The chip runs, and its states say so, before it has a machine.
-   void adopt( std::string const & chip );
+   void adopt( std::string const & chip ) const;
    /// Whether the states of the chip say that it is ready; of one without a machine, whether it was adopted.
    bool ready( std::string const & chip ) const;
    /// Whether every chip of the card is ready.

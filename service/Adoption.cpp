@@ -163,13 +163,8 @@ bool Adoption::adopted( std::string const & chip ) const {
 }
 
 void Adoption::preset() const {
-   for ( std::string const & chip : tolvanes() )
-      card_.tolvaneStatusDir()->tolvane( chip )->stateIs( Hardware::Tolvane::ready_ );
-   for ( Input::Max24305Description const & chip : card_.description().max24305s ) {
-      if ( !adopted( chip.name ) ) continue;
-      card_.max24305StatusDir()->max24305( chip.name )->stateIs( Hardware::Max24305::ready_ );
-      card_.clockStatusOf( chip.name )->stateIs( Hardware::Kiv::ClockStatus::ready_ );
-   }
+   for ( auto const & [chip, reason] : reasons_ )
+      if ( reason.empty() ) card_.adopt( chip );
 }
 
 std::set<std::string> Adoption::tolvanes() const {
