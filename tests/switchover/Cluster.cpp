@@ -21,7 +21,7 @@ constexpr char chipStatus[] = "/hardware/max24305/status/ptp0";
 constexpr char clockStatus[] = "/hardware/kiv/clockStatus/ptp0";
 
 // Locks at its first poll: a bring-up takes 1.3 s.
-constexpr char description[] = R"({
+constexpr char description[] = R"json({
    "access": { "kind": "simulated", "socket": "card.sock", "lockAfterNs": 0 },
    "gpos": [ { "name": "ptp0Reset", "offset": 8192, "bit": 1 } ],
    "chips": [ { "kind": "max24305", "name": "ptp0", "configOffset": 256, "statusOffset": 512,
