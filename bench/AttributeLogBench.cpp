@@ -2,7 +2,8 @@
 //
 // `record` is a setter with a writer attached, and the turn that ends every 64 changes. Its limit is to copy the bytes
 // of such an entry; the peers only encode, and neither keep an entity nor hear of its change. `apply` is a turn of 64
-// changes, eight of each of eight chips, from bytes to setters; the peers only decode as many. `unpublished` is the setter where nobody records.
+// changes, eight of each of eight chips, from bytes to setters; the peers only decode as many. `unpublished` is the
+// setter where nobody records.
 #include "framework/LogState.h"
 #include "framework/LogWriter.h"
 #include "framework/Mirror.h"

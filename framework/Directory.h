@@ -81,7 +81,7 @@ template<class Self, class Member, Tag tag> class DirectoryOf : public EntityOf<
    /// Makes the member that a log tells of. Throws LogFormatException, and what making a member throws.
    Ptr<Member> vorMemberIs( WireReader & parameters ) {
       return std::apply(
-         [this]( auto const &... values ) { return memberIs( values... ); },
+         [this]( auto const &... values ) { return this->memberIs( values... ); },
          Detail::takeParameters( ConstructorParameters<Member>(), parameters ) );
    }
    /// Tells of the name without changing anything.

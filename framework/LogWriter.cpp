@@ -127,6 +127,10 @@ void LogWriter::Published::membersAdd() const {
 }
 
 void LogWriter::State::add( Ptr<Entity const> const & entity ) {
+   if ( byEntity.contains( entity.ptr() ) ) return;
+   // Those that only give others their place come along.
+   Entity const * const parent = entity->parent();
+   if ( parent && &parent->fwkType() == &Entity::staticType() ) add( parent );
    String const name = entity->fullName();
    if ( byName.contains( name.stdString() ) )
       throwNameInUseException( "an entity of the full name " + valueToStrep( name ) + " is published already" );

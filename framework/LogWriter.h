@@ -28,9 +28,9 @@ class LogWriter {
    LogWriter( LogWriter const & ) = delete;
    LogWriter & operator=( LogWriter const & ) = delete;
 
-   /// Publishes an entity as it is, and its changes from now on; of a directory the members too. A reference to an
-   /// entity that is not published yet travels as none. Throws NameInUseException where one of its full name is
-   /// published.
+   /// Publishes an entity as it is, and its changes from now on; of a directory the members too, and parents that are
+   /// plain entities and only give it its place. Silent where it is published already. A reference to an entity that is
+   /// not published yet travels as none. Throws NameInUseException where another of its full name is published.
    void entityAdd( Ptr<Entity const> const & entity );
    /// It has gone, and its members, for readers; silent where it is not published.
    void entityDel( Ptr<Entity const> const & entity );

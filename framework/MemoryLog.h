@@ -1,7 +1,7 @@
 // A log in memory: for readers of the same process, and as what the other logs are measured by. Threads: one writes,
 // any number read.
 //
-//    Vor::MemoryLog log;                                  // keeps 1,000 turns
+//    Vor::MemoryLog log;      // keeps 1,000 turns for readers, of at most LogBatch::bytesMax bytes in all
 //    std::unique_ptr<Vor::LogSource> const reader = log.source();
 #pragma once
 

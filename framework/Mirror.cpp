@@ -143,11 +143,11 @@ Ptr<Entity> Mirror::State::made(
 }
 
 void Mirror::State::create( LogEntry const & entry ) {
+   Type const * const type = typeNamed( entry.type );
+   if ( !type || !type->operations().sameParameters ) return skip( entry, "this release has no such type" );
    WireReader head = reader( entry.value );
    U32 const parametersShape = head.u32();
    U32 const shape = head.u32();
-   Type const * const type = typeNamed( entry.type );
-   if ( !type || !type->operations().sameParameters ) return skip( entry, "this release has no such type" );
    if ( type->operations().parametersShape != parametersShape )
       return skip( entry, "this release makes them from other parameters" );
    Name const name = String( head.text() );
@@ -204,7 +204,7 @@ void Mirror::State::change( LogEntry const & entry, Equal equal ) {
       tellOnce( String( there->type->name() ) + "." + String( entry.attribute ) + " is passed over: " + why + cause );
    };
    Attribute const * const attribute = attributeNamed( *there->type, entry.attribute );
-   bool const atKey = !entry.key.empty();
+   bool const atKey = !entry.key.empty() || entry.kind == Kind::erase;
    if ( !attribute || !( atKey ? attribute->wire.takeAt != nullptr : attribute->wire.take != nullptr ) )
       return passOver( "this release has no such attribute", "" );
    WireReader value = reader( entry.value );

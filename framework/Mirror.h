@@ -8,7 +8,9 @@
 //    Vor::Ptr<Vor::Entity> const status = mirror.entity( "/hardware/max24305/status/ptp0" );
 //
 // A type or an attribute that this release does not know, or knows otherwise, is skipped, and told once: two
-// supervisors are upgraded one after the other. On the thread of its entities.
+// supervisors are upgraded one after the other. An entity whose parent is not in the log has none here.
+//
+// On the thread of its entities.
 #pragma once
 
 #include "framework/AttributeLog.h"

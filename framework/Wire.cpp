@@ -27,7 +27,7 @@ void Detail::throwOutOfRange( U64 number, U64 maximum ) {
       "expected a number up to " + valueToStrep( maximum ) + ", found " + valueToStrep( number ) );
 }
 
-void Detail::throwOtherEntity( PtrInterface const & found ) {
+void Detail::throwOtherEntity( Entity const & found ) {
    throw LogFormatException(
       String( "expected an entity of the attribute's type, found a " ) + found.fwkType().name() );
 }

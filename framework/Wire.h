@@ -163,7 +163,7 @@ template<class T> constexpr U32 mixedWith( U32 hash ) {
 template<class A> using ValueOfEntry = typename Got<std::remove_const_t<decltype( A::get )>>::Value;
 
 [[noreturn]] void throwOutOfRange( U64 number, U64 maximum );
-[[noreturn]] void throwOtherEntity( PtrInterface const & found );
+[[noreturn]] void throwOtherEntity( Entity const & found );
 
 }   // namespace Detail
 
