@@ -2,7 +2,7 @@
 //
 // `record` is a setter with a writer attached, and the turn that ends every 64 changes. Its limit is to copy the bytes
 // of such an entry; the peers only encode, and neither keep an entity nor hear of its change. `apply` is a turn of 64
-// changes from bytes to setters; the peers only decode it. `unpublished` is the setter where nobody records.
+// changes, eight of each of eight chips, from bytes to setters; the peers only decode as many. `unpublished` is the setter where nobody records.
 #include "framework/LogState.h"
 #include "framework/LogWriter.h"
 #include "framework/Mirror.h"
@@ -44,7 +44,7 @@ class Statuses {
       writer.entityAdd( kind_ );
       writer.entityAdd( dir_ );
    }
-   Ptr<Status> first() const { return dir_->max24305( "ptp0" ); }
+   Ptr<Status> chip( int number ) const { return dir_->max24305( "ptp" + std::to_string( number ) ); }
 
  private:
    Ptr<Vor::Entity> const hardware_ = Vor::entityFactory( "hardware" );
@@ -61,7 +61,7 @@ void recordOurs( benchmark::State & state ) {
    Statuses const statuses( 1 );
    LogWriter writer;
    statuses.publish( writer );
-   auto const status = statuses.first();
+   auto const status = statuses.chip( 0 );
    for ( auto _ : state ) {
       change( *status );
       if ( writer.turn().count() >= changesOfATurn ) writer.turnDone();
@@ -69,12 +69,15 @@ void recordOurs( benchmark::State & state ) {
 }
 BENCHMARK( recordOurs )->Name( "record/Ours" );
 
+constexpr int chipsOfATurn = 8;
+
 std::string bytesOfATurn() {
-   Statuses const statuses( 1 );
+   Statuses const statuses( chipsOfATurn );
    LogWriter writer;
    statuses.publish( writer );
    writer.turnDone();
-   for ( int i = 0; i < changesOfATurn; ++i ) change( *statuses.first() );
+   for ( int chip = 0; chip < chipsOfATurn; ++chip )
+      for ( int i = 0; i < changesOfATurn / chipsOfATurn; ++i ) change( *statuses.chip( chip ) );
    return std::string( writer.turn().bytes() );
 }
 
@@ -94,7 +97,7 @@ BENCHMARK( recordLimit )->Name( "record/Limit" );
 
 void unpublishedOurs( benchmark::State & state ) {
    Statuses const statuses( 1 );
-   auto const status = statuses.first();
+   auto const status = statuses.chip( 0 );
    for ( auto _ : state ) change( *status );
 }
 BENCHMARK( unpublishedOurs )->Name( "unpublished/Ours" );
@@ -109,7 +112,7 @@ void unpublishedLimit( benchmark::State & state ) {
 BENCHMARK( unpublishedLimit )->Name( "unpublished/Limit" );
 
 void applyOurs( benchmark::State & state ) {
-   Statuses const statuses( 1 );
+   Statuses const statuses( chipsOfATurn );
    LogWriter writer;
    statuses.publish( writer );
    Vor::Mirror mirror( nullptr );

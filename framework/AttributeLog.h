@@ -101,6 +101,9 @@ class LogBatch {
    /// Adds an entry in parts: its value is what is put into the text given, until entryEnd.
    std::string & entryBegin( LogEntry const & entry );
    void entryEnd();
+   /// The bytes of an entry up to its value, which is empty: for who adds entries of one head again and again.
+   static std::string headOf( LogEntry const & entry );
+   std::string & entryBegin( std::string_view head );
    /// Adds the entries of another.
    void batchAdd( LogBatch const & other );
 
