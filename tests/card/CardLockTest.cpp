@@ -175,7 +175,7 @@ TEST( CardLock, AGenerationOutlivesItsHolder ) {
 
 TEST( CardLock, OfSeveralThatTakeItAtOnceTheHighestGenerationHasIt ) {
    constexpr U32 takers = 6;
-   for ( int round = 0; round < 30; ++round ) {
+   for ( int round = 0; round < 100; ++round ) {
       Input::Folder const folder;
       std::string const card = folder.file( "space", "" );
       std::vector<std::unique_ptr<CardLock>> locks( takers );
@@ -205,9 +205,10 @@ TEST( CardLock, HasOneHolderAtATimeWhileOthersComeAndGo ) {
    std::vector<std::thread> threads;
    for ( int user = 0; user < 4; ++user )
       threads.emplace_back( [&] {
-         for ( int round = 0; round < 300; ++round ) try {
+         for ( int round = 0; round < 1'000; ++round ) try {
                CardLock const lock( card, "peek" );
                EXPECT_EQ( ++holders, 1 );
+               std::this_thread::yield();
                EXPECT_TRUE( lock.held() );
                --holders;
                ++had;
