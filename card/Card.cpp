@@ -29,6 +29,7 @@ Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & h
      ham_( Fru::hamFactory( "ham" ) ),
      timeSync_( PtpTimeSync::statusFactory( "timeSync" ) ),
      redundancy_( Redundancy::redundancyStatusFactory( "redundancy" ) ),
+     gpo_( Vor::entityFactory( "gpo" ) ),
      hardware_( Vor::entityFactory( "hardware" ) ),
      tolvane_( placed( Vor::entityFactory( "tolvane" ), hardware_ ) ),
      max24305_( placed( Vor::entityFactory( "max24305" ), hardware_ ) ),
@@ -40,7 +41,7 @@ Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & h
      max24305StatusDir_( placed( Hardware::Max24305::statusDirFactory( "status" ), max24305_ ) ) {
    ham_->hamImplIs( hamImpl );
    for ( Input::GpoDescription const & gpo : description_.gpos ) {
-      Vor::Ptr<Hardware::SetClearGpo> const output = makeGpo( gpo.name );
+      Vor::Ptr<Hardware::SetClearGpo> const output = placed( makeGpo( gpo.name ), gpo_ );
       output->activeTypeIs( gpo.activeType );
       output->offsetIs( gpo.offset );
       output->bitIs( gpo.bit );
@@ -56,6 +57,7 @@ Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & h
 Card::~Card() {
    // Whoever still holds one of these must not find its parent gone.
    for ( auto const & [name, status] : clockStatuses_ ) status->parentIs( nullptr );
+   for ( auto const & [name, output] : gpos_ ) output->parentIs( nullptr );
    for ( Vor::Entity * entity : std::initializer_list<Vor::Entity *>{
             tolvaneConfigDir_.ptr(), tolvaneStatusDir_.ptr(), max24305ConfigDir_.ptr(), max24305StatusDir_.ptr(),
             clockStatus_.ptr(), kiv_.ptr(), tolvane_.ptr(), max24305_.ptr() } )
@@ -78,14 +80,33 @@ Vor::Ptr<Hardware::Kiv::ClockStatus> Card::clockStatusOf( std::string const & ch
    return max24305 ? clockStatuses_.at( max24305->clockStatus ) : nullptr;
 }
 
+std::vector<Vor::Ptr<Vor::Entity const>> Card::entities() const {
+   std::vector<Vor::Ptr<Vor::Entity const>> all{ ham_->hamImpl(), ham_, timeSync_, redundancy_, gpo_ };
+   for ( auto const & [name, output] : gpos_ ) all.push_back( output );
+   for ( Vor::Ptr<Vor::Entity> const & entity : { hardware_, tolvane_, max24305_, kiv_, clockStatus_ } )
+      all.push_back( entity );
+   for ( auto const & [name, status] : clockStatuses_ ) all.push_back( status );
+   all.insert( all.end(), { tolvaneConfigDir_, tolvaneStatusDir_, max24305ConfigDir_, max24305StatusDir_ } );
+   return all;
+}
+
 void Card::handOver( std::string const & chip ) { max24305ConfigDir_->max24305( chip )->opsToDoValidIs( true ); }
 
+void Card::adopt( std::string const & chip ) {
+   if ( auto const tolvane = tolvaneStatusDir_->tolvane( chip ) ) return tolvane->stateIs( Hardware::Tolvane::ready_ );
+   max24305StatusDir_->max24305( chip )->stateIs( Hardware::Max24305::ready_ );
+   clockStatusOf( chip )->stateIs( Hardware::Kiv::ClockStatus::ready_ );
+}
+
+bool Card::ready( std::string const & chip ) const {
+   if ( auto const tolvane = tolvaneStatusDir_->tolvane( chip ) ) return tolvane->state() == Hardware::Tolvane::ready_;
+   auto const max24305 = max24305StatusDir_->max24305( chip );
+   return max24305 && max24305->state() == Hardware::Max24305::ready_;
+}
+
 bool Card::allReady() const {
-   auto const allIn = []( auto const & statuses, auto state ) {
-      return std::ranges::all_of( statuses, [&]( auto const & named ) { return named.second->state() == state; } );
-   };
-   return allIn( tolvaneStatusDir_->tolvane(), Hardware::Tolvane::ready_ ) &&
-          allIn( max24305StatusDir_->max24305(), Hardware::Max24305::ready_ );
+   auto const chips = description_.scenarioChips();
+   return std::ranges::all_of( chips, [this]( Sim::ScenarioChip const & chip ) { return ready( chip.name ); } );
 }
 
 void configure( Card & card, CardInventory const & inventory ) {

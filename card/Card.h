@@ -2,7 +2,7 @@
 // outputs, the directories of configurations and statuses, the clock statuses, time-sync and redundancy.
 //
 //    /hardware/tolvane/config/NAME    /hardware/max24305/config/NAME    /hardware/kiv/clockStatus/NAME
-//    /hardware/tolvane/status/NAME    /hardware/max24305/status/NAME
+//    /hardware/tolvane/status/NAME    /hardware/max24305/status/NAME    /gpo/NAME
 //
 // How the card is reached is the maker's business: it hands in the handle's implementation and makes the outputs.
 //
@@ -25,6 +25,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace Sim {
 class CardEvents;
@@ -61,9 +62,16 @@ class Card {
    /// By name.
    std::map<std::string, Vor::Ptr<Hardware::Kiv::ClockStatus>> const & clockStatuses() const { return clockStatuses_; }
 
+   /// All of them, those that others refer to or stand under first. The card is configured.
+   std::vector<Vor::Ptr<Vor::Entity const>> entities() const;
+
    /// Hands over the sequence of the MAX24305 of that name, which is complete.
    void handOver( std::string const & chip );
 
+   /// The chip runs, and its states say so, before it has a machine.
+   void adopt( std::string const & chip );
+   /// Whether the states of the chip say that it is ready; of one without a machine, whether it was adopted.
+   bool ready( std::string const & chip ) const;
    /// Whether every chip of the card is ready.
    bool allReady() const;
 
@@ -72,6 +80,7 @@ class Card {
    Vor::Ptr<Fru::Ham> const ham_;
    Vor::Ptr<PtpTimeSync::Status> const timeSync_;
    Vor::Ptr<Redundancy::RedundancyStatus> const redundancy_;
+   Vor::Ptr<Vor::Entity> const gpo_;
    Vor::Ptr<Vor::Entity> const hardware_;
    Vor::Ptr<Vor::Entity> const tolvane_;
    Vor::Ptr<Vor::Entity> const max24305_;

@@ -20,22 +20,21 @@
 
 namespace Host {
 
-namespace {
-
-// Where the lock of a card may stand, the best place first.
-std::vector<std::string> lockPaths( std::string const & card ) {
+std::vector<std::string> placesBeside( std::string const & path, std::string const & ending ) {
    std::error_code error;
-   std::filesystem::path const absolute = std::filesystem::absolute( card );
-   std::filesystem::path const real = std::filesystem::weakly_canonical( absolute, error );
-   std::string const path = ( error ? absolute : real ).string();
-   std::vector<std::string> paths;
-   if ( !path.starts_with( "/dev/" ) && !path.starts_with( "/sys/" ) ) paths.push_back( path + ".lock" );
-   std::string flat = path;
+   std::filesystem::path const absolute = std::filesystem::absolute( path );
+   std::filesystem::path const canonical = std::filesystem::weakly_canonical( absolute, error );
+   std::string const real = ( error ? absolute : canonical ).string();
+   std::vector<std::string> places;
+   if ( !real.starts_with( "/dev/" ) && !real.starts_with( "/sys/" ) ) places.push_back( real + ending );
+   std::string flat = real;
    std::ranges::replace( flat, '/', '-' );
    for ( char const * folder : { "/run/lock", "/tmp" } )
-      paths.push_back( std::string( folder ) + "/clockpath" + flat + ".lock" );
-   return paths;
+      places.push_back( std::string( folder ) + "/clockpath" + flat + ending );
+   return places;
 }
+
+namespace {
 
 // The kernel may refuse to create what is there already, and the file of another user may be readable alone; that one
 // can be locked all the same.
@@ -152,7 +151,7 @@ class CardLock::File : public Descriptor {
 };
 
 CardLock::CardLock( std::string const & card, std::string const & user, U32 generation ) {
-   std::vector<std::string> const paths = lockPaths( card );
+   std::vector<std::string> const paths = placesBeside( card, ".lock" );
    if ( std::ranges::none_of( paths, [&]( std::string const & path ) { return take( path, generation ); } ) )
       throw CardUnavailable(
          card + " cannot be locked, neither beside it nor in /run/lock or /tmp: " + std::strerror( errno ) );

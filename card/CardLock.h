@@ -23,6 +23,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Host {
 
@@ -30,6 +31,10 @@ namespace Host {
 struct CardUnavailable : std::runtime_error {
    using std::runtime_error::runtime_error;
 };
+
+/// Where something that belongs to a card may stand that is reached by `path`, the best place first: beside it, or,
+/// under /dev and /sys and where nothing can be made beside, in /run/lock or /tmp, called after its real path.
+std::vector<std::string> placesBeside( std::string const & path, std::string const & ending );
 
 class CardLock {
  public:

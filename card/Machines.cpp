@@ -5,6 +5,8 @@
 #include "sm/Max24305WithTolvaneInputSm.h"
 #include "sm/TolvaneSm.h"
 
+#include <algorithm>
+
 namespace Host {
 
 namespace {
@@ -103,6 +105,14 @@ bool Machines::makeNext() {
    else
       return false;
    return true;
+}
+
+Vor::Ptr<Vor::PtrInterface> Machines::machine( std::string const & chip ) const {
+   std::size_t at = 0;
+   auto const isAt = [&]( auto const & described ) { return described.name == chip || ( ++at, false ); };
+   auto const & card = card_.description();
+   bool const known = std::ranges::any_of( card.tolvanes, isAt ) || std::ranges::any_of( card.max24305s, isAt );
+   return known && at < machines_.size() ? machines_[at] : nullptr;
 }
 
 }   // namespace Host

@@ -42,6 +42,9 @@ class Machines {
    /// Makes the machine of the next chip; false when every chip has one, or goes on without.
    bool makeNext();
 
+   /// The machine of the chip of that name, empty while it has none.
+   Vor::Ptr<Vor::PtrInterface> machine( std::string const & chip ) const;
+
  private:
    class RunningTolvane;
 

@@ -34,7 +34,7 @@ VirtualWorld::VmidPresence::~VmidPresence() {
 
 VirtualWorld::VirtualWorld(
    Vor::Ptr<Sim::VirtualClock> const & clock, Input::CardDescription description, Sim::StartState const & start,
-   MakeHam const & makeHam, Sim::SimulatedCard * hardware )
+   MakeHam const & makeHam, Sim::SimulatedCard * hardware, std::set<std::string> const & adopted )
    : vmid_( start.simulationVmid ),
      virtualTime_( clock ),
      events_( clock ),
@@ -44,7 +44,7 @@ VirtualWorld::VirtualWorld(
         [this]( Vor::Name name ) {
            return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
         } ),
-     machines_( card_ ) {
+     machines_( card_, adopted ) {
    if ( hardware_ ) events_.cardAdd( *hardware_ );
    card_.timeSync()->stateIs( PtpTimeSync::enabling_ );
    card_.redundancy()->modeIs( Redundancy::standby_ );
@@ -52,6 +52,7 @@ VirtualWorld::VirtualWorld(
    for ( Input::Max24305Description const & chip : card_.description().max24305s ) card_.handOver( chip.name );
    Sim::ScenarioTargets const all = targets();
    for ( Sim::Action const & action : start.actions ) Sim::actionApply( action, all );
+   for ( std::string const & chip : adopted ) card_.adopt( chip );
    statesAdd( events_, card_ );
 }
 

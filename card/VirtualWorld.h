@@ -17,6 +17,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace Host {
@@ -28,10 +29,10 @@ class VirtualWorld {
 
    /// The hardware is present, the services are in the starting state, the configurations complete; no machine is made
    /// yet. What is told and changed of simulated hardware is that of `hardware`, which outlives the world. Throws
-   /// Input::InputError for a chip whose input no machine serves.
+   /// Input::InputError for a chip whose input no machine serves. The chips that are `adopted` run already.
    VirtualWorld(
       Vor::Ptr<Sim::VirtualClock> const & clock, Input::CardDescription description, Sim::StartState const & start,
-      MakeHam const & makeHam, Sim::SimulatedCard * hardware = nullptr );
+      MakeHam const & makeHam, Sim::SimulatedCard * hardware = nullptr, std::set<std::string> const & adopted = {} );
    VirtualWorld( VirtualWorld const & ) = delete;
    VirtualWorld & operator=( VirtualWorld const & ) = delete;
 

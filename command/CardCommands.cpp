@@ -1,11 +1,15 @@
 #include "command/CardCommands.h"
 
 #include "command/OpenCard.h"
+#include "command/StateCommands.h"
 #include "diagnosis/SelfTest.h"
 #include "input/Number.h"
+#include "registers/RegisterReading.h"
 #include "report/ReportText.h"
 #include "report/Style.h"
+#include "service/ControlSocket.h"
 #include "service/Exit.h"
+#include "service/UsualPlaces.h"
 
 #include <fmt/format.h>
 
@@ -41,36 +45,16 @@ std::string valueText( RegisterPlace const & place, U32 value ) {
    return fmt::format( "0x{:0{}x}", value, place.chip ? 2 : 8 );
 }
 
-struct Line {
-   RegisterPlace place;
-   std::optional<U32> value{};   // what stands there, or was to be written where that cannot be read
-   std::string text{};           // what the value says, or why there is none
-   std::optional<U32> written{};
-   bool done = true;
-
-   void read( RegisterAccess & access ) {
-      value = access.read( place );
-      done = value.has_value();
-      text = value ? place.fieldsText( *value ) : "no answer";
-   }
-};
-
-int tell( std::vector<Line> const & lines, bool json ) {
+int tell( std::vector<RegisterReading> const & lines, bool json ) {
    Table table( { "Register", "Address", "Value", "Fields" } );
    Input::Json list = Input::Json::array();
    bool done = true;
-   for ( Line const & line : lines ) {
+   for ( RegisterReading const & line : lines ) {
       RegisterPlace const & place = line.place;
       done = done && line.done;
       std::string const value = line.value ? valueText( place, *line.value ) : "-";
       table.rowAdd( { place.name, addressText( place ), value, line.text } );
-      Input::Json object{ { "register", place.name }, { "address", place.address } };
-      if ( place.chip ) object["chip"] = place.chip->name;
-      if ( line.written ) object["written"] = *line.written;
-      object["value"] = line.value && line.done ? Input::Json( *line.value ) : Input::Json();
-      object["text"] = line.text;
-      object["done"] = line.done;
-      list.push_back( object );
+      list.push_back( jsonOf( line ) );
    }
    if ( json )
       std::cout << jsonText( { { "registers", list } } );
@@ -79,18 +63,18 @@ int tell( std::vector<Line> const & lines, bool json ) {
    return done ? exitReady : exitNotReady;
 }
 
-// What is to be read; with a text, what is not. Unless it is named, a register is left alone that loses an entry.
-Line readOf( RegisterPlace const & place, bool named ) {
-   Line line{ .place = place };
-   if ( place.access == Hal::writeOnly_ ) line.text = "not read: it can only be written";
-   if ( place.access == Hal::readTakes_ && !named ) line.text = "not read: reading takes an entry out";
-   return line;
+// What the agent says who has the card; nothing where no agent looks after it.
+std::optional<Input::Json>
+askedOfAgent( CardOptions const & options, CardFiles const & files, Input::Json const & request ) {
+   std::string const socket = usualSocketPath( files.card );
+   if ( !options.after.empty() || !agentListens( socket ) ) return std::nullopt;
+   return askAgent( socket, request, &waitingTell );
 }
 
-int readAll( CardOptions const & options, CardFiles const & files, char const * user, std::vector<Line> lines ) {
+int readAll(
+   CardOptions const & options, CardFiles const & files, char const * user, std::vector<RegisterReading> lines ) {
    OpenCard open( files, user );
-   for ( Line & line : lines )
-      if ( line.text.empty() ) line.read( open.registers() );
+   for ( RegisterReading & line : lines ) line.readIfAsked( open.registers() );
    return tell( lines, options.json );
 }
 
@@ -151,12 +135,12 @@ std::string textOf( std::vector<Write> const & writes ) {
 }
 
 // Writes, and reads back where that says something and changes nothing.
-Line done( Write const & write, RegisterAccess & access ) {
+RegisterReading done( Write const & write, RegisterAccess & access ) {
    RegisterPlace const & place = write.place;
    std::optional<U32> const before = write.keepsOtherBits() ? access.read( place ) : 0;
    if ( !before ) return { .place = place, .text = "no answer: not written", .done = false };
    U32 const value = write.value( *before );
-   Line line{ .place = place, .value = value, .text = place.fieldsText( value ), .written = value };
+   RegisterReading line{ .place = place, .value = value, .text = place.fieldsText( value ), .written = value };
    if ( !access.write( place, value ) ) {
       line.text = "not sent: the SPI master does not take it";
       line.done = false;
@@ -173,24 +157,23 @@ Line done( Write const & write, RegisterAccess & access ) {
 int peek( CardOptions const & options ) {
    CardFiles const files( options.card, options.after );
    RegisterBook const book( files.card );
-   std::vector<Line> lines;
-   for ( std::string const & word : options.words ) {
-      std::vector<RegisterPlace> const places = book.range( word );
-      bool const named = places.size() == 1;
-      if ( named ) book.requireReadable( places.front() );
-      for ( RegisterPlace const & place : places ) lines.push_back( readOf( place, named ) );
-   }
-   return readAll( options, files, "peek", lines );
+   std::vector<RegisterReading> lines = readingsOf( book, options.words );
+   auto const answer = askedOfAgent( options, files, { { "do", "peek" }, { "registers", options.words } } );
+   if ( !answer ) return readAll( options, files, "peek", lines );
+   lines.clear();
+   for ( Input::Json const & one : answer->at( "registers" ) ) lines.push_back( readingOf( one, files.card ) );
+   return tell( lines, options.json );
 }
 
 int dump( CardOptions const & options ) {
    CardFiles const files( options.card, options.after );
    RegisterBook const book( files.card );
-   std::vector<Line> lines;
+   std::vector<RegisterReading> lines;
    for ( std::string const & word : options.words )
-      for ( RegisterPlace const & place : book.named( word ) ) lines.push_back( readOf( place, place.name == word ) );
+      for ( RegisterPlace const & place : book.named( word ) )
+         lines.push_back( readingOf( place, place.name == word ) );
    if ( options.words.empty() )
-      for ( RegisterPlace const & place : book.all() ) lines.push_back( readOf( place, false ) );
+      for ( RegisterPlace const & place : book.all() ) lines.push_back( readingOf( place, false ) );
    return readAll( options, files, "dump", lines );
 }
 
@@ -201,7 +184,7 @@ int poke( CardOptions const & options ) {
    for ( std::string const & word : options.words ) writes.push_back( writeOf( book, word ) );
    if ( !confirmed( options, "poke", textOf( writes ) ) ) return exitNotReady;
    OpenCard open( files, "poke" );
-   std::vector<Line> lines;
+   std::vector<RegisterReading> lines;
    lines.reserve( writes.size() );
    for ( Write const & write : writes ) lines.push_back( done( write, open.registers() ) );
    return tell( lines, options.json );
@@ -209,21 +192,30 @@ int poke( CardOptions const & options ) {
 
 int audit( CardOptions const & options ) {
    CardFiles const files( options.card, options.after );
-   OpenCard open( files, "audit" );
-   auto const audits = Diagnosis::auditOf( files.card, open.registers(), options.tolerancePpm );
-   auto const differ =
-      audits.size() - static_cast<std::size_t>( std::ranges::count_if( audits, &Diagnosis::ChipAudit::well ) );
-   if ( options.json ) {
-      Input::Json chips = Input::Json::array();
-      for ( Diagnosis::ChipAudit const & one : audits ) chips.push_back( jsonOf( one ) );
-      std::cout << jsonText( { { "chips", chips } } );
+   Input::Json chips = Input::Json::array();
+   std::vector<std::string> lines;
+   if (
+      auto const answer =
+         askedOfAgent( options, files, { { "do", "audit" }, { "tolerancePpm", options.tolerancePpm } } ) ) {
+      chips = answer->at( "chips" );
+      lines = answer->at( "lines" ).get<std::vector<std::string>>();
    } else {
-      for ( Diagnosis::ChipAudit const & one : audits )
-         for ( std::string const & line : linesOf( one ) ) std::cout << line << '\n';
+      OpenCard open( files, "audit" );
+      for ( auto const & one : Diagnosis::auditOf( files.card, open.registers(), options.tolerancePpm ) ) {
+         chips.push_back( jsonOf( one ) );
+         for ( std::string const & line : linesOf( one ) ) lines.push_back( line );
+      }
+   }
+   auto const differ =
+      std::ranges::count_if( chips, []( Input::Json const & chip ) { return chip.at( "well" ) != true; } );
+   if ( options.json )
+      std::cout << jsonText( { { "chips", chips } } );
+   else {
+      for ( std::string const & line : lines ) std::cout << line << '\n';
       std::cout
          << ( differ == 0
                  ? "All is as expected.\n"
-                 : std::to_string( differ ) + " of " + std::to_string( audits.size() ) + " chips not as expected.\n" );
+                 : std::to_string( differ ) + " of " + std::to_string( chips.size() ) + " chips not as expected.\n" );
    }
    return differ == 0 ? exitReady : exitNotReady;
 }

@@ -4,6 +4,8 @@
 #include "command/HardwareCommand.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
+#include "command/StateCommands.h"
+#include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
 #include "service/Agent.h"
@@ -38,6 +40,7 @@ class Words {
       traceWords( simulated, simulate_.traceLevel );
 
       agentWords();
+      roleWords();
 
       CLI::App & lived =
          words( "hardware", "Simulate the hardware of a card for other processes", hardware_, &hardware );
@@ -48,6 +51,17 @@ class Words {
       registerWords( "poke", "Write registers of a card", &poke )
          .add_flag( "--yes", card_.yes, "Write without asking" );
       registerWords( "dump", "List the registers of a card", &dump );
+
+      stateWords( "status", "Tell how the chips of a card stand", "", 0, 0, &status )
+         .add_option( "CARD", state_.card, "The same as --card" );
+      stateWords( "inspect", "Show the state that an agent publishes", "NAME ATTRIBUTE", 0, 2, &inspect );
+      stateWords( "watch", "Show changes of that state as they come", "NAME ATTRIBUTE", 0, 2, &watch );
+      stateWords( "set", "Set an attribute of a running agent", "NAME ATTRIBUTE [KEY] VALUE", 3, 4, &set );
+      stateWords(
+         "call", "Call an operation of a running agent", "NAME OPERATION ARGUMENT=VALUE", 2, argumentsMax, &call );
+      CLI::App & typed = words( "types", "List the types that a state can have", state_, &types );
+      typed.add_option( "NAME", state_.words, "One type" )->expected( 0, 1 );
+      typed.add_flag( "--json", state_.json, jsonTitle );
 
       CLI::App & explained = words( "explain", "Name the cause that a recording shows", recording_, &explain );
       explained.add_option( "FILE", recording_.file, "The recording, as --events writes it" )->required();
@@ -105,6 +119,7 @@ class Words {
  private:
    static constexpr char strictTitle[] = "Give 1 for warnings";
    static constexpr char jsonTitle[] = "For programs";
+   static constexpr int argumentsMax = 100;
 
    // The parser's own words for an unknown command do not say which word it is.
    void requireCommand( std::string const & word ) const {
@@ -130,7 +145,13 @@ class Words {
    void agentWords() {
       CLI::App & words = *app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
       words.add_option( "CARD", card_.card, "The card description" )->required();
-      option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation" )->capture_default_str();
+      CLI::Option * const timeSync =
+         option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation; 1 unless told" );
+      words
+         .add_flag_callback(
+            "--await-time-sync", [this] { agent_.timeSync.reset(); },
+            "Wait until it is set on the running agent, before a chip is looked after" )
+         ->excludes( timeSync );
       option( words, "--redundancy-mode N", agent_.redundancyMode, "Mode of the supervisor" )->capture_default_str();
       option(
          words, "--timer-slack N", agent_.timerSlackNs,
@@ -142,13 +163,49 @@ class Words {
          "Keep the recordings of failed bring-ups in DIR, where there is no --events" )
          ->capture_default_str();
       words.add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
+      option( words, "--state PLACE", agent_.state, "Publish the state there: FILE.db, or a Redis server" );
+      option( words, "--socket PATH", agent_.socket, "Take requests there" );
+      static std::map<std::string, Role> const roles{
+         { "single", Role::single_ }, { "active", Role::active_ }, { "standby", Role::standby_ } };
+      option( words, "--role ROLE", agent_.role, "Of this agent: single, or of two supervisors active or standby" )
+         ->transform( CLI::CheckedTransformer( roles ) );
+      option( words, "--generation N", agent_.generation, "Of an active supervisor, as whoever decides counts them" );
       traceWords( words, agent_.traceLevel );
       words.callback( [this] {
          Input::CardDescription const card = Input::readCard( card_.card );
          // With an unknown operation the process would not live to the end of the bring-up.
          warningsTell( card, card_.card, true );
-         result_ = Agent( card, agent_ ).run();
+         result_ = runAgent( card, agent_ );
       } );
+   }
+
+   void roleWords() {
+      CLI::App & told = words( "role", "Tell an agent whether it is active or stands by", role_, &role );
+      told.add_option( "ROLE", role_.role, "active or standby" )
+         ->required()
+         ->check( CLI::IsMember( { "active", "standby" } ) );
+      option( told, "--socket PATH", role_.socket, "The agent's socket" )->required();
+      option(
+         told, "--generation N", role_.generation,
+         "Of the active supervisor, as whoever decides counts them; the next one unless told" );
+      CLI::App & shown = words(
+         "demo-switchover", "Show on a simulated card how one supervisor takes over from another", demo_,
+         &demoSwitchover );
+      shown.add_option( "CARD", demo_.card, "A card description" )->required();
+      option( shown, "--detection MS", demo_.detectionMs, "How long a supervisor is silent before the other is told" )
+         ->capture_default_str();
+   }
+
+   CLI::App & stateWords(
+      std::string const & name, std::string const & title, std::string const & what, int least, int most,
+      int ( *command )( StateOptions const & ) ) {
+      CLI::App & state = words( name, title, state_, command );
+      option( state, "--state WHERE", state_.state, "The state: FILE.db, or the URL of a server" );
+      option( state, "--card CARD", state_.card, "In its place: where the agent of that card usually keeps it" );
+      state.add_flag( "--json", state_.json, jsonTitle );
+      if ( most > 0 ) state.add_option( what, state_.words, "Names as inspect shows them" )->expected( least, most );
+      if ( least > 0 ) state.get_option( what )->required();
+      return state;
    }
 
    CLI::App &
@@ -218,8 +275,11 @@ class Words {
    AgentOptions agent_;
    HardwareOptions hardware_;
    CardOptions card_;
+   StateOptions state_;
    FileOptions file_;
    RecordingOptions recording_;
+   RoleOptions role_;
+   SwitchoverDemoOptions demo_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 
@@ -243,6 +303,8 @@ int main( int argc, char ** argv ) {
    } catch ( Input::InputError const & error ) {
       return failed( "", error, Host::exitWrongUse );
    } catch ( Host::CardUnavailable const & error ) {
+      return failed( "", error, Host::exitNotReady );
+   } catch ( Vor::LogUnavailableException const & error ) {
       return failed( "", error, Host::exitNotReady );
    } catch ( std::exception const & error ) {
       return failed( "unexpected: ", error, Host::exitNotReady );

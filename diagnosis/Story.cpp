@@ -124,6 +124,11 @@ void Story::told( Recording::Gate const & gate ) {
 }
 
 void Story::told( Recording::InputChange const & change ) {
+   if ( change.what == Recording::adoptedInput ) {
+      ChipStory & chip = chipOf( change.of );
+      published( chip, "ready" );
+      if ( chip.max24305 ) clocks_[chip.max24305->clockStatus] = "ready";
+   }
    if ( change.what != "hardwarePresent" ) return;
    bool const absent = !absences_.empty() && !absences_.back().backNs;
    if ( change.value == 0 && !absent ) keep( absences_, { { "hardware", "absent", false, lastNs_ } } );

@@ -14,14 +14,15 @@ constexpr std::size_t headSize = 12;
 constexpr std::size_t numberSize = 4;
 
 U32 numberAt( std::string_view bytes, std::size_t at ) {
-   U32 number = 0;
-   for ( std::size_t i = 0; i < numberSize; ++i )
-      number |= U32{ static_cast<U8>( bytes[at + i] ) } << static_cast<unsigned>( 8 * i );
-   return number;
+   auto const byte = [&]( std::size_t i ) { return U32{ static_cast<U8>( bytes[at + i] ) }; };
+   return byte( 0 ) | byte( 1 ) << 8U | byte( 2 ) << 16U | byte( 3 ) << 24U;
 }
 
 void numberPut( char * to, std::size_t number ) {
-   for ( std::size_t i = 0; i < numberSize; ++i ) to[i] = static_cast<char>( ( number >> ( 8 * i ) ) & 0xFFU );
+   to[0] = static_cast<char>( number );
+   to[1] = static_cast<char>( number >> 8U );
+   to[2] = static_cast<char>( number >> 16U );
+   to[3] = static_cast<char>( number >> 24U );
 }
 
 // Which texts an entry of the kind has, in this order; empty for no kind.
@@ -122,6 +123,12 @@ void LogBatch::entryAdd( LogEntry const & entry ) {
    entryEnd();
 }
 
+std::string LogBatch::headOf( LogEntry const & entry ) {
+   LogBatch batch;
+   batch.entryBegin( entry );
+   return batch.bytes_.substr( headSize );
+}
+
 std::string & LogBatch::entryBegin( LogEntry const & entry ) {
    TextsOfEntry const texts = textsOf( static_cast<U8>( entry.kind ) );
    std::size_t size = numberSize + 1;
@@ -135,6 +142,13 @@ std::string & LogBatch::entryBegin( LogEntry const & entry ) {
       numberPut( to, ( entry.*text ).size() );
       to = std::ranges::copy( entry.*text, to + numberSize ).out;
    }
+   return bytes_;
+}
+
+std::string & LogBatch::entryBegin( std::string_view head ) {
+   entryAt_ = bytes_.size();
+   bytes_.append( head );
+   valueAt_ = bytes_.size();
    return bytes_;
 }
 

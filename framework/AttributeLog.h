@@ -5,7 +5,8 @@
 // them as one turn, which a reader gets whole or not at all. A turn's position is the writer's generation, which
 // whoever decides who is active has given it, and a number that counts from 1 without holes. The first turn of a
 // generation is a whole one: it does not add to what stood there but replaces it; a writer may write further whole
-// turns.
+// turns. One of those needs none of the turns before it, so it may leave numbers out: of turns that never came into the
+// log, or that the log has lost.
 //
 // A reader takes a snapshot, and from its position on the turns that follow. Where it cannot have every one of them -
 // they are kept for a bounded time, and a whole turn is none that it could add - it is told of the gap, and takes a
@@ -74,8 +75,8 @@ struct LogEntry {
    std::string_view type{};        ///< of `create`: the name in the registry
    std::string_view attribute{};   ///< of `create`: the parent's collection that holds it, empty where none does
    std::string_view key{};         ///< wire form; empty where the attribute is no collection
-   /// Wire form. Of `create` two numbers that tell how the writer has the type (Type::Operations), and then the values of
-   /// the parameters, one behind the other.
+   /// Wire form. Of `create` two numbers that tell how the writer has the type (Type::Operations), and then the values
+   /// of the parameters, one behind the other.
    std::string_view value{};
 
    friend bool operator==( LogEntry const &, LogEntry const & ) = default;
@@ -100,6 +101,9 @@ class LogBatch {
    /// Adds an entry in parts: its value is what is put into the text given, until entryEnd.
    std::string & entryBegin( LogEntry const & entry );
    void entryEnd();
+   /// The bytes of an entry up to its value, which is empty: for who adds entries of one head again and again.
+   static std::string headOf( LogEntry const & entry );
+   std::string & entryBegin( std::string_view head );
    /// Adds the entries of another.
    void batchAdd( LogBatch const & other );
 
@@ -139,12 +143,19 @@ struct LogTurn {
    LogBatch const & batch;
 };
 
+/// Whether the turn may come next in a log that stands at `end`. What may not is another writer's, or is behind one.
+inline bool mayFollow( LogPosition end, LogTurn const & turn ) {
+   LogPosition const next{ end.generation, end.number + 1 };
+   return turn.whole ? turn.position > end : turn.position == next && end.number != 0;
+}
+
 class TurnSink {
  public:
    virtual ~TurnSink() = default;
 
-   /// The turn stands in the log, for every reader, when this returns; or else not at all. Its position follows end(),
-   /// or begins a higher generation at number 1. Throws StaleGenerationException, LogUnavailableException.
+   /// The turn stands in the log, for every reader, when this returns; or else not at all. Throws
+   /// StaleGenerationException where it may not follow end(), and LogUnavailableException, after which it may have come
+   /// into the log all the same: the same turn appended again by the same sink stands there once.
    virtual void append( LogTurn const & turn ) = 0;
    /// The last turn there is; { 0, 0 } in a new log. A restarted writer goes on behind it. Throws
    /// LogUnavailableException.
@@ -159,8 +170,8 @@ class LogSource {
 
    enum class Got { turn, nothing, gap };
 
-   /// One consistent cut - the creations of all entities, parents and what they refer to first, then the values of all -
-   /// and where it stands. Throws LogUnavailableException, LogFormatException.
+   /// One consistent cut - the creations of all entities, parents and what they refer to first, then the values of
+   /// all - and where it stands. Throws LogUnavailableException, LogFormatException.
    virtual LogPosition snapshot( LogBatch & all ) = 0;
    /// The turn that follows `after`; `into` and `last` are as they were where there is none. Throws as snapshot.
    virtual Got next( LogPosition after, LogBatch & into, LogPosition & last ) = 0;

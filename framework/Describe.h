@@ -266,9 +266,9 @@ template<class T, auto factory> constexpr Type::Operations describeOperations() 
    }
    if constexpr ( std::derived_from<T, Entity> )
       describeParameters<T, factory>( operations );
-   else if constexpr ( !std::derived_from<T, PtrInterface> && OnWire<T> ) {
-      operations.put = []( void const * value, WireWriter & to ) { wirePut( *static_cast<T const *>( value ), to ); };
-      operations.take = []( void * value, WireReader & from ) { *static_cast<T *>( value ) = takeAll<T>( from ); };
+   else if constexpr ( !std::derived_from<T, PtrInterface> && OnWire<T> && ReadFromText<T> ) {
+      operations.put = []( Value const & value, WireWriter & to ) { wirePut( fromValue<T>( value ), to ); };
+      operations.take = []( WireReader & from ) { return toValue( takeAll<T>( from ) ); };
    }
    if constexpr ( requires { T::access(); } ) operations.access = [] { return toValue( T::access() ); };
    if constexpr ( !isNull( factory ) ) {

@@ -7,6 +7,9 @@
 
 #include "framework/Types.h"
 
+#include <functional>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -54,6 +57,13 @@ template<class K, class V> class HashMap {
  private:
    std::unordered_map<Key, V> values_;
 };
+
+/// Values by text, each found by any view of its text.
+struct HashOfText {
+   using is_transparent = void;
+   std::size_t operator()( std::string_view text ) const { return std::hash<std::string_view>()( text ); }
+};
+template<class V> using ByText = std::unordered_map<std::string, V, HashOfText, std::equal_to<>>;
 
 template<class V> using HashMap2018 = HashMap<U32, V>;
 

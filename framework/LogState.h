@@ -7,10 +7,10 @@
 #pragma once
 
 #include "framework/AttributeLog.h"
+#include "framework/HashMap.h"
 
 #include <list>
 #include <string>
-#include <unordered_map>
 
 namespace Vor {
 
@@ -27,12 +27,6 @@ class LogState {
    void snapshot( LogBatch & into ) const;
 
  private:
-   struct HashOfText {
-      using is_transparent = void;
-      std::size_t operator()( std::string_view text ) const { return std::hash<std::string_view>()( text ); }
-   };
-   template<class V> using ByText = std::unordered_map<std::string, V, HashOfText, std::equal_to<>>;
-
    struct Change {
       std::string attribute;
       std::string key;

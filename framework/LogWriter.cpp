@@ -24,7 +24,11 @@ struct LogWriter::Published final : EntityObserver {
    std::string const name;
    Type const & type;
    void const * const object;
-   std::string_view holder;   // the parent's collection
+   std::string_view holder;                  // the parent's collection
+   mutable std::vector<std::string> heads;   // of changes, by the attribute's place; made when they are needed first
+
+ private:
+   std::string const & headOf( Attribute const & attribute ) const;
 };
 
 struct LogWriter::State {
@@ -85,27 +89,35 @@ void LogWriter::Published::changesPut( LogBatch & into ) const {
          for ( Value const & key : attribute.keys( object ) ) changePut( into, attribute, key );
 }
 
+std::string const & LogWriter::Published::headOf( Attribute const & attribute ) const {
+   heads.resize( type.attributes().size() );
+   std::string & head = heads[static_cast<std::size_t>( &attribute - type.attributes().data() )];
+   if ( head.empty() )
+      head = LogBatch::headOf( { .kind = LogEntry::Kind::change, .entity = name, .attribute = attribute.name } );
+   return head;
+}
+
 void LogWriter::Published::changePut( LogBatch & into, Attribute const & attribute, Value const & key ) const {
    AttributeWire const & wire = attribute.wire;
-   LogEntry entry{ .kind = LogEntry::Kind::change, .entity = name, .attribute = attribute.name };
-   if ( wire.putAt ) {
-      state.key.clear();
-      WireWriter to( state.key, state.names );
-      wire.putKey( key, to );
-      entry.key = state.key;
-      if ( !wire.has( object, key ) ) {
-         entry.kind = LogEntry::Kind::erase;
-         into.entryAdd( entry );
-         return;
-      }
-   } else if ( !wire.put )
-      return;
-   WireWriter to( into.entryBegin( entry ), state.names );
-   if ( wire.putAt )
-      wire.putAt( object, key, to );
-   else
+   if ( wire.put ) {
+      WireWriter to( into.entryBegin( headOf( attribute ) ), state.names );
       wire.put( object, to );
-   into.entryEnd();
+      into.entryEnd();
+   }
+   if ( !wire.putAt ) return;
+   LogEntry entry{ .kind = LogEntry::Kind::change, .entity = name, .attribute = attribute.name };
+   state.key.clear();
+   WireWriter toKey( state.key, state.names );
+   wire.putKey( key, toKey );
+   entry.key = state.key;
+   if ( wire.has( object, key ) ) {
+      WireWriter to( into.entryBegin( entry ), state.names );
+      wire.putAt( object, key, to );
+      into.entryEnd();
+   } else {
+      entry.kind = LogEntry::Kind::erase;
+      into.entryAdd( entry );
+   }
 }
 
 void LogWriter::Published::membersAdd() const {

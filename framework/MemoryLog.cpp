@@ -14,14 +14,9 @@ namespace Vor {
 namespace {
 
 void throwUnlessNext( LogTurn const & turn, LogPosition end ) {
-   LogPosition const at = turn.position;
-   bool const begins = at.generation > end.generation;
-   if ( begins ? at.number == 1 : at == LogPosition{ end.generation, end.number + 1 } ) {
-      if ( begins && !turn.whole ) throw LogFormatException( "the first turn of a generation is a whole one" );
-      return;
-   }
-   throw StaleGenerationException(
-      "the log stands at " + positionText( end ) + ": turn " + positionText( at ) + " does not follow" );
+   if ( !mayFollow( end, turn ) )
+      throw StaleGenerationException(
+         "the log stands at " + positionText( end ) + ": turn " + positionText( turn.position ) + " does not follow" );
 }
 
 }   // namespace

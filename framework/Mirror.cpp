@@ -1,10 +1,12 @@
 #include "framework/Mirror.h"
 
+#include "framework/HashMap.h"
 #include "framework/TypeRegistry.h"
 #include "framework/Wire.h"
 
 #include <algorithm>
 #include <set>
+#include <unordered_set>
 
 namespace Vor {
 
@@ -13,14 +15,16 @@ using Kind = LogEntry::Kind;
 
 struct Mirror::State {
    struct Held {
+      std::string name;   // full
       Ptr<Entity> entity;
       Type const * type = nullptr;
       void * object = nullptr;
+      Held * parent = nullptr;              // null where it is not mirrored
       Attribute const * holder = nullptr;   // the collection of its parent, null where none holds it
       bool otherShape = false;              // the writer has the type otherwise
       U64 order = 0;                        // in which it came
+      std::set<Held *> below = {};          // those whose parent it is
    };
-   using ByName = std::map<std::string, Held, std::less<>>;
    using Keys = std::map<std::pair<Held const *, Attribute const *>, std::set<std::string_view>>;
 
    explicit State( Tell toTell ) : tell( std::move( toTell ) ) {}
@@ -31,10 +35,15 @@ struct Mirror::State {
    void create( LogEntry const & entry );
    void change( LogEntry const & entry, Equal equal );
    void remove( LogEntry const & entry );
-   void drop( std::string const & name );
+   void drop( Held & gone );
    void eraseOthers( Keys const & keys );
+   Held * found( std::string_view name ) {
+      // Changes of one entity often stand together.
+      if ( last && last->name == name ) return last;
+      auto const there = held.find( name );
+      return last = there == held.end() ? nullptr : &there->second;
+   }
    Held * heldOf( LogEntry const & entry );
-   Attribute const * attributeOf( Held const & held, LogEntry const & entry );
    Ptr<Entity>
    made( LogEntry const & entry, Type const & type, Name const & name, Held * parent, Attribute const * holder );
    void skip( LogEntry const & entry, String const & why );
@@ -45,7 +54,8 @@ struct Mirror::State {
 
    Tell const tell;
    std::map<std::string, Maker, std::less<>> makers;
-   ByName held;
+   ByText<Held> held;
+   Held * last = nullptr;                        // that was looked for
    std::set<std::string, std::less<>> skipped;   // entities of which nothing is mirrored
    std::set<std::string> told;
    U64 came = 0;
@@ -84,6 +94,12 @@ Type const * typeNamed( std::string_view name ) {
    return name == plain.name() ? &plain : typeRegistry().type( name );
 }
 
+Attribute const * attributeNamed( Type const & type, std::string_view name ) {
+   for ( Attribute const & attribute : type.attributes() )
+      if ( attribute.name == name ) return &attribute;
+   return nullptr;
+}
+
 // Calls for each entry; what it throws names the entry.
 template<class Call> void forEachEntry( LogBatch const & batch, Call && call ) {
    std::size_t number = 0;
@@ -104,20 +120,13 @@ template<class Call> void forEachEntry( LogBatch const & batch, Call && call ) {
 }   // namespace
 
 Mirror::State::Held * Mirror::State::heldOf( LogEntry const & entry ) {
-   auto const found = held.find( entry.entity );
-   if ( found != held.end() ) return &found->second;
+   if ( Held * const there = found( entry.entity ) ) return there;
    if ( !skipped.contains( entry.entity ) ) throw LogFormatException( "there is no entity of that name" );
    return nullptr;
 }
 
-Attribute const * Mirror::State::attributeOf( Held const & of, LogEntry const & entry ) {
-   for ( Attribute const & attribute : of.type->attributes() )
-      if ( attribute.name == entry.attribute ) return &attribute;
-   return nullptr;
-}
-
 void Mirror::State::skip( LogEntry const & entry, String const & why ) {
-   if ( held.contains( entry.entity ) ) drop( std::string( entry.entity ) );
+   if ( Held * const there = found( entry.entity ) ) drop( *there );
    skipped.insert( std::string( entry.entity ) );
    tellOnce( "entities of type " + String( entry.type ) + " are passed over: " + why );
 }
@@ -137,57 +146,67 @@ void Mirror::State::create( LogEntry const & entry ) {
    WireReader head = reader( entry.value );
    U32 const parametersShape = head.u32();
    U32 const shape = head.u32();
+   Type const * const type = typeNamed( entry.type );
+   if ( !type || !type->operations().sameParameters ) return skip( entry, "this release has no such type" );
+   if ( type->operations().parametersShape != parametersShape )
+      return skip( entry, "this release makes them from other parameters" );
    Name const name = String( head.text() );
    std::string const ending = "/" + name.string().stdString();
    if ( !entry.entity.ends_with( ending ) )
       throw LogFormatException( "expected a full name that ends with " + valueToStrep( String( ending ) ) );
    std::string_view const parentName = entry.entity.substr( 0, entry.entity.size() - ending.size() );
 
-   Type const * const type = typeNamed( entry.type );
-   if ( !type || !type->operations().sameParameters ) return skip( entry, "this release has no such type" );
-   if ( type->operations().parametersShape != parametersShape )
-      return skip( entry, "this release makes them from other parameters" );
-
-   auto const parentFound = held.find( parentName );
-   Held * const parent = parentFound == held.end() ? nullptr : &parentFound->second;
+   Held * const parent = found( parentName );
    Attribute const * holder = nullptr;
    if ( !entry.attribute.empty() ) {
       if ( !parent && skipped.contains( parentName ) ) return skip( entry, "what holds them is passed over" );
       if ( !parent ) throw LogFormatException( "there is no entity " + valueToStrep( String( parentName ) ) );
-      holder = attributeOf( *parent, entry );
+      holder = attributeNamed( *parent->type, entry.attribute );
       if ( !holder || !holder->wire.makeMember || &holder->wire.memberType() != type )
          return skip( entry, "what holds them does not, in this release" );
    } else if ( !type->operations().makeFrom && !makers.contains( entry.type ) )
       return skip( entry, "nobody makes one here" );
 
-   auto const found = held.find( entry.entity );
-   bool const there = found != held.end();
+   Held * const there = found( entry.entity );
+   bool const ofType = there && there->type == type;
    WireReader parameters = reader( entry.value.substr( 8 ) );
    bool same = false;
    try {
-      same = type->operations().sameParameters(
-         there && found->second.type == type ? found->second.object : nullptr, parameters );
+      same = type->operations().sameParameters( ofType ? there->object : nullptr, parameters );
    } catch ( UnknownEnumeratorException const & error ) {
       return skip( entry, error.message() );
    }
-   if ( there && same && found->second.holder == holder ) return;
-   if ( there ) drop( std::string( entry.entity ) );
+   if ( same && there->holder == holder && there->parent == parent ) {
+      there->otherShape = type->operations().shape != shape;
+      return;
+   }
+   if ( there ) drop( *there );
    Ptr<Entity> const entity = made( entry, *type, name, parent, holder );
-   if ( !entity ) return skip( entry, "nobody makes one here" );
-   skipped.erase( std::string( entry.entity ) );
-   void const * const object = type->operations().ofObject( entity.ptr() );
-   held[std::string( entry.entity )] =
-      Held{ entity, type, const_cast<void *>( object ), holder, type->operations().shape != shape, ++came };
+   if ( !entity || &entity->fwkType() != type ) return skip( entry, "nobody makes one here" );
+   if ( auto const passedOver = skipped.find( entry.entity ); passedOver != skipped.end() ) skipped.erase( passedOver );
+   Held & added = held[std::string( entry.entity )];
+   added = {
+      .name = std::string( entry.entity ),
+      .entity = entity,
+      .type = type,
+      .object = const_cast<void *>( type->operations().ofObject( entity.ptr() ) ),
+      .parent = parent,
+      .holder = holder,
+      .otherShape = type->operations().shape != shape,
+      .order = ++came };
+   if ( parent ) parent->below.insert( &added );
 }
 
 void Mirror::State::change( LogEntry const & entry, Equal equal ) {
    Held * const there = heldOf( entry );
    if ( !there ) return;
-   Attribute const * const attribute = attributeOf( *there, entry );
-   String const what = String( there->type->name() ) + "." + String( entry.attribute );
+   auto const passOver = [&]( char const * why, String const & cause ) {
+      tellOnce( String( there->type->name() ) + "." + String( entry.attribute ) + " is passed over: " + why + cause );
+   };
+   Attribute const * const attribute = attributeNamed( *there->type, entry.attribute );
    bool const atKey = !entry.key.empty();
    if ( !attribute || !( atKey ? attribute->wire.takeAt != nullptr : attribute->wire.take != nullptr ) )
-      return tellOnce( what + " is passed over: this release has no such attribute" );
+      return passOver( "this release has no such attribute", "" );
    WireReader value = reader( entry.value );
    WireReader key = reader( entry.key );
    try {
@@ -198,33 +217,28 @@ void Mirror::State::change( LogEntry const & entry, Equal equal ) {
       else
          attribute->wire.take( there->object, value, equal );
    } catch ( UnknownEnumeratorException const & error ) {
-      tellOnce( what + " is passed over: " + error.message() );
+      passOver( "", error.message() );
    } catch ( LogFormatException const & error ) {
       if ( !there->otherShape ) throw;
-      tellOnce( what + " is passed over, which the writer's release has otherwise: " + error.message() );
+      passOver( "the writer's release has it otherwise: ", error.message() );
    }
 }
 
 void Mirror::State::remove( LogEntry const & entry ) {
-   if ( heldOf( entry ) )
-      drop( std::string( entry.entity ) );
+   if ( Held * const there = heldOf( entry ) )
+      drop( *there );
    else
       skipped.erase( std::string( entry.entity ) );
 }
 
 // With those below it, which go first.
-void Mirror::State::drop( std::string const & name ) {
-   std::string const below = name + "/";
-   for ( auto next = held.lower_bound( below ); next != held.end() && next->first.starts_with( below );
-         next = held.lower_bound( below ) )
-      drop( std::string( next->first ) );
-   auto const found = held.find( name );
-   Held const gone = std::move( found->second );
-   held.erase( found );
-   Entity * const parent = gone.entity->parent();
-   if ( gone.holder && parent )
-      gone.holder->deleteAt(
-         const_cast<void *>( parent->fwkType().operations().ofObject( parent ) ), gone.entity->name().string() );
+void Mirror::State::drop( Held & gone ) {
+   last = nullptr;
+   while ( !gone.below.empty() ) drop( **gone.below.begin() );
+   auto const kept = held.extract( gone.name );
+   if ( gone.parent ) gone.parent->below.erase( &gone );
+   if ( gone.holder )
+      gone.holder->deleteAt( gone.parent->object, gone.entity->name().string() );
    else
       gone.entity->parentIs( nullptr );
 }
@@ -259,7 +273,7 @@ void Mirror::State::eraseOthers( Keys const & keys ) {
 }
 
 void Mirror::State::snapshotIs( LogBatch const & all ) {
-   std::set<std::string_view> names;
+   std::unordered_set<std::string_view> names;
    for ( LogEntry const & entry : all )
       if ( entry.kind == Kind::create ) names.insert( entry.entity );
    std::erase_if( skipped, [&]( std::string const & name ) { return !names.contains( name ); } );
@@ -267,16 +281,15 @@ void Mirror::State::snapshotIs( LogBatch const & all ) {
    for ( auto const & [name, there] : held )
       if ( !names.contains( name ) ) vanished.push_back( name );
    for ( std::string const & name : vanished )
-      if ( held.contains( name ) ) drop( name );
+      if ( Held * const there = found( name ) ) drop( *there );
 
    Keys keys;
    forEachEntry( all, [&]( LogEntry const & entry ) {
       if ( entry.kind == Kind::create ) create( entry );
    } );
    for ( LogEntry const & entry : all ) {
-      auto const found = entry.key.empty() ? held.end() : held.find( entry.entity );
-      if ( found == held.end() ) continue;
-      keys[{ &found->second, attributeOf( found->second, entry ) }].insert( entry.key );
+      Held const * const there = entry.key.empty() ? nullptr : found( entry.entity );
+      if ( there ) keys[{ there, attributeNamed( *there->type, entry.attribute ) }].insert( entry.key );
    }
    eraseOthers( keys );
    forEachEntry( all, [&]( LogEntry const & entry ) {

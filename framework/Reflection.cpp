@@ -59,7 +59,7 @@ void Reflected::deleteAt( std::string_view name, Value const & key ) const {
    deleter( writable( name, "delete by key" ), key );
 }
 
-Value Reflected::call( std::string_view name, std::initializer_list<NamedValue> arguments ) const {
+Value Reflected::call( std::string_view name, std::span<NamedValue const> arguments ) const {
    Attribute const & attribute = type_->attribute( name );
    auto const function = offered( *type_, attribute, &Attribute::call, "call" );
    return function( writable( name, "call" ), argumentsInOrder( attribute.argumentNames, arguments, name ) );

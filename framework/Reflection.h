@@ -45,7 +45,10 @@ class Reflected {
    void deleteAt( std::string_view name, Value const & key ) const;
 
    /// Calls an operation; every argument is named once, in any order.
-   Value call( std::string_view name, std::initializer_list<NamedValue> arguments = {} ) const;
+   Value call( std::string_view name, std::span<NamedValue const> arguments ) const;
+   Value call( std::string_view name, std::initializer_list<NamedValue> arguments = {} ) const {
+      return call( name, std::span( arguments.begin(), arguments.size() ) );
+   }
 
    std::size_t hash() const;
    /// Whether the object equals a default-made one of its type.

@@ -92,9 +92,10 @@ class Type {
       bool ( *isDefault )( void const * object ) = nullptr;
       Value ( *access )() = nullptr;   ///< of a register type: how the hardware lets it be used, as text
 
-      // In the attribute log. Of a value type:
-      void ( *put )( void const * value, WireWriter & to ) = nullptr;
-      void ( *take )( void * value, WireReader & from ) = nullptr;
+      // In the attribute log. Of a value type, a value as reflection passes it on; throw what conversions throw, and
+      // LogFormatException.
+      void ( *put )( Value const & value, WireWriter & to ) = nullptr;
+      Value ( *take )( WireReader & from ) = nullptr;
       // Of an entity type; those that read take the constructor parameters. Throw LogFormatException.
       void ( *putParameters )( void const * object, WireWriter & to ) = nullptr;
       /// Whether they are those of the object; without one they are only read.

@@ -57,10 +57,7 @@ class WireWriter {
  private:
    template<class N> void put( N value ) {
       char bytes[sizeof value];
-      for ( char & byte : bytes ) {
-         byte = static_cast<char>( value & 0xFFU );
-         value >>= 8U;
-      }
+      for ( std::size_t i = 0; i < sizeof value; ++i ) bytes[i] = static_cast<char>( value >> ( 8 * i ) );
       to_->append( bytes, sizeof bytes );
    }
 
@@ -73,17 +70,32 @@ class WireReader {
  public:
    WireReader( std::string_view bytes, EntityOfName const & entities ) : bytes_( bytes ), entities_( &entities ) {}
 
-   U32 u32();
-   U64 u64();
-   U8 u8();
-   std::string_view text();
+   U32 u32() { return number<U32>(); }
+   U64 u64() { return number<U64>(); }
+   U8 u8() { return number<U8>(); }
+   std::string_view text() { return take( u32() ); }
    Ptr<Entity> reference();
    /// Everything has been taken. Throws LogFormatException.
-   void requireEnd() const;
+   void requireEnd() const {
+      if ( at_ != bytes_.size() ) throwNotAtEnd();
+   }
 
  private:
-   std::string_view take( std::size_t count );
-   U64 number( std::size_t size );
+   std::string_view take( std::size_t count ) {
+      if ( count > bytes_.size() - at_ ) throwCutOff( count );
+      std::string_view const taken( bytes_.data() + at_, count );
+      at_ += count;
+      return taken;
+   }
+   template<class N> N number() {
+      std::string_view const taken = take( sizeof( N ) );
+      N value = 0;
+      for ( std::size_t i = 0; i < sizeof( N ); ++i )
+         value |= static_cast<N>( N{ static_cast<U8>( taken[i] ) } << ( 8 * i ) );
+      return value;
+   }
+   [[noreturn]] void throwCutOff( std::size_t count ) const;
+   [[noreturn]] void throwNotAtEnd() const;
 
    std::string_view bytes_;
    std::size_t at_ = 0;

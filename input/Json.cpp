@@ -264,4 +264,14 @@ std::string_view nearestChoice( std::string_view text, std::vector<std::string_v
    return nearest;
 }
 
+std::string
+unknownText( std::string const & what, std::string_view text, std::vector<std::string_view> const & choices ) {
+   constexpr std::size_t choicesMax = 20;
+   std::string_view const near = nearestChoice( text, choices );
+   return "there is no " + what + " " + jsonText( text ) +
+          ( near.empty() ? "" : "; did you mean " + jsonText( near ) + "?" ) +
+          ( choices.size() > choicesMax ? ""
+                                        : ( near.empty() ? "; expected " : " Expected " ) + choicesText( choices ) );
+}
+
 }   // namespace Input

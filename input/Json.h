@@ -156,4 +156,8 @@ std::string choicesText( std::vector<std::string_view> const & choices );
 /// The choice nearest to `text`, empty when none is near enough for a typing error.
 std::string_view nearestChoice( std::string_view text, std::vector<std::string_view> const & choices );
 
+/// "there is no WHAT "text"; did you mean "near"? Expected ...", for messages. Of many choices only the near one.
+std::string
+unknownText( std::string const & what, std::string_view text, std::vector<std::string_view> const & choices );
+
 }   // namespace Input

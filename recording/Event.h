@@ -26,6 +26,9 @@ struct InputChange {
    friend bool operator==( InputChange const &, InputChange const & ) = default;
 };
 
+/// Stands in the start alone: the chip ran before, and has no machine that brings it up.
+inline constexpr char adoptedInput[] = "adopted";
+
 /// The first line: all that a reader needs beside the events.
 struct Header {
    U32 version = formatVersion;

@@ -68,6 +68,8 @@ Recorder::Recorder( Listener & listener, Sim::CardEvents & events, Host::Card co
       for ( std::string const & name : names ) header.start.push_back( { source.what, name, source.value( name ) } );
       watches_.push_back( new Watch( *this, std::move( source ) ) );
    }
+   for ( auto const & chip : card.description().scenarioChips() )
+      if ( card.ready( chip.name ) ) header.start.push_back( { adoptedInput, chip.name, 1 } );
    listener_.onRecording( header );
    events_.listenerAdd( listener_ );
 }

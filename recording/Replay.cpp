@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 
 namespace Recording {
@@ -31,9 +32,16 @@ Sim::StartState startOf( Header const & header ) {
    for ( InputChange const & input : header.start )
       if ( input.what == "simulationVmid" )
          start.simulationVmid = input.value;
-      else
+      else if ( input.what != adoptedInput )
          start.actions.push_back( actionOf( input ) );
    return start;
+}
+
+std::set<std::string> adoptedOf( Header const & header ) {
+   std::set<std::string> chips;
+   for ( InputChange const & input : header.start )
+      if ( input.what == adoptedInput && input.value != 0 ) chips.insert( input.of );
+   return chips;
 }
 
 std::string textOf( Step const & step, Input::CardDescription const & card ) {
@@ -56,7 +64,8 @@ class Replay final : private Sim::CardListener {
            clock_, header().card, startOf( header() ),
            [this]( Sim::CardEvents & events ) {
               return Vor::Ptr<Fru::HamImpl>( new RecordedAnswers( events, *this ) );
-           } ),
+           },
+           nullptr, adoptedOf( header() ) ),
         recorder_( log_, world_.events(), world_.card() ) {
       world_.events().listenerAdd( *this );   // behind the log
       out_ << told();

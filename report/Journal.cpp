@@ -10,6 +10,13 @@
 
 namespace Host {
 
+std::string timeOfDay() {
+   auto const now = std::chrono::system_clock::now();
+   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
+   return fmt::format(
+      "{:%Y-%m-%d %H:%M:%S}.{:03}", fmt::localtime( std::chrono::system_clock::to_time_t( now ) ), ms );
+}
+
 Journal::Journal(
    std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
    std::optional<U32> traceLevel )
@@ -51,11 +58,8 @@ void Journal::progressIs( std::string const & text ) {
 }
 
 void Journal::tell( JournalLine const & line ) const {
-   auto const now = std::chrono::system_clock::now();
-   auto const ms = std::chrono::duration_cast<std::chrono::milliseconds>( now.time_since_epoch() ).count() % 1000;
-   std::string const time =
-      fmt::format( "{:%Y-%m-%d %H:%M:%S}.{:03}", fmt::localtime( std::chrono::system_clock::to_time_t( now ) ), ms );
-   out_ << ( onTerminal_ ? eraseLine : "" ) << lineText( style_.quiet( time ), chipWidth_, line, style_ ) << std::endl;
+   out_ << ( onTerminal_ ? eraseLine : "" ) << lineText( style_.quiet( timeOfDay() ), chipWidth_, line, style_ )
+        << std::endl;
 }
 
 }   // namespace Host

@@ -18,6 +18,9 @@
 
 namespace Host {
 
+/// "2026-11-21 01:38:13.436", now.
+std::string timeOfDay();
+
 class Journal final : private Sim::CardListener {
    static constexpr char eraseLine[] = "\r\033[K";
 

@@ -1,31 +1,29 @@
 #include "service/Agent.h"
 
-#include "card/SimulatedWorld.h"
 #include "framework/ActivityManager.h"
 #include "input/InputError.h"
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
+#include "service/UsualPlaces.h"
 #include "service/WallTime.h"
 #include "sim/SimulatedGpo.h"
+#include "state/OpenLog.h"
+
+#include <fmt/format.h>
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 namespace Host {
 
 namespace {
 
-std::optional<CardLock> lockOf( Input::CardDescription const & description ) {
-   std::string const place = description.place();
-   return place.empty() ? std::nullopt : std::optional<CardLock>( std::in_place, place, "agent" );
-}
-
-Vor::Ptr<RealTimeHam> realTimeHamOf( Input::CardDescription const & description ) {
-   return description.place().empty() ? new RealTimeHam( "hamImpl", simulatedParameters( description ) ) : nullptr;
-}
+// A log is written within milliseconds, unless its server is in trouble: then each look tells no more than the last.
+constexpr double logLookPeriod = 0.01;
 
 std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const & description ) {
    std::vector<Input::GpoDescription> outputs;
@@ -41,78 +39,257 @@ std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & 
    return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
 }
 
+// What stands in the log of the agent before this one, and the generation that follows it.
+TakeOver publishedAt( AgentOptions const & options ) {
+   TakeOver found{ .generation = options.generation, .published = {} };
+   if ( !options.state ) return found;
+   try {
+      State::openSink( *options.state );   // where it is a file, there is one
+      Vor::LogPosition const at = State::openSource( *options.state )->snapshot( found.published );
+      if ( found.generation == 0 ) found.generation = at.generation + 1;
+   } catch ( Vor::Exception const & error ) {
+      std::cerr << "clockpath: the state that was published last cannot be read: " << error.what() << '\n';
+      found.generation = std::max( found.generation, 1U );
+   }
+   return found;
+}
+
+// A supervisor that has lost its card has nothing left to do on it, not even to drive an output.
+[[noreturn]] void fenced( U32 taker ) {
+   std::cerr << fmt::format( "clockpath: the supervisor of generation {} has taken the card\n", taker );
+   std::cout.flush();
+   ::_exit( exitNotReady );
+}
+
+char const * textOf( Role role ) { return role == Role::single_ ? "single" : "active"; }
+
 }   // namespace
 
-Agent::Agent( Input::CardDescription const & description, AgentOptions const & options )
-   : lock_( lockOf( description ) ),
+Agent::Agent(
+   Input::CardDescription const & description, AgentOptions const & options, std::optional<TakeOver> takeOver )
+   : options_( options ),
+     takesOver_( takeOver.has_value() ),
+     before_( takeOver ? std::move( *takeOver ) : publishedAt( options ) ),
      timerSlack_( options.timerSlackNs ),
-     polledHam_( polledHamOf( description ) ),
-     realTimeHam_( realTimeHamOf( description ) ),
-     signals_( dynamic_cast<MmapHam const *>( polledHam_.ptr() ), resetOutputsOf( description ) ),
+     access_( description, options.role == Role::single_ ? 0 : before_.generation, pollSet_, fenced ),
+     signals_( access_.mapped(), resetOutputsOf( description ) ),
      log_( logFileOf( options.events ) ),
-     card_( description, hamImpl(), [this]( Vor::Name name ) { return output( name ); } ),
-     tracesOn_( Vor::traceLevels ),   // a recording has all that can be told
-     machines_( card_ ) {
-   if ( realTimeHam_ ) events_.cardAdd( realTimeHam_->card() );
-   card_.timeSync()->stateIs( static_cast<PtpTimeSync::OperationalState>( options.timeSync ) );
-   card_.redundancy()->modeIs( static_cast<Redundancy::RedundancyMode>( options.redundancyMode ) );
+     card_(
+        description, new Recording::RecordedHam( access_.ham(), events_ ),
+        [this]( Vor::Name name ) {
+           return Vor::Ptr<Hardware::SetClearGpo>( new Sim::SimulatedGpo( name, events_ ) );
+        } ),
+     status_( agentStatusFactory( "agent" ) ),
+     input_( card_, status_ ),
+     tracesOn_( Vor::traceLevels ) {   // a recording has all that can be told
+   requireServedInputs( description );
+   if ( access_.simulated() ) events_.cardAdd( access_.simulated()->card() );
    configure( card_, inventoryOf( description, card_.ham() ) );
    for ( Input::Max24305Description const & chip : description.max24305s ) card_.handOver( chip.name );
+   status_->roleIs( textOf( options.role ) );
+   status_->processIs( static_cast<U32>( ::getpid() ) );
+   status_->cardIs( description.file );
+   input_.modeIs(
+      options.role == Role::single_ ? static_cast<Redundancy::RedundancyMode>( options.redundancyMode )
+                                    : Redundancy::switchover_ );
+   if ( options.timeSync ) input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
-   statesAdd( events_, card_ );
-   events_.sleepsAdd();
-   std::string const began = wallTime();
-   FailureFolder const folder( options.failures );
-   if ( options.forget ) folder.forget();
-   if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
-   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
-   if ( polledHam_ ) presence_.emplace( description.place(), pollSet_ );
-   if ( polledHam_ && polledHam_->wakeFd() >= 0 ) pollSet_.descriptorAdd( polledHam_->wakeFd(), [] {} );
+   machines_.emplace( card_ );
+   requests_.emplace( card_, input_, *machines_, access_.ham() );
+   requests_->kindAdd( "role", [this]( Input::Json const & request ) { return roleAsked( request ); } );
+   requests_->kindAdd( "position", [this]( Input::Json const & ) { return position(); } );
+   if ( !options.socket ) return;
+   control_.emplace(
+      *options.socket, pollSet_, [this]( Input::Json const & request ) { return requests_->answer( request ); } );
+   status_->socketIs( control_->path() );
 }
 
 int Agent::run() {
    journal_->begin();
-   look();   // first, so that each machine finds the card as it is
-   if ( polledHam_ && !polledHam_->hardwarePresent() )
-      journal_->line( "waiting for the card: " + polledHam_->trouble() );
-   while ( !signals_.stopAsked() && machines_.makeNext() ) signals_.underWayIs( nullptr );
+   awaitTimeSync();
+   adopt();
+   beginToTell();
+   if ( !access_.present() ) journal_->line( "waiting for the card: " + access_.trouble() );
+   while ( !ends() && machines_->makeNext() ) {
+      betweenTurns();
+      input_.look();
+   }
    Vor::activityManager().run(
-      [this] { return signals_.stopAsked(); },
-      [this]( double seconds ) {
-         signals_.underWayIs( nullptr );
-         teller_->look();
-         double const wait = std::min( seconds, teller_->longestWait() );
-         pollSet_.wait( presence_ ? std::min( wait, presence_->longestWait() ) : wait );
-         if ( !signals_.stopAsked() ) look();
+      [this] { return ends(); },
+      [this]( double ) {
+         look();
+         betweenTurns();
+         pollSet_.wait( longestWait() );
       } );
    bool const ready = card_.allReady();
    teller_->look();
-   journal_->line( ready ? "stopped, all chips ready" : "stopped, not every chip ready" );
+   status_->roleIs( standsBy_ ? "standby" : "stopped" );
+   state_->turnEnds();
+   journal_->line(
+      standsBy_ ? "stands by from now on"
+      : ready   ? "stopped, all chips ready"
+                : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
-   return ready && !teller_->stands() ? exitReady : exitNotReady;
+   return ready && !teller_->stands() && !stale_ ? exitReady : exitNotReady;
 }
 
-Vor::Ptr<Fru::HamImpl> Agent::hamImpl() {
-   return new Recording::RecordedHam( polledHam_ ? Vor::Ptr<Fru::HamImpl>( polledHam_ ) : realTimeHam_, events_ );
+// Before the first answer no machine is made: each answer after it would be a change.
+void Agent::awaitTimeSync() {
+   if ( !input_.mayBegin() ) journal_->line( "waiting for the source of time synchronisation" );
+   while ( !ends() && !input_.mayBegin() ) pollSet_.wait( input_.longestWait() );
+   if ( !input_.answered() ) journal_->line( "the source of time synchronisation does not answer" );
+   input_.look();
 }
 
-Vor::Ptr<Hardware::SetClearGpo> Agent::output( Vor::Name const & name ) {
-   return new Sim::SimulatedGpo( name, events_ );
+// Chips that run already, before anything is recorded or published: both begin with the states that the machines find.
+void Agent::adopt() {
+   look();
+   if ( before_.published.empty() || !access_.outlivesAgent() || !access_.present() ) return;
+   RegisterAccess registers( card_.description(), card_.hamImpl() );
+   adoption_.emplace( card_, before_.published, registers );
+   adoption_->preset();
+   input_.look();   // what was held back until they are ready
+}
+
+void Agent::beginToTell() {
+   std::string const began = wallTime();
+   FailureFolder const folder( options_.failures );
+   if ( options_.forget ) folder.forget();
+   statesAdd( events_, card_ );
+   events_.sleepsAdd();
+   if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
+   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
+   state_.emplace( card_, status_, options_.state, before_.generation, takesOver_ );
+   if ( state_->log() ) pollSet_.descriptorAdd( state_->log()->descriptor(), [this] { lookAtLog(); } );
+   if ( adoption_ )
+      for ( auto const & [chip, reason] : adoption_->reasons() ) {
+         std::string const text = reason.empty() ? "adopted as it runs" : "not adopted: " + reason;
+         state_->progress( chip )->adoptedIs( text );
+         journal_->line( chip + ": " + text );
+      }
+   state_->begin();
+   if ( adoption_ ) machines_.emplace( card_, adoption_->tolvanes() );   // where it was, for the requests
+}
+
+// What was looked at may have armed timers.
+double Agent::longestWait() const {
+   Vor::ActivityManager & manager = Vor::activityManager();
+   double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
+   double const log = state_->writable() ? seconds : logLookPeriod;
+   return std::min( { seconds, log, teller_->longestWait(), access_.longestWait() } );
+}
+
+bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
+
+void Agent::betweenTurns() {
+   signals_.underWayIs( nullptr );
+   if ( control_ ) control_->busyWith( "" );
+   status_->activityIs( "" );
+   teller_->look();
+   for ( auto const & [chip, cause] : teller_->byChip() ) state_->progress( chip )->causeIs( cause );
+   state_->turnEnds();
+}
+
+// An active supervisor serves as such once its state can be read by the other, and every chip is ready.
+void Agent::lookAtRole() {
+   if ( options_.role == Role::single_ || !state_->writable() ) return;
+   constexpr char writableStage[] = "DovraWritable";
+   if ( !card_.redundancy()->switchoverStage().value( writableStage ) ) {
+      journal_->line( fmt::format( "the state log is written, generation {}", before_.generation ) );
+      card_.redundancy()->switchoverStageIs( writableStage, true );
+   }
+   if ( card_.redundancy()->mode() == Redundancy::active_ || !card_.allReady() ) return;
+   journal_->line( "serves as the active supervisor" );
+   input_.modeIs( Redundancy::active_ );
+}
+
+void Agent::lookAtLog() {
+   State::LogThread & log = *state_->log();
+   log.changesTaken();
+   if ( std::string const trouble = log.trouble(); trouble != trouble_ ) {
+      journal_->line( trouble.empty() ? "the state log is written again" : "the state log: " + trouble );
+      trouble_ = trouble;
+   }
+   if ( log.stale() && !stale_ ) {
+      journal_->line( "another agent writes the state log: this one ends" );
+      stale_ = true;
+   }
 }
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
-   if ( std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) signals_.underWayIs( config.name().charPtr() );
+   if ( !std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) return;
+   signals_.underWayIs( config.name().charPtr() );
+   if ( control_ ) control_->busyWith( "the bring-up of " + config.name().string().stdString() );
 }
 
-// A card that comes or goes sets the machines to work inside this call.
+// What has changed outside sets the machines to work inside this call.
 void Agent::look() {
-   if ( presence_ ) {
-      presence_->arm();
-      polledHam_->poll();
+   access_.look( [this] { input_.lookBeforeCard(); } );
+   if ( state_ ) lookAtRole();
+   input_.look();
+}
+
+Input::Json Agent::roleAsked( Input::Json const & request ) {
+   if ( options_.role == Role::single_ )
+      throw Input::InputError( "this agent is the only one of its card; expected one that was started with --role" );
+   if ( request.value( "role", "" ) == "active" ) return { { "role", "active" }, { "generation", before_.generation } };
+   standsBy_ = true;
+   return { { "role", "standby" } };
+}
+
+// Where the state log stands.
+Input::Json Agent::position() {
+   Input::Json told = Input::Json::object();
+   if ( !state_ || !state_->log() ) return told;
+   auto const add = [&]( char const * name, Vor::LogPosition at ) { told[name] = { at.generation, at.number }; };
+   add( "handed", state_->log()->handed() );
+   add( "written", state_->log()->written() );
+   add( "safe", state_->log()->safe() );
+   return told;
+}
+
+namespace {
+
+// Where nobody said where state and socket stand, they stand where they usually do. A card that is simulated by the
+// agent has no lock; there the first agent has these places, which the lock that is given holds.
+void usualPlacesTake(
+   Input::CardDescription const & description, AgentOptions & options, std::optional<CardLock> & simulated ) {
+   std::string const state = usualStatePath( description );
+   try {
+      std::string const folder = std::filesystem::path( state ).parent_path();
+      ownFolderMake( folder );
+      if ( description.place().empty() ) simulated.emplace( folder + "/card", "agent" );
+   } catch ( std::exception const & error ) {
+      std::cerr << "clockpath: the state is not published, and no requests are taken: " << error.what() << '\n';
+      return;
    }
-   signals_.underWayIs( nullptr );
+   if ( !options.state ) options.state = state;
+   if ( !options.socket ) options.socket = usualSocketPath( description );
+}
+
+}   // namespace
+
+int runAgent( Input::CardDescription const & description, AgentOptions options ) {
+   if ( options.role != Role::single_ && ( !options.state || !options.socket ) )
+      throw Input::InputError( "--role: expected --state, where both supervisors' states are, and --socket, by which "
+                               "each is told who is active" );
+   std::optional<CardLock> simulated;
+   if ( !options.state || !options.socket ) usualPlacesTake( description, options, simulated );
+   for ( ;; ) {
+      std::optional<TakeOver> order;
+      if ( options.role == Role::standby_ ) {
+         order = Standby( options ).run();
+         if ( !order ) return exitReady;
+         options.role = Role::active_;
+         options.generation = order->generation;
+      }
+      Agent agent( description, options, std::move( order ) );
+      int const result = agent.run();
+      if ( !agent.standsBy() ) return result;
+      options.role = Role::standby_;
+   }
 }
 
 }   // namespace Host

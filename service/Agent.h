@@ -1,24 +1,32 @@
 // The agent: looks after the chips of a card in real time, until a signal asks it to stop. It tells what happens on
-// standard output (report/Journal.h), and writes an event log where one is asked for.
+// standard output (report/Journal.h), publishes its state, and writes an event log where one is asked for.
 //
 //    Host::Agent agent( Input::readCard( path ), {} );
 //    return agent.run();
+//
+// Of two supervisors one stands by (service/Standby.h); whoever decides who is active tells them over their sockets:
+//
+//    return Host::runAgent( Input::readCard( path ), { .state = "redis://...", .role = Role::standby_ } );
 #pragma once
 
 #include "card/Card.h"
-#include "card/CardLock.h"
 #include "card/Machines.h"
-#include "card/PolledHam.h"
-#include "card/RealTimeHam.h"
 #include "card/StepListener.h"
 #include "recording/LogFile.h"
 #include "recording/Recorder.h"
 #include "report/Journal.h"
 #include "report/TracesOn.h"
+#include "service/Adoption.h"
+#include "service/AgentOptions.h"
+#include "service/AgentRequests.h"
+#include "service/CardAccess.h"
 #include "service/CauseTeller.h"
+#include "service/ControlSocket.h"
 #include "service/PollSet.h"
-#include "service/PresenceWatch.h"
+#include "service/Standby.h"
+#include "service/StatePublisher.h"
 #include "service/StopSignals.h"
+#include "service/TimeSyncInput.h"
 #include "service/TimerSlack.h"
 #include "sim/CardEvents.h"
 
@@ -26,50 +34,65 @@
 
 namespace Host {
 
-struct AgentOptions {
-   U32 timeSync = 1;                         ///< state of PTP time synchronisation, which no one else tells here
-   U32 redundancyMode = 3;                   ///< mode of the supervisor, likewise
-   std::optional<U32> traceLevel = {};       ///< shows traces up to this level
-   U32 timerSlackNs = 1;                     ///< of the agent's thread (service/TimerSlack.h)
-   std::optional<std::string> events = {};   ///< the file of the event log
-   std::string failures =
-      FailureFolder::usualPath();   ///< folder of the recordings of failures, which `events` replaces
-   bool forget = false;             ///< forgets the first failures that the folder has
-};
-
 class Agent final : private StepListener {
  public:
-   /// The card is configured, and no machine is made yet. One may live at a time, on the thread that made it. Throws
-   /// Input::InputError for a chip whose input no machine serves, and for an event log that cannot be written, and
-   /// CardUnavailable for a card that somebody else uses.
-   Agent( Input::CardDescription const & description, AgentOptions const & options );
+   /// The card is configured, and no machine is made yet. One may live at a time, on the
+   /// thread that made it. With `takeOver` it follows the supervisor whose state that is. Throws Input::InputError for
+   /// a chip whose input no machine serves, and for an event log that cannot be written, and CardUnavailable for a card
+   /// that somebody else uses.
+   Agent(
+      Input::CardDescription const & description, AgentOptions const & options,
+      std::optional<TakeOver> takeOver = std::nullopt );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
 
    /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then and no cause stood, else 1.
    int run();
+   /// Whether it ended because it is to stand by.
+   bool standsBy() const { return standsBy_; }
 
  private:
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
-   Vor::Ptr<Fru::HamImpl> hamImpl();
-   Vor::Ptr<Hardware::SetClearGpo> output( Vor::Name const & name );
+   void awaitTimeSync();
+   void adopt();
+   void beginToTell();
+   void betweenTurns();
    void look();
+   void lookAtRole();
+   void lookAtLog();
+   double longestWait() const;
+   bool ends() const;
+   Input::Json roleAsked( Input::Json const & request );
+   Input::Json position();
 
-   std::optional<CardLock> const lock_;   // of a card that outlives its agents
+   AgentOptions const options_;
+   bool const takesOver_;
+   TakeOver const before_;   // what the agent before this one published, and the generation of this one
    TimerSlack const timerSlack_;
-   Vor::Ptr<PolledHam> const polledHam_;       // of such a card
-   Vor::Ptr<RealTimeHam> const realTimeHam_;   // of one that is simulated in this process
-   StopSignals signals_;
    PollSet pollSet_;
-   std::optional<PresenceWatch> presence_;   // of a card that comes and goes
+   CardAccess access_;
+   StopSignals signals_;
    std::optional<Recording::LogFile> log_;
    Sim::CardEvents events_;
    Card card_;
+   Vor::Ptr<AgentStatus> const status_;
+   TimeSyncInput input_;
    std::optional<Journal> journal_;
+   std::optional<Adoption> adoption_;
    TracesOn const tracesOn_;
    std::optional<Recording::Recorder> recorder_;   // of the event log
    std::optional<CauseTeller> teller_;
-   Machines machines_;
+   std::optional<StatePublisher> state_;
+   std::optional<Machines> machines_;
+   std::optional<AgentRequests> requests_;
+   std::optional<ControlSocket> control_;
+   bool standsBy_ = false;
+   bool stale_ = false;
+   std::string trouble_;   // of the state log, as it was told last
 };
+
+/// The agent of a card, in the role that it has at first and those that it is given later, until a signal stops it.
+/// Gives the exit code.
+int runAgent( Input::CardDescription const & description, AgentOptions options );
 
 }   // namespace Host

@@ -38,17 +38,27 @@ void CauseTeller::look() {
       } );
       return cause.weight != Diagnosis::Weight::cause_ || ( !done && events_.nowNs() < cause.sinceNs + longWaitNs );
    } );
-   std::set<std::string> standing;
    for ( Diagnosis::Cause const & cause : causes ) {
-      std::string const name = cause.chip + cause.what;
-      standing.insert( name );
-      if ( told_.contains( name ) ) continue;
-      journal_.text( Diagnosis::causesText( { cause }, journal_.style() ) );
+      bool const told = std::ranges::any_of( causes_, [&]( Diagnosis::Cause const & earlier ) {
+         return earlier.chip == cause.chip && earlier.what == cause.what;
+      } );
+      if ( !told ) journal_.text( Diagnosis::causesText( { cause }, journal_.style() ) );
    }
-   told_ = std::move( standing );
+   causes_ = std::move( causes );
    for ( std::string const & chip : failed_ ) keep( chip );
    failed_.clear();
    waitsEndNs_ = firstWaitEndNs();
+}
+
+std::map<std::string, std::string> CauseTeller::byChip() const {
+   std::map<std::string, std::string> first;
+   for ( Diagnosis::ChipStory const & chip : story_->chips() ) {
+      auto const cause = std::ranges::find_if( causes_, [&]( Diagnosis::Cause const & one ) {
+         return one.chip == "card" || ( ", " + one.chip + "," ).find( ", " + chip.name + "," ) != std::string::npos;
+      } );
+      first[chip.name] = cause == causes_.end() ? "" : cause->what;
+   }
+   return first;
 }
 
 double CauseTeller::longestWait() const {

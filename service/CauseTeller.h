@@ -15,9 +15,11 @@
 #include "service/FailureFolder.h"
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Host {
 
@@ -35,7 +37,9 @@ class CauseTeller {
    void look();
 
    /// Whether a cause that was told stands still.
-   bool stands() const { return !told_.empty(); }
+   bool stands() const { return !causes_.empty(); }
+   /// Of each chip, what of that is told first; empty where nothing is.
+   std::map<std::string, std::string> byChip() const;
 
    /// In seconds, until something has been waited for too long; infinity where nothing is.
    double longestWait() const;
@@ -61,10 +65,10 @@ class CauseTeller {
    std::optional<Diagnosis::Story> story_;
    Recording::EventStream stream_;
    Recording::Recorder const recorder_;
-   bool news_ = true;               // since the last look
-   U64 waitsEndNs_ = never;         // when one that the last look found becomes too long
-   std::set<std::string> failed_;   // chips whose bring-up failed since the last look
-   std::set<std::string> told_;     // causes that stand
+   bool news_ = true;                       // since the last look
+   U64 waitsEndNs_ = never;                 // when one that the last look found becomes too long
+   std::set<std::string> failed_;           // chips whose bring-up failed since the last look
+   std::vector<Diagnosis::Cause> causes_;   // those that were told, and stand
 };
 
 }   // namespace Host

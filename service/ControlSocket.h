@@ -7,6 +7,13 @@
 //
 //    ControlSocket socket( path, pollSet, []( Input::Json const & request ) { return answerOf( request ); } );
 //    socket.busyWith( "ptp0 is being brought up" );     // from the loop; empty between turns
+//
+//    {"do":"call","object":"/machine/ptp0","operation":"doProgramMax24305"}
+//    {"waiting":"osc0 is being brought up"}             // any number of these
+//    {"answer":{}}                                      // or {"refused":"why"}
+//
+// One request of a client is under way at a time; the next ones of his wait. All that waits is bounded: who sends more,
+// or does not read what he is told, is cut off.
 #pragma once
 
 #include "input/Json.h"
@@ -20,11 +27,16 @@ namespace Host {
 
 class ControlSocket {
  public:
+   static constexpr std::size_t lineMax = std::size_t{ 64 } << 10U;     ///< of a request, in bytes
+   static constexpr std::size_t unreadMax = std::size_t{ 16 } << 20U;   ///< of what a client has not read
+   static constexpr std::size_t clientsMax = 16;
+
    /// On the loop's thread, between turns. What it gives is handed to the one who asked; an exception is a refusal,
    /// with its text as the reason.
    using Answer = std::function<Input::Json( Input::Json const & request )>;
 
-   /// Throws Input::InputError where there can be no socket.
+   /// Makes the folder where there is none. The set is waited on no more when this has gone. Throws Input::InputError
+   /// where there can be no socket.
    ControlSocket( std::string const & path, PollSet & pollSet, Answer answer );
    ~ControlSocket();
    ControlSocket( ControlSocket const & ) = delete;
@@ -32,10 +44,6 @@ class ControlSocket {
 
    std::string const & path() const;
    void busyWith( std::string const & what );
-
-   /// Where the sockets of this user's agents stand: a folder of the service manager's, of the user's session, or
-   /// beside other temporary files.
-   static std::string usualFolder();
 
  private:
    struct Shared;
@@ -47,5 +55,8 @@ class ControlSocket {
 Input::Json askAgent(
    std::string const & socket, Input::Json const & request,
    std::function<void( std::string const & )> const & waiting );
+
+/// Whether an agent listens there.
+bool agentListens( std::string const & socket );
 
 }   // namespace Host

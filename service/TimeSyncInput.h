@@ -5,11 +5,15 @@
 // - While a chip locks, no change of time synchronisation is handed on but one to 0: a change from 1 to 2 programs the
 //   chip again, and ends the process of an active supervisor.
 // - An active supervisor with a chip that is not ready is told 1 in place of 2 to 4, for which its gates stop the
-//   process; also before a card that returned is announced.
+//   process; also before a card that returned is announced. A supervisor becomes active when that stands.
 //
 //    TimeSyncInput input( card, agentStatus );
 //    input.said( PtpTimeSync::locked_ );                       // the source
-//    input.look();                                             // at each turn, and before a card is announced
+//    while ( input.mayBegin() && machines.makeNext() ) input.look();
+//    input.look();                                             // at each turn of the loop
+//
+// A chip counts as ready when its status and its clock status are. Telling 1 in place of a running state leaves every
+// ready chip alone; one that is not ready, and whose gate is open, is programmed again, as by any change.
 #pragma once
 
 #include "card/Card.h"
@@ -17,34 +21,58 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace Host {
 
 class TimeSyncInput {
  public:
-   /// Both outlive it. What is held back is told there.
+   static constexpr double firstAnswerSeconds = 10;
+
+   /// Both outlive it. What is said, and what is held back, is told in `status`.
    TimeSyncInput( Card const & card, Vor::Ptr<AgentStatus> const & status );
+   ~TimeSyncInput();
+   TimeSyncInput( TimeSyncInput const & ) = delete;
+   TimeSyncInput & operator=( TimeSyncInput const & ) = delete;
 
-   /// The source says so, from now on.
+   /// The source says so, from now on. Machines may be set to work inside this call, as in the two that follow.
    void said( PtpTimeSync::OperationalState state );
-   bool answered() const { return said_.has_value(); }
-
-   /// Hands on what can be now. Machines may be set to work inside this call.
-   void look();
-   /// The card returns, and is about to be announced: no chip will be ready then.
-   void lookBeforeCard();
-
-   /// The supervisor's mode changes; what the machines are told is made right first.
+   /// The supervisor's mode is to be this one, from now on.
    void modeIs( Redundancy::RedundancyMode mode );
+   /// Hands on what can be now.
+   void look();
+   /// The same, for hosts that announce a card which was away.
+   void lookBeforeCard() { look(); }
 
-   /// Why setting `attribute` of that entity to this would end the process now; empty where it would not. Also of an
-   /// operation that evaluates a gate, without an attribute.
-   std::string whyRefused( std::string const & entity, std::string const & attribute, std::string const & value ) const;
+   /// Empty where nothing is.
+   std::string heldBack() const { return status_->heldBack().stdString(); }
+
+   bool answered() const { return said_.has_value(); }
+   /// Whether machines may be made: the source has answered, or had its time.
+   bool mayBegin() const { return longestWait() == 0; }
+   /// In seconds, until they may.
+   double longestWait() const;
+
+   // Why somebody who asks for it now is refused, since a gate would stop the process; empty where none would.
+   std::string whyRefused( PtpTimeSync::OperationalState state ) const;
+   std::string whyRefused( Redundancy::RedundancyMode mode ) const;
+   /// Of an operation of the chip's machine.
+   std::string whyRefused( std::string const & chip, std::string_view operation ) const;
 
  private:
+   class HardwareWatch;
+
+   bool active() const { return mode_ == Redundancy::active_; }
+   std::string chipThatLocks() const;
+   std::string chipNotReady() const;
+   std::string handOn();
+
    Card const & card_;
    Vor::Ptr<AgentStatus> const status_;
+   Vor::Ptr<HardwareWatch> const hardware_;
+   double const beganAt_;
    std::optional<PtpTimeSync::OperationalState> said_;
+   Redundancy::RedundancyMode mode_;
 };
 
 }   // namespace Host

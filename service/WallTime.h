@@ -1,5 +1,7 @@
-// The wall time in texts, such as the head of a recording.
+// The wall time, in milliseconds since 1970, and in texts such as the head of a recording.
 #pragma once
+
+#include "framework/Types.h"
 
 #include <fmt/chrono.h>
 
@@ -7,6 +9,11 @@
 #include <string>
 
 namespace Host {
+
+inline U64 wallMs() {
+   auto const now = std::chrono::system_clock::now().time_since_epoch();
+   return static_cast<U64>( std::chrono::duration_cast<std::chrono::milliseconds>( now ).count() );
+}
 
 /// "2026-11-21T17:30:00.123Z"
 inline std::string wallTime() {

@@ -106,7 +106,7 @@ using Step = std::variant<
    Steps::EnableDone, Steps::AttemptFailed, Steps::ProgrammingEnded, Steps::LockPolled, Steps::FrequencyRead,
    Steps::Published, Steps::TolvanePublished>;
 
-/// Where steps go. A sink changes no entity, runs no machine, and throws nothing.
+/// Where steps go. A sink changes nothing that a machine watches, runs no machine, and throws nothing.
 class StepSink : public Vor::PtrInterface {
  public:
    /// `config` is the configuration of the chip whose machine does it.

@@ -7,14 +7,16 @@
 //    else log.turn( writer.turn() );
 //
 // The queue is bounded. When it is full, what waits in it is dropped, and nothing is taken any more until the log can
-// be written again; then it wants a whole: readers lose turns, never the state. A turn that could not be written is
-// tried again until it can, or until another writer has taken over.
+// be written again; then it wants a whole: readers lose turns, never the state. It begins like that: as soon as the log
+// has told where it stands, a whole is wanted. A turn that could not be written is tried again until it can, or until
+// another writer has taken over; where the log has lost turns meanwhile, a whole is wanted again.
 #pragma once
 
 #include "framework/AttributeLog.h"
 
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace State {
 
@@ -22,15 +24,16 @@ class LogThread {
  public:
    static constexpr std::size_t usualBytesMax = std::size_t{ 8 } << 20U;
 
-   /// Wants a whole from the start. `bytesMax`: of what waits.
+   /// `bytesMax`: of what waits, but for a whole, which is taken alone where it is larger.
    LogThread( std::unique_ptr<Vor::TurnSink> sink, U32 generation, std::size_t bytesMax = usualBytesMax );
    /// Waits for what was handed over, at most a second.
    ~LogThread();
    LogThread( LogThread const & ) = delete;
    LogThread & operator=( LogThread const & ) = delete;
 
-   /// Copies the batch; dropped while a whole is wanted.
+   /// Copies the batch; dropped while a whole is wanted, or will be.
    void turn( Vor::LogBatch const & batch );
+   /// Also where none is wanted; dropped before the log has told where it stands.
    void whole( Vor::LogBatch const & batch );
 
    // What the thread has come to, as it was last:
@@ -50,7 +53,8 @@ class LogThread {
 
  private:
    struct Shared;
-   std::unique_ptr<Shared> const shared_;
+   std::shared_ptr<Shared> const shared_;   // with the thread, which outlives this while the log hangs
+   std::thread thread_;
 };
 
 }   // namespace State

@@ -1,0 +1,50 @@
+// The supervisor that stands by: it has no machines and does not open the card, but mirrors what the active one
+// publishes, until whoever decides who is active makes it so.
+//
+//    Standby standby( description, options );
+//    if ( std::optional<TakeOver> const order = standby.run() ) ...      // take over, of that generation
+#pragma once
+
+#include "framework/Mirror.h"
+#include "input/Json.h"
+#include "service/AgentOptions.h"
+#include "service/ControlSocket.h"
+#include "service/PollSet.h"
+#include "service/StopSignals.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace Host {
+
+struct TakeOver {
+   U32 generation = 0;
+   Vor::LogBatch published;   ///< what the active one published last
+};
+
+class Standby {
+ public:
+   /// State and socket are told. Throws Input::InputError for a place that is none.
+   explicit Standby( AgentOptions const & options );
+
+   /// Until it is to be active, or a signal stops it, which gives nothing.
+   std::optional<TakeOver> run();
+
+ private:
+   void follow();
+   Input::Json answer( Input::Json const & request );
+
+   std::string const place_;
+   PollSet pollSet_;
+   StopSignals signals_;
+   std::unique_ptr<Vor::LogSource> source_;
+   Vor::LogPosition at_;
+   bool following_ = false;   // the mirror has what stands at that position
+   std::string trouble_;
+   Vor::Mirror mirror_;
+   std::optional<U32> generation_;   // to take over with
+   ControlSocket control_;
+};
+
+}   // namespace Host
