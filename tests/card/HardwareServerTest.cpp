@@ -87,11 +87,11 @@ TEST( HardwareServer, IsNotTroubledByWhatIsNoAccess ) {
    requirePresent( *ham );
    HardwareRequest const odd{ HardwareRequest::Kind::write32, 0x11, 0 };
    HardwareRequest const unknown{ static_cast<HardwareRequest::Kind>( 3 ), 0x10, 0 };
-   std::string const tooLong( 13, 'x' );
-   for ( std::string_view const message :
-         { std::string_view( "x" ), std::string_view( tooLong ),
-           std::string_view( reinterpret_cast<char const *>( &odd ), sizeof odd ),
-           std::string_view( reinterpret_cast<char const *>( &unknown ), sizeof unknown ) } ) {
+   HardwareRequest const good{ HardwareRequest::Kind::write32, 0x10, 0 };
+   auto const bytes = []( HardwareRequest const & request ) {
+      return std::string( reinterpret_cast<char const *>( &request ), sizeof request );
+   };
+   for ( std::string const & message : { bytes( odd ), bytes( unknown ), bytes( good ) + "x", std::string( "x" ) } ) {
       HardwareSocket const user;
       ASSERT_EQ( withPath( ::connect, user.fd(), path ), 0 );
       ASSERT_GT( ::send( user.fd(), message.data(), message.size(), 0 ), 0 );

@@ -56,7 +56,7 @@ TEST_F( HardwareCommand, OutlivesAnAgentThatIsKilled ) {
    {
       Process agent( { "agent", card } );
       EXPECT_TRUE( agent.outputHas( "ptp0      clock ready" ) ) << agent.output();
-      Ran const refused = run( { "audit", card } );
+      Ran const refused = run( { "poke", card, "ptp0Reset=active", "--yes" } );
       EXPECT_EQ( refused.result, 1 );
       EXPECT_NE( refused.errors.find( "the card is in use by agent, process " ), std::string::npos ) << refused.errors;
       agent.signal( SIGKILL );
