@@ -6,7 +6,8 @@
 
 namespace Host {
 
-// Each gives the exit code: 0 when it is done, and for `status` all chips are ready; 1 when a chip is not. They throw Input::InputError, CardUnavailable and Vor::LogUnavailableException.
+// Each gives the exit code: 0 when it is done, and for `status` all chips are ready; 1 when a chip is not. They throw
+// Input::InputError, and CardUnavailable and Vor::LogUnavailableException where agent or log cannot be reached.
 
 /// Words: none, an entity, or an entity and an attribute.
 int inspect( StateOptions const & options );

@@ -13,7 +13,7 @@ CardAccess::CardAccess(
    if ( !polled_ ) return;
    std::string const place = description.place();
    lock_.emplace( place, "agent", generation );
-   if ( generation > 0 ) ham_ = new FencedHam( polled_, *lock_, fenced );
+   ham_ = new FencedHam( polled_, *lock_, fenced );   // without a generation too: any takes the card from it
    presence_.emplace( place, pollSet );
    if ( polled_->wakeFd() >= 0 ) pollSet.descriptorAdd( polled_->wakeFd(), [] {} );
 }

@@ -11,7 +11,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 
 #include <atomic>
 #include <cstring>
@@ -58,6 +60,8 @@ class ControlSocketTest : public testing::Test {
    // A client that says what it likes.
    struct Raw {
       explicit Raw( std::string const & path ) : fd( ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ) {
+         timeval const longest{ .tv_sec = 5, .tv_usec = 0 };   // of what should never come
+         ::setsockopt( fd.fd(), SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest );
          sockaddr_un address{};
          address.sun_family = AF_UNIX;
          std::strncpy( address.sun_path, path.c_str(), sizeof address.sun_path - 1 );
@@ -115,7 +119,9 @@ TEST_F( ControlSocketTest, AnotherUserIsRefused ) {
       ::_exit( ::write( ends[1], line.data(), line.size() ) < 0 );
    }
    std::string text( 200, '\0' );
+   ::close( ends[1] );
    text.resize( static_cast<std::size_t>( ::read( ends[0], text.data(), text.size() ) ) );
+   ::close( ends[0] );
    ::waitpid( child, nullptr, 0 );
    EXPECT_EQ( text, R"({"refused":"expected the user that runs the agent"})" );
    EXPECT_EQ( answered, 0 );
