@@ -68,7 +68,6 @@ char const * textOf( Role role ) { return role == Role::single_ ? "single" : "ac
 Agent::Agent(
    Input::CardDescription const & description, AgentOptions const & options, std::optional<TakeOver> takeOver )
    : options_( options ),
-     takesOver_( takeOver.has_value() ),
      before_( takeOver ? std::move( *takeOver ) : publishedAt( options ) ),
      timerSlack_( options.timerSlackNs ),
      access_( description, options.role == Role::single_ ? 0 : before_.generation, pollSet_, fenced ),
@@ -161,7 +160,7 @@ void Agent::beginToTell() {
    events_.sleepsAdd();
    if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
    teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
-   state_.emplace( card_, status_, options_.state, before_.generation, takesOver_ );
+   state_.emplace( card_, status_, options_.state, before_.generation, options_.role == Role::active_ );
    if ( state_->log() ) pollSet_.descriptorAdd( state_->log()->descriptor(), [this] { lookAtLog(); } );
    if ( adoption_ )
       for ( auto const & [chip, reason] : adoption_->reasons() ) {

@@ -66,7 +66,6 @@ class Agent final : private StepListener {
    Input::Json position();
 
    AgentOptions const options_;
-   bool const takesOver_;
    TakeOver const before_;   // what the agent before this one published, and the generation of this one
    TimerSlack const timerSlack_;
    PollSet pollSet_;

@@ -28,8 +28,8 @@ namespace Host {
 
 class StatePublisher final : private StepListener {
  public:
-   /// The card is configured, and its machines are not made yet; it outlives this. `takesOver`: the place was another
-   /// supervisor's copy until now. Throws Input::InputError for a place that is none.
+   /// The card is configured, and its machines are not made yet; it outlives this. `takesOver`: the place may be
+   /// another supervisor's copy until now. Throws Input::InputError for a place that is none.
    StatePublisher(
       Card const & card, Vor::Ptr<AgentStatus> const & agent, std::optional<std::string> const & place, U32 generation,
       bool takesOver );

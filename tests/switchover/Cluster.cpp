@@ -30,9 +30,7 @@ constexpr char description[] = R"json({
                 "sequence": [
    "Value('Hardware::Max24305::Op', ** {'key': 0, 'type': 'read', 'address': 48, 'value': 94})",
    "Value('Hardware::Max24305::Op', ** {'key': 1, 'type': 'write', 'address': 256, 'value': 60})",
-   "Value('Hardware::Max24305::Op', ** {'key': 2, 'type': 'read', 'address': 256, 'value': 60})" ]
-} ]
-})";
+   "Value('Hardware::Max24305::Op', ** {'key': 2, 'type': 'read', 'address': 256, 'value': 60})" ] } ] })json";
 
 void noteState( std::map<std::string, States> & seen, std::string const & entity, std::string const & state ) {
    States & states = seen[entity];
