@@ -78,11 +78,14 @@ std::string Cluster::role( std::string const & name, std::string const & role, U
    }
 }
 
-std::optional<Vor::LogPosition> Cluster::safe( std::string const & name ) const {
+std::optional<Cluster::Position> Cluster::position( std::string const & name ) const {
    try {
       Input::Json const told =
          Host::askAgent( folder_.path( name + ".sock" ), { { "do", "position" } }, []( std::string const & ) {} );
-      return Vor::LogPosition{ told.at( "safe" ).at( 0 ), told.at( "safe" ).at( 1 ) };
+      auto const at = [&]( char const * what ) {
+         return Vor::LogPosition{ told.at( what ).at( 0 ), told.at( what ).at( 1 ) };
+      };
+      return Position{ at( "handed" ), at( "written" ), at( "safe" ) };
    } catch ( std::exception const & ) {
       return std::nullopt;
    }

@@ -29,8 +29,13 @@ class Cluster {
    Host::Process & agent( std::string const & name ) { return *agents_.at( name ); }
    /// Tells it what it is. Gives why it refuses, empty where it does not.
    std::string role( std::string const & name, std::string const & role, U32 generation ) const;
-   /// What it counts as safe; nothing where it does not answer.
-   std::optional<Vor::LogPosition> safe( std::string const & name ) const;
+   /// Where its log stands; nothing where it does not answer.
+   struct Position {
+      Vor::LogPosition handed;
+      Vor::LogPosition written;
+      Vor::LogPosition safe;
+   };
+   std::optional<Position> position( std::string const & name ) const;
 
    State::RedisServer & server( std::string const & name ) { return name == "a" ? *a_ : *b_; }
    std::string path( std::string const & file ) const { return folder_.path( file ); }
