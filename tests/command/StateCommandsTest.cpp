@@ -129,8 +129,8 @@ TEST_F( StateCommandsTest, InspectShowsOneEntityAndOneAttribute ) {
 
 TEST_F( StateCommandsTest, InspectTellsPrograms ) {
    EXPECT_EQ(
-      Json::parse( outputOf( { "inspect", "/ptp0Reset", "--json" } ) ),
-      Json::parse( R"({ "entity": "/ptp0Reset", "type": "Hardware::SetClearGpo", "attributes": {
+      Json::parse( outputOf( { "inspect", "/gpo/ptp0Reset", "--json" } ) ),
+      Json::parse( R"({ "entity": "/gpo/ptp0Reset", "type": "Hardware::SetClearGpo", "attributes": {
          "name": "ptp0Reset", "activeType": "activeLow", "ham": "/ham", "offset": 8192, "bit": 1 } })" ) );
    EXPECT_EQ(
       Json::parse( outputOf( { "inspect", "/timeSync", "state", "--json" } ) ), Json( { { "state", "enabling" } } ) );
@@ -165,12 +165,12 @@ TEST_F( StateCommandsTest, SetAsksTheAgent ) {
    EXPECT_EQ( live.timeSync(), 3u );
    EXPECT_EQ( outputOf( { "inspect", "/timeSync", "state" } ), "locked\n" );
    EXPECT_EQ( outputOf( { "set", "/redundancy", "switchoverStage", "DovraWritable", "true" } ), "true\n" );
-   EXPECT_EQ( outputOf( { "set", "/ptp1Reset", "ham", "none" } ), "none\n" );
+   EXPECT_EQ( outputOf( { "set", "/gpo/ptp1Reset", "ham", "none" } ), "none\n" );
    EXPECT_EQ(
       errorOf( { "set", "/redundancy", "mode", "active" }, 2 ),
       "clockpath: mode of /redundancy is not set: time sync is locked, and ptp1 is not ready: the gate of an active "
       "supervisor stops the process; set it when the chip is ready\n" );
-   outputOf( { "set", "/ptp1Reset", "ham", "/ham" } );
+   outputOf( { "set", "/gpo/ptp1Reset", "ham", "/ham" } );
    EXPECT_EQ(
       Json::parse( outputOf( { "set", "/timeSync", "state", "4", "--json" } ) ),
       Json(

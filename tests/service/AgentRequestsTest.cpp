@@ -81,12 +81,12 @@ TEST_F( AgentRequestsTest, ACollectionIsSetByKey ) {
 }
 
 TEST_F( AgentRequestsTest, AnOutputsHandleIsTakenAndGivenBack ) {
-   EXPECT_EQ( set( "/ptp1Reset", "ham", "none" ), Json( { { "value", nullptr } } ) );
+   EXPECT_EQ( set( "/gpo/ptp1Reset", "ham", "none" ), Json( { { "value", nullptr } } ) );
    EXPECT_EQ( live.chip( "ptp1" )->state(), Hardware::Max24305::uninitialized_ );
-   EXPECT_EQ( set( "/ptp1Reset", "ham", "/ham" ), Json( { { "value", "/ham" } } ) );
+   EXPECT_EQ( set( "/gpo/ptp1Reset", "ham", "/ham" ), Json( { { "value", "/ham" } } ) );
    EXPECT_EQ( live.chip( "ptp1" )->state(), Hardware::Max24305::locking_ );
    EXPECT_THAT(
-      setRefused( "/ptp1Reset", "ham", "/timeSync" ), HasSubstr( "expected an object of the attribute's type" ) );
+      setRefused( "/gpo/ptp1Reset", "ham", "/timeSync" ), HasSubstr( "expected an object of the attribute's type" ) );
 }
 
 TEST_F( AgentRequestsTest, WhatTheSourcesSayCanBeSaidByTheUser ) {
@@ -97,8 +97,8 @@ TEST_F( AgentRequestsTest, WhatTheSourcesSayCanBeSaidByTheUser ) {
 }
 
 TEST_F( AgentRequestsTest, WhatIsHeldBackIsSaid ) {
-   set( "/ptp1Reset", "ham", "none" );
-   set( "/ptp1Reset", "ham", "/ham" );
+   set( "/gpo/ptp1Reset", "ham", "none" );
+   set( "/gpo/ptp1Reset", "ham", "/ham" );
    EXPECT_EQ(
       set( "/timeSync", "state", 2 ),
       Json(
@@ -108,12 +108,12 @@ TEST_F( AgentRequestsTest, WhatIsHeldBackIsSaid ) {
 
 TEST_F( AgentRequestsTest, WhatAGateWouldEndTheProcessForIsRefused ) {
    set( "/redundancy", "mode", "active" );
-   set( "/ptp1Reset", "ham", "none" );
+   set( "/gpo/ptp1Reset", "ham", "none" );
    EXPECT_EQ(
       setRefused( "/timeSync", "state", "locked" ),
       "state of /timeSync is not set: the supervisor is active, and ptp1 is not ready: at time sync locked its gate "
       "stops the process; set it when the chip is ready" );
-   set( "/ptp1Reset", "ham", "/ham" );
+   set( "/gpo/ptp1Reset", "ham", "/ham" );
    live.run( 10 );
    set( "/timeSync", "state", "locked" );
    EXPECT_THAT(
@@ -136,8 +136,10 @@ TEST_F( AgentRequestsTest, WhatWouldBreakTheCardIsRefused ) {
    EXPECT_THAT( setRefused( "/machine/ptp0", "timeSyncStatus", "none" ), HasSubstr( wired ) );
    EXPECT_THAT( setRefused( "/machine/osc0", "hamImpl", "none" ), HasSubstr( wired ) );
    EXPECT_THAT( setRefused( "/hamImpl", "size", 0 ), HasSubstr( "the handle says so of itself" ) );
-   EXPECT_THAT( setRefused( "/ptp0Reset", "bit", 32 ), HasSubstr( "the card description says where an output is" ) );
-   EXPECT_THAT( setRefused( "/ptp0Reset", "offset", 3 ), HasSubstr( "the card description says where an output is" ) );
+   EXPECT_THAT(
+      setRefused( "/gpo/ptp0Reset", "bit", 32 ), HasSubstr( "the card description says where an output is" ) );
+   EXPECT_THAT(
+      setRefused( "/gpo/ptp0Reset", "offset", 3 ), HasSubstr( "the card description says where an output is" ) );
    EXPECT_THAT(
       setRefused( "/hardware/max24305/status/ptp0", "state", "locking" ),
       HasSubstr( "a chip locks when its machine has programmed it" ) );

@@ -36,11 +36,12 @@ TEST( UsualPlacesTest, OfADeviceStandElsewhere ) {
    EXPECT_THAT( usualSocketPath( cardAt( "/dev/uio7" ) ), testing::Not( StartsWith( "/dev" ) ) );
 }
 
-TEST( UsualPlacesTest, OfASimulatedCardStandBesideItsDescription ) {
+TEST( UsualPlacesTest, OfASimulatedCardStandAmongTemporaryFilesAfterItsDescription ) {
    Input::Folder const folder;
    Input::CardDescription card;
    card.file = folder.file( "card.json", "{}" );
-   EXPECT_THAT( usualStatePath( card ), testing::EndsWith( "/card.json.agent/state.db" ) );
+   EXPECT_THAT( usualStatePath( card ), StartsWith( "/tmp/clockpath-" ) );
+   EXPECT_THAT( usualStatePath( card ), testing::EndsWith( "-card.json.agent/state.db" ) );
 }
 
 TEST( UsualPlacesTest, TheFolderIsTheOwnersAlone ) {
