@@ -8,6 +8,7 @@
 #include "service/AgentRequests.h"
 #include "service/ControlSocket.h"
 #include "service/Exit.h"
+#include "service/UsualPlaces.h"
 
 #include <fmt/format.h>
 
@@ -50,7 +51,9 @@ std::string entityText( Vor::Ptr<Vor::Entity> const & entity, Style const & styl
 }
 
 Json asked( StateOptions const & options, Json const & request ) {
-   std::string const socket = StateView( options ).socket();
+   std::string socket = StateView( options ).socket();
+   // One that waits for its first answer has published nothing yet.
+   if ( socket.empty() && !options.card.empty() ) socket = usualSocketPath( Input::readCard( options.card ) );
    if ( socket.empty() ) throw CardUnavailable( "no agent has a socket for requests there" );
    return askAgent( socket, request, &waitingTell );
 }

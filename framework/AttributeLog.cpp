@@ -108,7 +108,7 @@ void LogBatch::bytesIs( std::string_view bytes ) {
 
 void LogBatch::clear() {
    bytes_.resize( headSize );
-   numberPut( &bytes_[0], logFormatVersion );
+   numberPut( bytes_.data(), logFormatVersion );
    count_ = 0;
    headPut();
 }

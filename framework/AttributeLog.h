@@ -29,6 +29,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Vor {
@@ -37,7 +38,10 @@ namespace Vor {
 struct LogPosition {
    U32 generation = 0;
    U64 number = 0;
-   friend auto operator<=>( LogPosition const &, LogPosition const & ) = default;
+   friend bool operator==( LogPosition const &, LogPosition const & ) = default;
+   friend std::strong_ordering operator<=>( LogPosition const & left, LogPosition const & right ) {
+      return std::pair( left.generation, left.number ) <=> std::pair( right.generation, right.number );
+   }
 };
 
 /// "3-17".

@@ -9,7 +9,7 @@
 namespace Vor {
 
 struct LogWriter::Published final : EntityObserver {
-   Published( State & state, Ptr<Entity const> const & entity );
+   Published( State & writer, Ptr<Entity const> const & published );
 
    void onAttribute( Entity const &, Attribute const & attribute, Value const & key ) override;
 

@@ -237,7 +237,7 @@ void Mirror::State::drop( Held & gone ) {
    while ( !gone.below.empty() ) drop( **gone.below.begin() );
    auto const kept = held.extract( gone.name );
    if ( gone.parent ) gone.parent->below.erase( &gone );
-   if ( gone.holder )
+   if ( gone.holder && gone.parent )
       gone.holder->deleteAt( gone.parent->object, gone.entity->name().string() );
    else
       gone.entity->parentIs( nullptr );
@@ -315,6 +315,7 @@ std::vector<Ptr<Entity>> Mirror::entities() const {
    std::map<U64, Ptr<Entity>> inOrder;
    for ( auto const & [name, there] : state_->held ) inOrder[there.order] = there.entity;
    std::vector<Ptr<Entity>> entities;
+   entities.reserve( inOrder.size() );
    for ( auto const & [order, entity] : inOrder ) entities.push_back( entity );
    return entities;
 }

@@ -138,7 +138,7 @@ int Agent::run() {
 void Agent::awaitTimeSync() {
    if ( !input_.mayBegin() ) journal_->line( "waiting for the source of time synchronisation" );
    while ( !ends() && !input_.mayBegin() ) pollSet_.wait( input_.longestWait() );
-   if ( !input_.answered() ) journal_->line( "the source of time synchronisation does not answer" );
+   if ( !input_.answered() && !ends() ) journal_->line( "the source of time synchronisation does not answer" );
    input_.look();
 }
 

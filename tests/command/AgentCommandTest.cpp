@@ -72,6 +72,18 @@ TEST_F( AgentTest, WaitsForItsCardAndEndsAtOnceWhenNothingIsUnderWay ) {
    EXPECT_NE( agent.output().find( "stopped, not every chip ready" ), std::string::npos );
 }
 
+TEST_F( AgentTest, BeforeTheFirstAnswerOfTheTimeSyncSourceNoMachineIsMade ) {
+   std::string const path = max24305Card( R"({ "kind": "simulated" })", shortSequence );
+   Process agent( { "agent", path, "--await-time-sync" } );
+   ASSERT_TRUE( agent.outputHas( "waiting for the source of time synchronisation" ) );
+   Ran const set = run( { "set", "--card", path, "/timeSync", "state", "enabling" } );
+   EXPECT_EQ( set.result, 0 ) << set.errors;
+   EXPECT_TRUE( agent.outputHas( "attempt 1" ) );
+   EXPECT_EQ( agent.output().find( "gate closed" ), std::string::npos ) << agent.output();
+   agent.signal( SIGKILL );
+   agent.result();
+}
+
 // Runs the agent in virtual time and ends the process as the command would; the interruption comes in the reset pulse.
 [[noreturn]] void runInterrupted(
    std::string const & card, std::string const & output, std::function<void()> what,
