@@ -330,7 +330,8 @@ TEST_F( OtherReleaseTest, CreationsThatAreCutOffOrTooLongAreRefused ) {
 }
 
 TEST_F( OtherReleaseTest, EntitiesThatAreNotThereAreRefused ) {
-   LogEntry nobody = change( "brightness", number( 1 ) );
+   std::string const one = number( 1 );
+   LogEntry nobody = change( "brightness", one );
    nobody.entity = "/nobody";
    EXPECT_THAT( refusal( nobody ), HasSubstr( "'/nobody.brightness': there is no entity of that name" ) );
    EXPECT_THAT( refusal( { .kind = LogEntry::Kind::remove, .entity = "/nobody" } ), HasSubstr( "remove of" ) );
