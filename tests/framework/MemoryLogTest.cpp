@@ -28,7 +28,9 @@ LogBatch turnOf( std::initializer_list<LogEntry> entries ) {
 class MemoryLogTest : public testing::Test {
  protected:
    void begin( U32 generation ) { log.append( { { generation, 1 }, true, turnOf( { creation( "/e" ) } ) } ); }
-   void change( LogPosition at, std::string_view to ) { log.append( { at, false, turnOf( { value( "/e", to ) } ) } ); }
+   void change( LogPosition position, std::string_view to ) {
+      log.append( { position, false, turnOf( { value( "/e", to ) } ) } );
+   }
    Got next() { return reader->next( at, batch, at ); }
    std::string valueRead() { return std::string( batch.begin()->value ); }
    bool rings( LogSource const & of ) {
