@@ -173,10 +173,10 @@ class Watcher {
       gap_ = false;
       std::map<std::string, Vor::Ptr<Vor::Entity>> now;
       for ( auto const & entity : view_.entities() ) now[entity->fullName().stdString()] = entity;
-      std::vector<std::string> gone;
+      std::vector<std::string> left;
       for ( auto const & [name, observer] : observers_ )
-         if ( !now.contains( name ) ) gone.push_back( name );
-      for ( std::string const & name : gone ) went( name );
+         if ( !now.contains( name ) ) left.push_back( name );
+      for ( std::string const & name : left ) went( name );
       for ( auto const & [name, entity] : now ) {
          auto const found = observers_.find( name );
          if ( found == observers_.end() || found->second->vorNotifier() != entity.ptr() ) came( entity );

@@ -5,11 +5,12 @@
 #include <list>
 #include <map>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace Vor {
 
 struct LogWriter::Published final : EntityObserver {
-   Published( State & writer, Ptr<Entity const> const & published );
+   Published( State & state, Ptr<Entity const> const & entity, std::vector<Entity const *> needed );
 
    void onAttribute( Entity const &, Attribute const & attribute, Value const & key ) override;
 
@@ -24,7 +25,10 @@ struct LogWriter::Published final : EntityObserver {
    std::string const name;
    Type const & type;
    void const * const object;
-   std::string_view holder;                  // the parent's collection
+   std::string_view holder;   // the parent's collection
+   // Its parent and what it was made with: only to be looked up, they may have gone.
+   std::vector<Entity const *> const needed;
+   mutable U64 inWhole = 0;                  // the last that it was put into
    mutable std::vector<std::string> heads;   // of changes, by the attribute's place; made when they are needed first
 
  private:
@@ -33,8 +37,16 @@ struct LogWriter::Published final : EntityObserver {
 
 struct LogWriter::State {
    using List = std::list<Published>;
+   using Entities = std::unordered_set<Entity const *>;
 
-   void add( Ptr<Entity const> const & entity );
+   void add( Ptr<Entity const> const & entity ) {
+      Entities coming;
+      add( entity, coming );
+   }
+   void add( Ptr<Entity const> const & entity, Entities & coming );
+   bool comesAlong( Entity const & needed, Entity const & entity ) const;
+   // Its creation, behind those of what it needs.
+   void createPut( LogBatch & into, Published const & created ) const;
    // Those below it first.
    void del( std::string const & name );
    void memberChanged( std::string const & directory, Ptr<Entity> const & member, Value const & name );
@@ -43,6 +55,7 @@ struct LogWriter::State {
    std::map<std::string, List::iterator> byName;
    std::unordered_map<Entity const *, Published const *> byEntity;
    LogBatch batch;
+   U64 wholes = 0;
    std::string key;   // keeps its room
    NameOfEntity const names = [this]( Entity const & entity ) {
       auto const found = byEntity.find( &entity );
@@ -50,12 +63,14 @@ struct LogWriter::State {
    };
 };
 
-LogWriter::Published::Published( State & writer, Ptr<Entity const> const & published )
+LogWriter::Published::Published(
+   State & writer, Ptr<Entity const> const & published, std::vector<Entity const *> needs )
    : state( writer ),
      entity( published ),
      name( published->fullName().stdString() ),
      type( published->fwkType() ),
-     object( type.operations().ofObject( published.ptr() ) ) {
+     object( type.operations().ofObject( published.ptr() ) ),
+     needed( std::move( needs ) ) {
    if ( Entity const * parent = published->parent() ) {
       Attribute const & attribute = parent->fwkType().attributes()[published->parentAttrId()];
       if ( attribute.wire.member ) holder = attribute.name;
@@ -72,8 +87,9 @@ void LogWriter::Published::onAttribute( Entity const &, Attribute const & attrib
 
 void LogWriter::Published::createPut( LogBatch & into ) const {
    Type::Operations const & operations = type.operations();
-   std::string & bytes =
-      into.entryBegin( { .kind = LogEntry::Kind::create, .entity = name, .type = type.name(), .attribute = holder } );
+   LogEntry entry{ .kind = LogEntry::Kind::create, .entity = name, .type = type.name() };
+   if ( state.byEntity.contains( entity->parent() ) ) entry.attribute = holder;
+   std::string & bytes = into.entryBegin( entry );
    WireWriter to( bytes, state.names );
    to.u32( operations.parametersShape );
    to.u32( operations.shape );
@@ -126,20 +142,55 @@ void LogWriter::Published::membersAdd() const {
          for ( Value const & key : attribute.keys( object ) ) state.add( attribute.wire.member( object, key ) );
 }
 
-void LogWriter::State::add( Ptr<Entity const> const & entity ) {
-   if ( byEntity.contains( entity.ptr() ) ) return;
-   // Those that only give others their place come along.
-   Entity const * const parent = entity->parent();
-   if ( parent && &parent->fwkType() == &Entity::staticType() ) add( parent );
+namespace {
+
+// Its parent, and what its constructor parameters refer to.
+std::vector<Entity const *> neededBy( Entity const & entity ) {
+   std::vector<Entity const *> needed;
+   if ( entity.parent() ) needed.push_back( entity.parent() );
+   NameOfEntity const referred = [&]( Entity const & other ) {
+      needed.push_back( &other );
+      return std::string_view();
+   };
+   std::string bytes;
+   WireWriter to( bytes, referred );
+   Type::Operations const & operations = entity.fwkType().operations();
+   operations.putParameters( operations.ofObject( &entity ), to );
+   return needed;
+}
+
+}   // namespace
+
+// Parents that only give others their place; members of a published directory, which come in no order.
+bool LogWriter::State::comesAlong( Entity const & needed, Entity const & entity ) const {
+   if ( &needed == entity.parent() && &needed.fwkType() == &Entity::staticType() ) return true;
+   Entity const * const directory = needed.parent();
+   return byEntity.contains( directory ) && directory->fwkType().attributes()[needed.parentAttrId()].wire.member;
+}
+
+void LogWriter::State::add( Ptr<Entity const> const & entity, Entities & coming ) {
+   if ( byEntity.contains( entity.ptr() ) || !coming.insert( entity.ptr() ).second ) return;
+   std::vector<Entity const *> needed = neededBy( *entity );
+   for ( Entity const * const other : needed )
+      if ( comesAlong( *other, *entity ) ) add( other, coming );
+   if ( byEntity.contains( entity.ptr() ) ) return;   // it came with its directory, to which it refers
    String const name = entity->fullName();
    if ( byName.contains( name.stdString() ) )
       throwNameInUseException( "an entity of the full name " + valueToStrep( name ) + " is published already" );
-   Published const & added = published.emplace_back( *this, entity );
+   Published const & added = published.emplace_back( *this, entity, std::move( needed ) );
    byName[added.name] = std::prev( published.end() );
    byEntity[entity.ptr()] = &added;
    added.createPut( batch );
    added.changesPut( batch );
    added.membersAdd();
+}
+
+void LogWriter::State::createPut( LogBatch & into, Published const & created ) const {
+   if ( created.inWhole == wholes ) return;
+   created.inWhole = wholes;
+   for ( Entity const * const other : created.needed )
+      if ( auto const found = byEntity.find( other ); found != byEntity.end() ) createPut( into, *found->second );
+   created.createPut( into );
 }
 
 void LogWriter::State::del( std::string const & name ) {
@@ -185,7 +236,8 @@ void LogWriter::turnDone() { state_->batch.clear(); }
 
 void LogWriter::whole( LogBatch & into ) const {
    into.clear();
-   for ( Published const & published : state_->published ) published.createPut( into );
+   ++state_->wholes;
+   for ( Published const & published : state_->published ) state_->createPut( into, published );
    for ( Published const & published : state_->published ) published.changesPut( into );
 }
 

@@ -39,7 +39,8 @@ class LogWriter {
    LogBatch const & turn() const;
    void turnDone();
 
-   /// Everything as it is now, in the order in which it was published, in place of what stands in `into`.
+   /// Everything as it is now, in place of what stands in `into`: in the order in which it was published, but each
+   /// entity behind its parent and what it refers to, also where that was published later.
    void whole( LogBatch & into ) const;
 
  private:

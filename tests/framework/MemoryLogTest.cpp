@@ -28,8 +28,8 @@ LogBatch turnOf( std::initializer_list<LogEntry> entries ) {
 class MemoryLogTest : public testing::Test {
  protected:
    void begin( U32 generation ) { log.append( { { generation, 1 }, true, turnOf( { creation( "/e" ) } ) } ); }
-   void change( LogPosition place, std::string_view to ) {
-      log.append( { place, false, turnOf( { value( "/e", to ) } ) } );
+   void change( LogPosition position, std::string_view to ) {
+      log.append( { position, false, turnOf( { value( "/e", to ) } ) } );
    }
    Got next() { return reader->next( at, batch, at ); }
    std::string valueRead() { return std::string( batch.begin()->value ); }
@@ -157,14 +157,14 @@ TEST_F( MemoryLogTest, AHigherGenerationTakesOverAndTheOldOneIsRefused ) {
    EXPECT_THAT( snapshot(), ElementsAre( creation( "/e" ) ) );
 }
 
-// But for a whole turn, which takes the place of what was lost.
-TEST_F( MemoryLogTest, NumbersHaveNoHoles ) {
+TEST_F( MemoryLogTest, OnlyAWholeTurnLeavesNumbersOut ) {
    begin( 1 );
    EXPECT_THROW( change( { 1, 3 }, "hole" ), StaleGenerationException );
    EXPECT_THROW( log.append( { { 2, 1 }, false, turnOf( {} ) } ), StaleGenerationException );
    EXPECT_EQ( log.end(), ( LogPosition{ 1, 1 } ) );
-   log.append( { { 1, 3 }, true, turnOf( {} ) } );
-   EXPECT_EQ( log.end(), ( LogPosition{ 1, 3 } ) );
+   log.append( { { 1, 3 }, true, turnOf( { creation( "/e" ) } ) } );
+   change( { 1, 4 }, "four" );
+   EXPECT_EQ( log.end(), ( LogPosition{ 1, 4 } ) );
 }
 
 TEST_F( MemoryLogTest, ASnapshotHasWhatTheTurnsAddUpTo ) {

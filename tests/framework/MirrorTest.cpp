@@ -42,7 +42,9 @@ class MirrorTest : public testing::Test {
    }();
    Story told;
    LogWriter writer;
-   Mirror mirror{ [this]( Vor::String const & text ) { told.push_back( text.stdString() ); } };
+   Mirror::Tell const tell = [this]( Vor::String const & text ) { told.push_back( text.stdString() ); };
+   Mirror mirror{ tell };
+   Mirror late{ tell };   // gets a snapshot only
 };
 
 TEST_F( MirrorTest, EntitiesComeWithTheirParametersAndValues ) {
@@ -176,6 +178,52 @@ TEST_F( MirrorTest, AReferenceIsTheMirrorsOwnEntity ) {
    EXPECT_EQ( mirrored( "/other" )->socket(), nullptr );
 }
 
+TEST_F( MirrorTest, MembersOfOneDirectoryReferToEachOther ) {
+   Ptr<Lamp> before = dir->lampIs( "0", 40, red_, nullptr );
+   for ( U32 i = 1; i < 20; ++i ) before = dir->lampIs( std::to_string( i ), 40, red_, before );
+   writer.entityAdd( dir );
+   LogBatch whole;
+   writer.whole( whole );
+   pass();
+   for ( Mirror * const each : { &mirror, &late } ) {
+      if ( each == &late ) each->snapshotIs( whole );
+      for ( U32 i = 1; i < 20; ++i ) {
+         auto const lamp = Vor::ptrCast<Lamp>( each->entity( "/house/lamps/" + std::to_string( i ) ) );
+         EXPECT_EQ( lamp->socket(), each->entity( "/house/lamps/" + std::to_string( i - 1 ) ) ) << i;
+      }
+   }
+}
+
+TEST_F( MirrorTest, ASnapshotHasReferencesToWhatWasPublishedLater ) {
+   Ptr<Lamp> const later = plainLamp( "later" );
+   writer.entityAdd( lampFactory( "lamp", 40, red_, later ) );
+   writer.entityAdd( later );
+   pass();
+   EXPECT_EQ( mirrored( "/lamp" )->socket(), nullptr );
+   LogBatch whole;
+   writer.whole( whole );
+   for ( Mirror * const each : { &mirror, &late } ) {
+      each->snapshotIs( whole );
+      auto const lamp = Vor::ptrCast<Lamp>( each->entity( "/lamp" ) );
+      ASSERT_TRUE( lamp->socket() );
+      EXPECT_EQ( lamp->socket(), each->entity( "/later" ) );
+      each->snapshotIs( whole );
+      EXPECT_EQ( each->entity( "/lamp" ), lamp );
+   }
+}
+
+TEST_F( MirrorTest, AMemberIsMirroredWithoutItsDirectory ) {
+   writer.entityAdd( dir->lampIs( "hall", 40, red_, nullptr ) );
+   pass();
+   EXPECT_EQ( mirrored( "/house/lamps/hall" )->watts(), 40 );
+   writer.entityAdd( dir );
+   LogBatch whole;
+   writer.whole( whole );
+   mirror.snapshotIs( whole );
+   EXPECT_EQ(
+      Vor::ptrCast<LampDir>( mirror.entity( "/house/lamps" ) )->member( "hall" ), mirrored( "/house/lamps/hall" ) );
+}
+
 TEST_F( MirrorTest, WhoHoldsAnEntityLongerThanTheMirrorFindsNoParentGone ) {
    writer.entityAdd( dir );
    auto gone = std::make_unique<Mirror>( nullptr );
@@ -282,7 +330,8 @@ TEST_F( OtherReleaseTest, CreationsThatAreCutOffOrTooLongAreRefused ) {
 }
 
 TEST_F( OtherReleaseTest, EntitiesThatAreNotThereAreRefused ) {
-   LogEntry nobody = change( "brightness", number( 1 ) );
+   std::string const one = number( 1 );
+   LogEntry nobody = change( "brightness", one );
    nobody.entity = "/nobody";
    EXPECT_THAT( refusal( nobody ), HasSubstr( "'/nobody.brightness': there is no entity of that name" ) );
    EXPECT_THAT( refusal( { .kind = LogEntry::Kind::remove, .entity = "/nobody" } ), HasSubstr( "remove of" ) );
