@@ -3,7 +3,9 @@
 #
 #    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
 #
-# makes the executable hardware_test. A source may have a main of its own; else GoogleMock's is taken. The presets
+# makes the executable hardware_test. With SHARDS 2 it is two tests there, which run side by side.
+#
+#  A source may have a main of its own; else GoogleMock's is taken. The presets
 # compile the sources as one: a source whose helpers have the names of another's puts them into a namespace of its own.
 find_package( GTest REQUIRED )
 include( GoogleTest )
@@ -19,7 +21,7 @@ target_precompile_headers(
    clockpath_test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h> ${CLOCKPATH_PRECOMPILED_HEADERS} )
 
 function( clockpath_test name )
-   cmake_parse_arguments( PARSE_ARGV 1 arg "" "" "SOURCES;LIBS" )
+   cmake_parse_arguments( PARSE_ARGV 1 arg "" "SHARDS" "SOURCES;LIBS" )
    set( target ${name}_test )
    add_executable( ${target} ${arg_SOURCES} )
    clockpath_target( ${target} )
@@ -29,8 +31,19 @@ function( clockpath_test name )
    target_precompile_headers( ${target} REUSE_FROM clockpath_test_pch )
    # To start a process with a sanitizer takes longer than most tests.
    if ( CLOCKPATH_SANITIZERS )
-      add_test( NAME ${name} COMMAND ${target} )
-      set_tests_properties( ${name} PROPERTIES TIMEOUT 300 LABELS ${name} )
+      if ( NOT arg_SHARDS )
+         add_test( NAME ${name} COMMAND ${target} )
+         set_tests_properties( ${name} PROPERTIES TIMEOUT 300 LABELS ${name} )
+         return()
+      endif()
+      foreach( shard RANGE 1 ${arg_SHARDS} )
+         math( EXPR index "${shard} - 1" )
+         add_test( NAME ${name}.${shard} COMMAND ${target} )
+         set_tests_properties(
+            ${name}.${shard}
+            PROPERTIES TIMEOUT 300 LABELS ${name} ENVIRONMENT
+                       "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index}" )
+      endforeach()
       return()
    endif()
    gtest_discover_tests(

@@ -10,7 +10,7 @@
 namespace Vor {
 
 struct LogWriter::Published final : EntityObserver {
-   Published( State & state, Ptr<Entity const> const & entity, std::vector<Entity const *> needed );
+   Published( State & writer, Ptr<Entity const> const & published, std::vector<Entity const *> needs );
 
    void onAttribute( Entity const &, Attribute const & attribute, Value const & key ) override;
 
