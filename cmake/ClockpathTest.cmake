@@ -3,10 +3,9 @@
 #
 #    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
 #
-# makes the executable hardware_test. With SHARDS 2 it is two tests there, which run side by side.
-#
-#  A source may have a main of its own; else GoogleMock's is taken. The presets
-# compile the sources as one: a source whose helpers have the names of another's puts them into a namespace of its own.
+# makes the executable hardware_test. With SHARDS 2 it is two tests there, which run side by side. A source may have a
+# main of its own; else GoogleMock's is taken. The presets compile the sources as one: a source whose helpers have the
+# names of another's puts them into a namespace of its own.
 find_package( GTest REQUIRED )
 include( GoogleTest )
 
