@@ -44,6 +44,7 @@ class Restarted {
       EXPECT_TRUE( hardware_.outputHas( "until SIGINT or SIGTERM\n" ) );
    }
 
+   std::string path( std::string const & file ) const { return folder_.path( file ); }
    std::vector<std::string> agent() const {
       return { "agent", card_, "--state", folder_.path( "state.db" ), "--socket", folder_.path( "agent.sock" ) };
    }
@@ -105,7 +106,9 @@ bool ranOn( std::chrono::milliseconds instant ) {
    bool const oscillator = card.published( "/hardware/tolvane/status/osc0", Hardware::Tolvane::ready_ );
    bool const clock = card.published( "/hardware/kiv/clockStatus/ptp0", Hardware::Kiv::ClockStatus::ready_ );
    std::size_t const before = card.seen().size();
-   Process again( card.agent() );
+   std::vector<std::string> recorded = card.agent();
+   recorded.insert( recorded.end(), { "--events", card.path( "agent.events" ) } );
+   Process again( recorded );
    EXPECT_TRUE( again.outputHas( clock ? "ptp0: adopted as it runs" : "ptp0      clock ready" ) ) << again.output();
    again.signal( SIGTERM );
    EXPECT_EQ( again.result(), 0 ) << again.output() << again.errors();
@@ -113,6 +116,11 @@ bool ranOn( std::chrono::milliseconds instant ) {
    EXPECT_EQ( changesOf( "osc0Reset", seen, before ) == 0, oscillator );
    EXPECT_EQ( changesOf( "ptp0Reset", seen, before ) == 0, clock );
    EXPECT_EQ( writesIn( seen, before ) == 0, clock );
+   // Its recording says what ran before, and is replayed and explained like any.
+   for ( char const * const command : { "replay", "explain" } ) {
+      Ran const read = run( { command, card.path( "agent.events" ) } );
+      EXPECT_EQ( read.result, 0 ) << command << ": " << read.output << read.errors;
+   }
    return clock;
 }
 
