@@ -29,8 +29,8 @@ std::vector<std::string> placesBeside( std::string const & path, std::string con
    if ( !real.starts_with( "/dev/" ) && !real.starts_with( "/sys/" ) ) places.push_back( real + ending );
    std::string flat = real;
    std::ranges::replace( flat, '/', '-' );
-   for ( char const * folder : { "/run/lock", "/tmp" } )
-      places.push_back( std::string( folder ) + "/clockpath" + flat + ending );
+   flat += ending;
+   for ( std::string const start : { "/run/lock/clockpath", "/tmp/clockpath" } ) places.push_back( start + flat );
    return places;
 }
 
@@ -131,7 +131,7 @@ class CardLock::File : public Descriptor {
    // The lock holds also where the holder cannot be written down.
    void holderIs( std::string const & holder ) const {
       std::string const text = " " + holder;
-      off_t const end = static_cast<off_t>( sizeof *word_ + text.size() );
+      auto const end = static_cast<off_t>( sizeof *word_ + text.size() );
       static_cast<void>(
          ::pwrite( fd(), text.data(), text.size(), sizeof *word_ ) > 0 && ::ftruncate( fd(), end ) == 0 );
    }

@@ -37,7 +37,8 @@ inline int withPath( int ( *call )( int, sockaddr const *, socklen_t ), int fd, 
       return -1;
    }
    std::ranges::copy( path, address.sun_path );
-   return call( fd, reinterpret_cast<sockaddr const *>( &address ), sizeof address );
+   void const * const any = &address;
+   return call( fd, static_cast<sockaddr const *>( any ), sizeof address );
 }
 
 }   // namespace Host

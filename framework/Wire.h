@@ -236,7 +236,7 @@ template<OnWire T> T wireTake( WireReader & from ) {
 namespace Detail {
 
 /// Reads all of it.
-template<class T> T takeAll( WireReader & from ) {
+template<class T> [[gnu::visibility( "hidden" )]] T takeAll( WireReader & from ) {
    T const taken = wireTake<T>( from );
    from.requireEnd();
    return taken;

@@ -33,7 +33,8 @@ sockaddr_un addressIn( Host::Descriptor const & folder, std::string const & name
 int openedFolder( std::string const & folder ) { return ::open( folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC ); }
 
 template<class Call> auto withAddress( sockaddr_un const & address, Call const & call ) {
-   return call( reinterpret_cast<sockaddr const *>( &address ), static_cast<socklen_t>( sizeof address ) );
+   void const * const any = &address;
+   return call( static_cast<sockaddr const *>( any ), static_cast<socklen_t>( sizeof address ) );
 }
 
 }   // namespace

@@ -3,11 +3,11 @@
 #include "card/Descriptor.h"
 #include "state/Succession.h"
 
-#include <signal.h>
 #include <sys/eventfd.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <deque>
 #include <mutex>
 #include <optional>

@@ -11,7 +11,8 @@ import sys
 
 libdir, command = pathlib.Path(sys.argv[1]), sys.argv[2]
 CALLED_BY_HEADERS = ("threadSafePtrsSwitch", "nullPtrFollowed", "throwNoValueOf", "unsignedFromValue", "boolFromValue",
-                     "doubleFromValue", "stringFromValue", "stepSinkSet", "tellOnce", "tellStep")
+                     "doubleFromValue", "stringFromValue", "throwOutOfRange", "throwOtherEntity", "stepSinkSet",
+                     "tellOnce", "tellStep")
 NAMESPACES = {
     "libvor.so": "Jor|Vor",
     "libclockpath.so": "Fru|Hal|Hardware|Inventory|PtpTimeSync|Redundancy|Vor",

@@ -78,6 +78,13 @@ std::string Cluster::role( std::string const & name, std::string const & role, U
    }
 }
 
+void Cluster::timeSync( std::string const & name, std::string const & state ) const {
+   Host::askAgent(
+      folder_.path( name + ".sock" ),
+      { { "do", "set" }, { "entity", "/timeSync" }, { "attribute", "state" }, { "value", state } },
+      []( std::string const & ) {} );
+}
+
 std::optional<Cluster::Position> Cluster::position( std::string const & name ) const {
    try {
       Input::Json const told =

@@ -29,6 +29,8 @@ class Cluster {
    Host::Process & agent( std::string const & name ) { return *agents_.at( name ); }
    /// Tells it what it is. Gives why it refuses, empty where it does not.
    std::string role( std::string const & name, std::string const & role, U32 generation ) const;
+   /// Its source of time synchronisation says so.
+   void timeSync( std::string const & name, std::string const & state ) const;
    /// Where its log stands; nothing where it does not answer.
    struct Position {
       Vor::LogPosition handed;
