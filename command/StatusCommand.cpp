@@ -130,66 +130,80 @@ std::string chipText( ChipView const & chip, U64 nowMs, Style const & style ) {
    if ( progress.poll() > 0 ) add( "lock poll", count( progress.poll(), progress.polls() ) );
    std::string gate;
    for ( auto const & [condition, value] : gateOf( progress ) )
-      gate += ( gate.empty() ? "" : ", " ) + condition + " " + value;
+      gate += fmt::format( "{}{} {}", gate.empty() ? "" : ", ", condition, value );
    add( "gate", gate );
    add( "cause", progress.cause().stdString() );
    add( "adopted", progress.adopted().stdString() );
    return text;
 }
 
+// All that is told.
+struct StatusView {
+   std::string position;
+   std::string absent;
+   Vor::Ptr<AgentStatus> agent;   // empty where none is told of
+   std::string told;              // of time synchronisation, as the machines are told; empty where nothing is
+   std::string mode;
+   std::vector<ChipView> chips;
+   U64 nowMs = 0;
+
+   std::string source() const { return agent ? agent->timeSyncSource().stdString() : ""; }
+   std::string heldBack() const { return agent ? agent->heldBack().stdString() : ""; }
+   bool ready() const { return absent.empty() && !chips.empty() && std::ranges::all_of( chips, &ChipView::ready ); }
+};
+
+Json statusJson( StatusView const & view ) {
+   Json json{ { "ready", view.ready() }, { "position", view.position } };
+   json["absent"] = view.absent;
+   if ( view.agent )
+      json["agent"] = {
+         { "role", view.agent->role().stdString() },
+         { "generation", view.agent->generation() },
+         { "process", view.agent->process() },
+         { "card", view.agent->card().stdString() },
+         { "activity", view.agent->activity().stdString() },
+         { "socket", view.agent->socket().stdString() } };
+   json["timeSync"] = { { "told", view.told }, { "source", view.source() }, { "heldBack", view.heldBack() } };
+   json["redundancyMode"] = view.mode;
+   json["chips"] = Json::array();
+   for ( ChipView const & chip : view.chips ) json["chips"].push_back( chipJson( chip, view.nowMs ) );
+   return json;
+}
+
+std::string statusText( StatusView const & view, Style const & style ) {
+   std::string text;
+   if ( !view.absent.empty() ) text += style.bad( view.absent ) + "\n";
+   if ( auto const & agent = view.agent )
+      text += fmt::format(
+         "agent      {}, generation {}, process {}{}\n", agent->role().stdString(), agent->generation(),
+         agent->process(), agent->activity().empty() ? "" : ": " + agent->activity().stdString() );
+   std::string const source = view.source();
+   if ( !view.told.empty() )
+      text += fmt::format(
+         "time sync  {}{}\n", view.told, source.empty() || source == view.told ? "" : ", the source says " + source );
+   if ( !view.mode.empty() ) text += "mode       " + view.mode + "\n";
+   if ( !view.heldBack().empty() ) text += "held back  " + style.busy( view.heldBack() ) + "\n";
+   for ( ChipView const & chip : view.chips ) text += chipText( chip, view.nowMs, style );
+   return text;
+}
+
 }   // namespace
 
 int status( StateOptions const & options ) {
-   StateView const view( options );
-   Style const style = styleOf( STDOUT_FILENO );
-   U64 const nowMs = wallMs();
-   auto const agent = view.the<AgentStatus>( "/agent" );
-   auto const timeSync = view.the<PtpTimeSync::Status>( "/timeSync" );
-   auto const redundancy = view.the<Redundancy::RedundancyStatus>( "/redundancy" );
-   std::vector<ChipView> const chips = chipsOf( view );
-   std::string const absent = absence( agent );
-   bool const ready = absent.empty() && !chips.empty() && std::ranges::all_of( chips, &ChipView::ready );
+   StateView const state( options );
    auto const wordOf = []( auto const & entity, auto getter ) {
       return entity ? stringValue( ( *entity.*getter )() ).stdString() : "";
    };
-   std::string const told = wordOf( timeSync, &PtpTimeSync::Status::state );
-   std::string const mode = wordOf( redundancy, &Redundancy::RedundancyStatus::mode );
-
-   if ( options.json ) {
-      Json json{ { "ready", ready }, { "position", positionText( view.position() ).stdString() } };
-      json["absent"] = absent;
-      if ( agent )
-         json["agent"] = {
-            { "role", agent->role().stdString() },
-            { "generation", agent->generation() },
-            { "process", agent->process() },
-            { "card", agent->card().stdString() },
-            { "activity", agent->activity().stdString() },
-            { "socket", agent->socket().stdString() } };
-      json["timeSync"] = {
-         { "told", told },
-         { "source", agent ? agent->timeSyncSource().stdString() : "" },
-         { "heldBack", agent ? agent->heldBack().stdString() : "" } };
-      json["redundancyMode"] = mode;
-      json["chips"] = Json::array();
-      for ( ChipView const & chip : chips ) json["chips"].push_back( chipJson( chip, nowMs ) );
-      std::cout << jsonText( json );
-      return ready ? exitReady : exitNotReady;
-   }
-   if ( !absent.empty() ) std::cout << style.bad( absent ) << '\n';
-   if ( agent )
-      std::cout << fmt::format(
-         "agent      {}, generation {}, process {}{}\n", agent->role().stdString(), agent->generation(),
-         agent->process(), agent->activity().empty() ? "" : ": " + agent->activity().stdString() );
-   if ( timeSync ) {
-      std::string const source = agent ? agent->timeSyncSource().stdString() : "";
-      std::cout << "time sync  " << told << ( source.empty() || source == told ? "" : ", the source says " + source )
-                << '\n';
-   }
-   if ( redundancy ) std::cout << "mode       " << mode << '\n';
-   if ( agent && !agent->heldBack().empty() ) std::cout << "held back  " << style.busy( agent->heldBack() ) << '\n';
-   for ( ChipView const & chip : chips ) std::cout << chipText( chip, nowMs, style );
-   return ready ? exitReady : exitNotReady;
+   StatusView view;
+   view.position = positionText( state.position() ).stdString();
+   view.agent = state.the<AgentStatus>( "/agent" );
+   view.absent = absence( view.agent );
+   view.told = wordOf( state.the<PtpTimeSync::Status>( "/timeSync" ), &PtpTimeSync::Status::state );
+   view.mode = wordOf( state.the<Redundancy::RedundancyStatus>( "/redundancy" ), &Redundancy::RedundancyStatus::mode );
+   view.chips = chipsOf( state );
+   view.nowMs = wallMs();
+   std::cout << ( options.json ? jsonText( statusJson( view ) ) : statusText( view, styleOf( STDOUT_FILENO ) ) );
+   return view.ready() ? exitReady : exitNotReady;
 }
 
 }   // namespace Host

@@ -76,6 +76,7 @@ class DemoProcess {
    DemoProcess( std::vector<std::string> words, std::string output ) : output_( std::move( output ) ) {
       words.insert( words.begin(), "clockpath" );
       std::vector<char *> argv;
+      argv.reserve( words.size() + 1 );
       for ( std::string & word : words ) argv.push_back( word.data() );
       argv.push_back( nullptr );
       std::cout.flush();

@@ -166,7 +166,7 @@ void Agent::beginToTell() {
       for ( auto const & [chip, reason] : adoption_->reasons() ) {
          std::string const text = reason.empty() ? "adopted as it runs" : "not adopted: " + reason;
          state_->progress( chip )->adoptedIs( text );
-         journal_->line( chip + ": " + text );
+         journal_->line( fmt::format( "{}: {}", chip, text ) );
       }
    state_->begin();
    if ( adoption_ ) machines_.emplace( card_, adoption_->tolvanes() );   // where it was, for the requests

@@ -115,8 +115,8 @@ class ChipProgress final : public Vor::EntityOf<ChipProgress> {
    /// The rows of the gate, as the machine looked at them last, by condition: its value, with "not met: " before it
    /// where it is not.
    GateRows const & gate() const { return gate_; }
-   void gateIs( Vor::String condition, Vor::String value );
-   void gateDel( Vor::String condition );
+   void gateIs( Vor::String const & condition, Vor::String const & value );
+   void gateDel( Vor::String const & condition );
 
    static Vor::Type const & staticType();
    using Attributes = Vor::Attributes<

@@ -10,7 +10,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -20,6 +19,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <deque>
 #include <filesystem>
@@ -45,7 +45,7 @@ struct SocketAddress {
       fits = text.size() < sizeof address.sun_path;
       if ( fits ) std::memcpy( address.sun_path, text.c_str(), text.size() + 1 );
    }
-   sockaddr const * pointer() const { return reinterpret_cast<sockaddr const *>( &address ); }
+   sockaddr const * pointer() const { return static_cast<sockaddr const *>( static_cast<void const *>( &address ) ); }
 
    Descriptor const folder;
    sockaddr_un address{};
@@ -184,19 +184,20 @@ struct ControlSocket::Shared {
          ::poll( look.data(), look.size(), -1 );
          if ( look[0].revents != 0 && !loopHasTold() ) break;
          if ( look[1].revents != 0 ) accept();
-         for ( std::size_t at = 0; at < asked.size(); ++at ) {
-            auto const found = clients.find( asked[at] );
-            if ( found == clients.end() ) continue;
-            Client & client = found->second;
-            short const events = look[at + 2].revents;
-            bool const gone = ( events & ( POLLHUP | POLLERR ) ) != 0 && ( events & POLLIN ) == 0;
-            if ( ( events & POLLIN ) != 0 ) read( client );
-            if ( !gone ) takeRequest( asked[at], client );
-            if ( gone || !write( client ) || client.out.size() > unreadMax ) drop( asked[at] );
-         }
+         for ( std::size_t at = 0; at < asked.size(); ++at ) serveOne( asked[at], look[at + 2].revents );
       }
       // What ended the loop may have been a request.
       for ( auto & [id, client] : clients ) write( client );
+   }
+
+   void serveOne( U64 id, short events ) {
+      auto const found = clients.find( id );
+      if ( found == clients.end() ) return;
+      Client & client = found->second;
+      bool const gone = ( events & ( POLLHUP | POLLERR ) ) != 0 && ( events & POLLIN ) == 0;
+      if ( ( events & POLLIN ) != 0 ) read( client );
+      if ( !gone ) takeRequest( id, client );
+      if ( gone || !write( client ) || client.out.size() > unreadMax ) drop( id );
    }
 
    // Whether it goes on.
@@ -233,7 +234,7 @@ struct ControlSocket::Shared {
    }
 
    void read( Client & client ) {
-      std::array<char, 65536> bytes;
+      std::array<char, 65536> bytes{};
       ssize_t const count = ::recv( client.socket.fd(), bytes.data(), bytes.size(), 0 );
       if ( count > 0 )
          client.in.append( bytes.data(), static_cast<std::size_t>( count ) );
@@ -325,6 +326,20 @@ bool agentListens( std::string const & socket ) {
    return connects( client, socket );
 }
 
+namespace {
+
+// All of it.
+bool sent( Descriptor const & socket, std::string const & text ) {
+   for ( std::size_t done = 0; done < text.size(); ) {
+      ssize_t const count = ::send( socket.fd(), text.data() + done, text.size() - done, MSG_NOSIGNAL );
+      if ( count < 0 && errno != EINTR ) return false;
+      done += static_cast<std::size_t>( std::max<ssize_t>( count, 0 ) );
+   }
+   return true;
+}
+
+}   // namespace
+
 Input::Json askAgent(
    std::string const & socket, Input::Json const & request,
    std::function<void( std::string const & )> const & waiting ) {
@@ -334,12 +349,7 @@ Input::Json askAgent(
       return CardUnavailable( fmt::format( "no agent answers at {}: {}", socket, why ) );
    };
    if ( !connects( agent, socket ) ) throw unavailable( std::strerror( errno ) );
-   std::string const line = request.dump() + "\n";
-   for ( std::size_t sent = 0; sent < line.size(); ) {
-      ssize_t const count = ::send( agent.fd(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL );
-      if ( count < 0 && errno != EINTR ) throw unavailable( std::strerror( errno ) );
-      sent += static_cast<std::size_t>( std::max<ssize_t>( count, 0 ) );
-   }
+   if ( !sent( agent, request.dump() + "\n" ) ) throw unavailable( std::strerror( errno ) );
    std::string received;
    for ( bool silent = true;; ) {
       pollfd look{ agent.fd(), POLLIN, 0 };
@@ -347,7 +357,7 @@ Input::Json askAgent(
          waiting( "its next turn" );
          silent = false;
       }
-      std::array<char, 65536> bytes;
+      std::array<char, 65536> bytes{};
       ssize_t const count = ::recv( agent.fd(), bytes.data(), bytes.size(), 0 );
       if ( count < 0 && errno == EINTR ) continue;
       if ( count <= 0 ) throw unavailable( "it ended before it answered" );

@@ -4,9 +4,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/time.h>
 
+#include <csignal>
 #include <ctime>
 
 namespace State {
