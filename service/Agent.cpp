@@ -22,9 +22,6 @@ namespace Host {
 
 namespace {
 
-// A log is written within milliseconds, unless its server is in trouble: then each look tells no more than the last.
-constexpr double logLookPeriod = 0.01;
-
 std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const & description ) {
    std::vector<Input::GpoDescription> outputs;
    for ( auto const & chip : description.tolvanes ) outputs.push_back( *description.gpo( chip.resetGpoName ) );
@@ -108,6 +105,8 @@ Agent::Agent(
 int Agent::run() {
    journal_->begin();
    awaitTimeSync();
+   // What was published last stands until this agent has looked at the card.
+   if ( ends() ) return ended();
    adopt();
    beginToTell();
    if ( !access_.present() ) journal_->line( "waiting for the card: " + access_.trouble() );
@@ -122,16 +121,20 @@ int Agent::run() {
          betweenTurns();
          pollSet_.wait( longestWait() );
       } );
-   bool const ready = card_.allReady();
    teller_->look();
    status_->roleIs( standsBy_ ? "standby" : "stopped" );
    state_->turnEnds();
+   return ended();
+}
+
+int Agent::ended() {
+   bool const ready = card_.allReady();
    journal_->line(
       standsBy_ ? "stands by from now on"
       : ready   ? "stopped, all chips ready"
                 : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
-   return ready && !teller_->stands() && !stale_ ? exitReady : exitNotReady;
+   return ready && !( teller_ && teller_->stands() ) && !stale_ ? exitReady : exitNotReady;
 }
 
 // Before the first answer no machine is made: each answer after it would be a change.
@@ -176,8 +179,7 @@ void Agent::beginToTell() {
 double Agent::longestWait() const {
    Vor::ActivityManager & manager = Vor::activityManager();
    double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
-   double const log = state_->writable() ? seconds : logLookPeriod;
-   return std::min( { seconds, log, teller_->longestWait(), access_.longestWait() } );
+   return std::min( { seconds, teller_->longestWait(), access_.longestWait() } );
 }
 
 bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
@@ -225,7 +227,7 @@ void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
 
 // What has changed outside sets the machines to work inside this call.
 void Agent::look() {
-   access_.look( [this] { input_.lookBeforeCard(); } );
+   access_.look( [this] { input_.look(); } );
    if ( state_ ) lookAtRole();
    input_.look();
 }

@@ -53,6 +53,7 @@ class Agent final : private StepListener {
 
  private:
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
+   int ended();
    void awaitTimeSync();
    void adopt();
    void beginToTell();

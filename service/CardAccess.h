@@ -1,7 +1,7 @@
 // How an agent reaches its card: the card's lock, the handle behind it, and the look whether the card is there.
 //
 //    CardAccess access( description, generation, pollSet, []( U32 taker ) { ::_exit( exitNotReady ); } );
-//    access.look( [&] { input.lookBeforeCard(); } );          // first, and between turns
+//    access.look( [&] { input.look(); } );                    // first, and between turns
 //    pollSet.wait( std::min( seconds, access.longestWait() ) );
 #pragma once
 

@@ -39,10 +39,8 @@ class TimeSyncInput {
    void said( PtpTimeSync::OperationalState state );
    /// The supervisor's mode is to be this one, from now on.
    void modeIs( Redundancy::RedundancyMode mode );
-   /// Hands on what can be now.
+   /// Hands on what can be now; also before a card is announced that was away.
    void look();
-   /// The same, for hosts that announce a card which was away.
-   void lookBeforeCard() { look(); }
 
    /// Empty where nothing is.
    std::string heldBack() const { return status_->heldBack().stdString(); }

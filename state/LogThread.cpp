@@ -126,8 +126,10 @@ bool LogThread::Shared::step() {
    if ( takeNext() ) {
       sink->append( { current->position, current->whole, current->batch } );
       std::lock_guard const lock( mutex );
+      bool const first = written.generation != current->position.generation;
       written = current->position;
       current.reset();
+      if ( first ) tell();
    }
    Vor::LogPosition const now = sink->safe();
    troubleIs( "" );

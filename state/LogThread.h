@@ -47,7 +47,8 @@ class LogThread {
    Vor::LogPosition handed() const;
    Vor::LogPosition written() const;
    Vor::LogPosition safe() const;
-   /// Readable, until it is read, when one of these has changed but for the positions; see changesTaken.
+   /// Readable, until it is read, when one of these has changed; of the positions only when the first turn of this
+   /// generation stands in the log. See changesTaken.
    int descriptor() const;
    void changesTaken();
 

@@ -84,6 +84,32 @@ TEST_F( AgentTest, BeforeTheFirstAnswerOfTheTimeSyncSourceNoMachineIsMade ) {
    agent.result();
 }
 
+TEST_F( AgentTest, AStopBeforeTheFirstAnswerLeavesWhatWasPublished ) {
+   std::string const path = max24305Card( R"({ "kind": "simulated", "lockAfterNs": 0 })", shortSequence );
+   std::vector<std::string> const words{
+      "--state", folder.path( "state.db" ), "--socket", folder.path( "agent.sock" ) };
+   std::vector<std::string> agentWords{ "agent", path, "--await-time-sync" };
+   agentWords.insert( agentWords.end(), words.begin(), words.end() );
+   std::vector<std::string> const state{
+      "inspect", "--state", folder.path( "state.db" ), "/hardware/max24305/status/ptp0", "state" };
+   {
+      std::vector<std::string> serving{ "agent", path };
+      serving.insert( serving.end(), words.begin(), words.end() );
+      Process before( serving );
+      ASSERT_TRUE( before.outputHas( "clock ready" ) );
+      before.signal( SIGTERM );
+      ASSERT_EQ( before.result(), 0 );
+   }
+   Ran const published = run( state );
+   ASSERT_NE( published.output.find( "ready" ), std::string::npos ) << published.output << published.errors;
+   Process agent( agentWords );
+   ASSERT_TRUE( agent.outputHas( "waiting for the source of time synchronisation" ) );
+   agent.signal( SIGTERM );
+   EXPECT_EQ( agent.result(), 1 );
+   EXPECT_NE( agent.output().find( "stopped, not every chip ready" ), std::string::npos ) << agent.output();
+   EXPECT_EQ( run( state ).output, published.output );
+}
+
 // Runs the agent in virtual time and ends the process as the command would; the interruption comes in the reset pulse.
 [[noreturn]] void runInterrupted(
    std::string const & card, std::string const & output, std::function<void()> what,

@@ -107,6 +107,16 @@ TEST_F( LogThreadTest, ItBeginsWithAWholeAndGoesOnWithTurns ) {
    EXPECT_EQ( log.trouble(), "" );
 }
 
+TEST_F( LogThreadTest, ThatTheFirstTurnStandsInTheLogWakesItsOwner ) {
+   LogThread & log = thread( 3 );
+   ASSERT_TRUE( wants( log ) );
+   log.changesTaken();
+   log.whole( batch );
+   pollfd readable{ log.descriptor(), POLLIN, 0 };
+   ASSERT_EQ( ::poll( &readable, 1, 10'000 ), 1 );
+   EXPECT_EQ( log.written(), ( LogPosition{ 3, 1 } ) );
+}
+
 TEST_F( LogThreadTest, ARestartedWriterGoesOnBehindItsTurns ) {
    script->end = { 3, 17 };
    LogThread & log = thread( 3 );
