@@ -23,7 +23,8 @@ target_compile_options(
       -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-align
       -Wcast-qual -Wextra-semi -Wformat=2 -Wundef -Wredundant-decls -Wvla
       $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wsuggest-override>
-      $<$<CXX_COMPILER_ID:Clang>:-Wshadow -Wunreachable-code -Winconsistent-missing-override -Wimplicit-fallthrough>
+      $<$<CXX_COMPILER_ID:Clang>:-Wshadow -Wunreachable-code -Winconsistent-missing-override -Wimplicit-fallthrough
+      -Wreserved-identifier>
       # g++ 12 sees overflows in its own std::string where it inlines; there are none.
       $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-stringop-overflow -Wno-restrict
       -Wno-array-bounds>
