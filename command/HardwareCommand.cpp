@@ -11,9 +11,9 @@
 #include "service/WallTime.h"
 #include "sim/ScenarioRunner.h"
 
-#include <signal.h>
 #include <sys/signalfd.h>
 
+#include <csignal>
 #include <iostream>
 
 namespace Host {

@@ -34,9 +34,7 @@ std::string placeOf( StateOptions const & options ) {
 StateView::StateView( StateOptions const & options )
    : source_( State::openSource( placeOf( options ) ) ),
      mirror_( []( Vor::String const & text ) { std::cerr << "clockpath: " << text << '\n'; } ) {
-   mirror_.makerIs( Fru::HamImpl::staticType().name(), []( Vor::Name const & name ) {
-      return Vor::Ptr<Vor::Entity>( new MirroredHam( name ) );
-   } );
+   handlesMirrored( mirror_ );
    position_ = source_->snapshot( batch_ );
    mirror_.snapshotIs( batch_ );
 }

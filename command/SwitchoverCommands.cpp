@@ -173,6 +173,12 @@ int demoSwitchover( SwitchoverDemoOptions const & options ) {
    std::size_t const resets = resetsIn( events );
    tell( "all chips are ready: A serves" );
 
+   Input::Json const safe =
+      askAgent( folder.file( "a.sock" ), { { "do", "position" } }, []( std::string const & ) {} ).at( "safe" );
+   tell( fmt::format(
+      "A counts its state up to turn {}-{} as safe: B's server has it", safe.at( 0 ).get<U32>(),
+      safe.at( 1 ).get<U64>() ) );
+
    a.end( SIGKILL );
    serverA.end();
    began = Clock::now();

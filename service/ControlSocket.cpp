@@ -338,6 +338,26 @@ bool sent( Descriptor const & socket, std::string const & text ) {
    return true;
 }
 
+// Waits for more, and appends it.
+bool receives( Descriptor const & socket, std::string & received ) {
+   std::array<char, 65536> bytes{};
+   for ( ;; ) {
+      ssize_t const count = ::recv( socket.fd(), bytes.data(), bytes.size(), 0 );
+      if ( count < 0 && errno == EINTR ) continue;
+      if ( count > 0 ) received.append( bytes.data(), static_cast<std::size_t>( count ) );
+      return count > 0;
+   }
+}
+
+// The first whole line of what was received, which is taken out of it.
+std::optional<std::string> lineTaken( std::string & received ) {
+   std::size_t const end = received.find( '\n' );
+   if ( end == std::string::npos ) return std::nullopt;
+   std::string line = received.substr( 0, end );
+   received.erase( 0, end + 1 );
+   return line;
+}
+
 }   // namespace
 
 Input::Json askAgent(
@@ -348,8 +368,8 @@ Input::Json askAgent(
    auto const unavailable = [&]( std::string const & why ) -> CardUnavailable {
       return CardUnavailable( fmt::format( "no agent answers at {}: {}", socket, why ) );
    };
-   if ( !connects( agent, socket ) ) throw unavailable( std::strerror( errno ) );
-   if ( !sent( agent, request.dump() + "\n" ) ) throw unavailable( std::strerror( errno ) );
+   if ( !connects( agent, socket ) || !sent( agent, request.dump() + "\n" ) )
+      throw unavailable( std::strerror( errno ) );
    std::string received;
    for ( bool silent = true;; ) {
       pollfd look{ agent.fd(), POLLIN, 0 };
@@ -357,13 +377,9 @@ Input::Json askAgent(
          waiting( "its next turn" );
          silent = false;
       }
-      std::array<char, 65536> bytes{};
-      ssize_t const count = ::recv( agent.fd(), bytes.data(), bytes.size(), 0 );
-      if ( count < 0 && errno == EINTR ) continue;
-      if ( count <= 0 ) throw unavailable( "it ended before it answered" );
-      received.append( bytes.data(), static_cast<std::size_t>( count ) );
-      for ( std::size_t end = 0; ( end = received.find( '\n' ) ) != std::string::npos; received.erase( 0, end + 1 ) ) {
-         Input::Json const told = Input::Json::parse( received.substr( 0, end ), nullptr, false );
+      if ( !receives( agent, received ) ) throw unavailable( "it ended before it answered" );
+      while ( std::optional<std::string> const line = lineTaken( received ) ) {
+         Input::Json const told = Input::Json::parse( *line, nullptr, false );
          if ( told.is_discarded() || !told.is_object() ) throw unavailable( "what it says is no JSON" );
          if ( told.contains( "answer" ) ) return told["answer"];
          if ( told.contains( "refused" ) ) throw Input::InputError( told["refused"].get<std::string>() );

@@ -31,7 +31,7 @@ Standby::Standby( AgentOptions const & options )
      mirror_( []( Vor::String const & text ) { tellStandby( text.stdString() ); } ),
      control_( options.socket.value(), pollSet_, [this]( Input::Json const & request ) { return answer( request ); } ) {
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );
-   mirror_.makerIs( "Fru::HamImpl", []( Vor::Name const & name ) { return new MirroredHam( name ); } );
+   handlesMirrored( mirror_ );
 }
 
 std::optional<TakeOver> Standby::run() {

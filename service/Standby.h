@@ -1,7 +1,7 @@
 // The supervisor that stands by: it has no machines and does not open the card, but mirrors what the active one
 // publishes, until whoever decides who is active makes it so.
 //
-//    Standby standby( description, options );
+//    Standby standby( options );
 //    if ( std::optional<TakeOver> const order = standby.run() ) ...      // take over, of that generation
 #pragma once
 
