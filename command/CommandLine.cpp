@@ -2,16 +2,21 @@
 #include "command/CardCommands.h"
 #include "command/FileCommands.h"
 #include "command/HardwareCommand.h"
+#include "command/Help.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
 #include "command/StateCommands.h"
 #include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
+#include "input/Number.h"
+#include "platform/PtpTimeSyncStatus.h"
+#include "platform/RedundancyStatus.h"
 #include "service/Agent.h"
 #include "service/Exit.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <iostream>
@@ -103,11 +108,14 @@ class Words {
       option(
          recordingWords( "page", "Write a recording as a page for a browser", &page ), "-o OUT", recording_.out,
          "The page; FILE with the ending .html unless told" );
+
+      helpWords();
    }
 
    /// Does what the words ask for and gives the exit code.
    int run( int argc, char const * const * argv ) {
       if ( argc > 1 ) requireCommand( argv[1] );
+      if ( argc > 2 ) requireOptions( { argv + 1, argv + argc } );
       try {
          app_.parse( argc, argv );
       } catch ( CLI::ParseError const & error ) {
@@ -134,6 +142,22 @@ class Words {
          Input::choicesText( known ) + ". Run clockpath --help for more." );
    }
 
+   // Nor does it name the option that was meant.
+   void requireOptions( std::vector<std::string> const & words ) const {
+      if ( words.front().starts_with( "-" ) ) return;
+      CLI::App const * const command = app_.get_subcommand( words.front() );
+      std::vector<std::string> names;
+      for ( CLI::Option const * option : command->get_options() )
+         for ( std::string const & name : option->get_lnames() ) names.push_back( "--" + name );
+      std::vector<std::string_view> const known( names.begin(), names.end() );
+      for ( auto word = words.begin() + 1; word != words.end() && *word != "--"; ++word )
+         if ( std::string const name = word->substr( 0, word->find( '=' ) );
+              name.starts_with( "--" ) && std::ranges::find( known, name ) == known.end() )
+            throw Input::InputError(
+               Input::unknownText( "option of " + words.front(), name, known ) + ". Run clockpath " + words.front() +
+               " --help for more." );
+   }
+
    template<class Options>
    CLI::App & words(
       std::string const & name, std::string const & title, Options & options, int ( *command )( Options const & ) ) {
@@ -145,14 +169,15 @@ class Words {
    void agentWords() {
       CLI::App & words = *app_.add_subcommand( "agent", "Look after the chips of a card in real time" );
       words.add_option( "CARD", card_.card, "The card description" )->required();
-      CLI::Option * const timeSync =
-         option( words, "--time-sync N", agent_.timeSync, "State of PTP time synchronisation; 1 unless told" );
+      CLI::Option * const timeSync = enumerator<PtpTimeSync::OperationalState>(
+         words, "--time-sync", agent_.timeSync, "State of PTP time synchronisation, or its number from 0" );
       words
          .add_flag_callback(
             "--await-time-sync", [this] { agent_.timeSync.reset(); },
             "Wait until it is set on the running agent, before a chip is looked after" )
          ->excludes( timeSync );
-      option( words, "--redundancy-mode N", agent_.redundancyMode, "Mode of the supervisor" )->capture_default_str();
+      enumerator<Redundancy::RedundancyMode>(
+         words, "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor, or its number from 0" );
       option(
          words, "--timer-slack N", agent_.timerSlackNs,
          "How late the kernel may end the agent's sleeps, in nanoseconds; 0 leaves it to the system" )
@@ -165,10 +190,10 @@ class Words {
       words.add_flag( "--forget", agent_.forget, "Forget the first failures that stand there" );
       option( words, "--state PLACE", agent_.state, "Publish the state there: FILE.db, or a Redis server" );
       option( words, "--socket PATH", agent_.socket, "Take requests there" );
-      static std::map<std::string, Role> const roles{
-         { "single", Role::single_ }, { "active", Role::active_ }, { "standby", Role::standby_ } };
-      option( words, "--role ROLE", agent_.role, "Of this agent: single, or of two supervisors active or standby" )
-         ->transform( CLI::CheckedTransformer( roles ) );
+      choice(
+         words.add_option( "--role", agent_.role, "Of this agent: single, or of two supervisors active or standby" ),
+         { "single", "active", "standby" },
+         []( std::size_t place ) { return std::to_string( place ); } );   // as Role counts them
       option( words, "--generation N", agent_.generation, "Of an active supervisor, as whoever decides counts them" );
       traceWords( words, agent_.traceLevel );
       words.callback( [this] {
@@ -181,9 +206,7 @@ class Words {
 
    void roleWords() {
       CLI::App & told = words( "role", "Tell an agent whether it is active or stands by", role_, &role );
-      told.add_option( "ROLE", role_.role, "active or standby" )
-         ->required()
-         ->check( CLI::IsMember( { "active", "standby" } ) );
+      choice( told.add_option( "ROLE", role_.role, "What it is from now on" )->required(), { "active", "standby" } );
       option( told, "--socket PATH", role_.socket, "The agent's socket" )->required();
       option(
          told, "--generation N", role_.generation,
@@ -230,7 +253,7 @@ class Words {
       CLI::App & words = cardWords( name, title );
       option( words, "--tolerance PPM", card_.tolerancePpm, "How far an output's frequency may be off" )
          ->capture_default_str()
-         ->check( CLI::Range( 0.0, 1e6 ) );
+         ->check( CLI::Range( 0.0, 1e6 ).description( "" ) );
       words.callback( [this, command] {
          if ( !card_.after.empty() && !card_.card.empty() ) throw CLI::ExcludesError( "CARD", "--after" );
          requireCard();
@@ -259,15 +282,85 @@ class Words {
    }
 
    static void traceWords( CLI::App & command, std::optional<U32> & level ) {
-      option( command, "--trace N", level, "Show the library's traces up to level N" )
-         ->check( CLI::Range( 0U, Vor::traceLevels - 1 ) );
+      option(
+         command, "--trace N", level,
+         fmt::format( "Show the library's traces up to level N, 0 to {}", Vor::traceLevels - 1 ) )
+         ->check( CLI::Range( 0U, Vor::traceLevels - 1 ).description( "" ) );
+   }
+
+   void helpWords() {
+      CLI::App & helped = *app_.add_subcommand( "help", "Show the help of a command" );
+      CLI::Option * const command = helped.add_option( "COMMAND", help_.command, "The command; all of it unless told" );
+      CLI::Option * const man = helped.add_flag( "--man", help_.man, "As the source of a man page" );
+      option( helped, "--into DIR", help_.into, "Write all man pages and completions there, as below a prefix's share" )
+         ->excludes( man )
+         ->excludes( command );
+      helped.callback( [this] {
+         result_ = exitReady;
+         if ( !help_.into.empty() ) return helpWrite( app_, help_.into );
+         if ( !help_.command.empty() ) requireCommand( help_.command );
+         bool const whole = help_.command.empty();
+         CLI::App const & told = whole ? app_ : *app_.get_subcommand( help_.command );
+         std::string const name = app_.get_name() + ( whole ? "" : " " + help_.command );
+         std::cout
+            << ( help_.man ? manPage( app_, told )
+                           : told.get_formatter()->make_help( &told, name, CLI::AppFormatMode::Normal ) );
+      } );
+      CLI::App & completed = *app_.add_subcommand( "completion", "Print what a shell takes to complete these words" );
+      choice( completed.add_option( "SHELL", help_.shell, "The shell" )->required(), { shells.begin(), shells.end() } );
+      completed.callback( [this] {
+         std::cout << completion( app_, help_.shell );
+         result_ = exitReady;
+      } );
    }
 
    // `words`: the option, and what it takes: "--trace N".
+   template<class Value>
    static CLI::Option *
-   option( CLI::App & command, std::string const & words, auto & value, std::string const & title ) {
+   option( CLI::App & command, std::string const & words, Value & value, std::string const & title ) {
       std::size_t const blank = words.find( ' ' );
-      return command.add_option( words.substr( 0, blank ), value, title )->type_name( words.substr( blank + 1 ) );
+      CLI::Option * const option =
+         command.add_option( words.substr( 0, blank ), value, title )->type_name( words.substr( blank + 1 ) );
+      // The parser would read 010 as 8.
+      if constexpr ( std::is_convertible_v<U32, Value> && !std::is_floating_point_v<Value> )
+         option->transform( []( std::string const & text ) { return numberText( text ).value_or( text ); } );
+      return option;
+   }
+
+   static std::optional<std::string> numberText( std::string const & text ) {
+      auto const number = Input::numberOf( text );
+      return number ? std::optional( std::to_string( *number ) ) : std::nullopt;
+   }
+
+   // The option takes one of the names, and is given what `given` makes of its place; where `numbers`, any number too.
+   using Names = std::vector<std::string_view>;
+   static CLI::Option * choice( CLI::Option * option, Names const & names, auto const & given, bool numbers = false ) {
+      std::string const title = option->get_name();
+      return option->type_name( fmt::format( "{}", fmt::join( names, "|" ) ) )
+         ->transform( [=]( std::string const & text ) {
+            if ( auto const number = numberText( text ); number && numbers ) return *number;
+            auto const found = std::ranges::find( names, text );
+            if ( found == names.end() )
+               throw Input::InputError(
+                  Input::unknownText( title, text, names ) + ( numbers ? ". A number does as well." : "" ) );
+            return given( static_cast<std::size_t>( found - names.begin() ) );
+         } );
+   }
+   static CLI::Option * choice( CLI::Option * option, Names const & names ) {
+      return choice( option, names, [names]( std::size_t place ) { return std::string( names[place] ); } );
+   }
+
+   // An option that takes the text of an enumerator, or a number.
+   template<Vor::Enumeration E, class Value>
+   static CLI::Option *
+   enumerator( CLI::App & command, std::string const & name, Value & value, std::string const & title ) {
+      auto const all = enumType( E{} ).enumerators();
+      auto const numberAt = [all]( std::size_t place ) { return std::to_string( all[place].value ); };
+      Vor::String const usual = enumType( E{} ).stringValue( std::optional<U32>( value ).value_or( 0 ) );
+      return choice(
+                command.add_option( name, value, title ), Input::namesOf( all, &Vor::Enumerator::text ), numberAt,
+                true )
+         ->default_str( usual.stdString() );
    }
 
    CLI::App app_{ "Brings up the PTP clocking path of a card.", "clockpath" };
@@ -280,6 +373,10 @@ class Words {
    RecordingOptions recording_;
    RoleOptions role_;
    SwitchoverDemoOptions demo_;
+   struct {
+      std::string command, into, shell;
+      bool man = false;
+   } help_;
    int result_ = exitWrongUse;   // of the command that the words chose
 };
 

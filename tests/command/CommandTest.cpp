@@ -45,11 +45,11 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
                       "\"agent\", \"role\", \"demo-switchover\", \"hardware\", \"peek\", "
                       "\"poke\", \"dump\", \"status\", \"inspect\", \"watch\", \"set\", \"call\", \"types\", "
                       "\"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\", "
-                      "\"bundle\", \"journal\" or \"page\". Run clockpath --help for more.\n" );
+                      "\"bundle\", \"journal\", \"page\", \"help\" or \"completion\". Run "
+                      "clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },
-            { "simulate", "a", "--event", "x" },
             { "simulate", "a", "--events" },
             { "simulate", "a", "--trace", "x" },
             { "simulate", "a", "--trace", "32" },
