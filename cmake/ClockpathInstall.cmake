@@ -1,5 +1,8 @@
-# What is installed: the libraries, their headers, the CMake package, the pkg-config files, the command, the examples
-# and the documents. The tree works wherever it is moved to.
+# What is installed: the libraries, their headers, the CMake package, the pkg-config files, the command with its man pages
+# and completions, the examples and the documents. The tree works wherever it is moved to.
+#
+# It has three components, as the packages have (cmake/ClockpathPackage.cmake): what runs with the libraries, what
+# compiles with them, and the tools, which is all that says nothing else.
 include( CMakePackageConfigHelpers )
 
 # clockpath_pkgconfig( NAME DESCRIPTION REQUIRES LIBS )
@@ -9,10 +12,12 @@ function( clockpath_pkgconfig name description requires libs )
       string( APPEND requires " = ${PROJECT_VERSION}" )
    endif()
    configure_file( cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY )
-   install( FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig )
+   install(
+      FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development )
 endfunction()
 
 function( clockpath_install )
+   set( CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tools )
    # As CMakeLists.txt has it: whoever links the library needs it, also without calling it.
    set( libclockpath "-Wl,--push-state,--no-as-needed -lclockpath -Wl,--pop-state" )
    if ( NOT BUILD_SHARED_LIBS )
@@ -32,12 +37,13 @@ function( clockpath_install )
    install(
       TARGETS ${libraries}
       EXPORT clockpath
-      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} )
-   install( DIRECTORY ${PROJECT_BINARY_DIR}/include/clockpath DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} )
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development )
+   install(
+      DIRECTORY ${PROJECT_BINARY_DIR}/include/clockpath DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development )
 
    set( package ${CMAKE_INSTALL_LIBDIR}/cmake/clockpath )
-   install( EXPORT clockpath NAMESPACE clockpath:: FILE clockpathTargets.cmake DESTINATION ${package} )
+   install( EXPORT clockpath NAMESPACE clockpath:: FILE clockpathTargets.cmake DESTINATION ${package} COMPONENT development )
    configure_package_config_file(
       cmake/clockpathConfig.cmake.in ${PROJECT_BINARY_DIR}/clockpathConfig.cmake INSTALL_DESTINATION ${package}
       NO_SET_AND_CHECK_MACRO )
@@ -45,12 +51,13 @@ function( clockpath_install )
       ${PROJECT_BINARY_DIR}/clockpathConfigVersion.cmake COMPATIBILITY SameMajorVersion )
    install(
       FILES ${PROJECT_BINARY_DIR}/clockpathConfig.cmake ${PROJECT_BINARY_DIR}/clockpathConfigVersion.cmake
-      DESTINATION ${package} )
+      DESTINATION ${package} COMPONENT development )
 
    if ( CLOCKPATH_TOOLS )
       file( RELATIVE_PATH libFromBin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR} )
       set_target_properties( clockpath PROPERTIES INSTALL_RPATH "$ORIGIN/${libFromBin}" )
       install( TARGETS clockpath RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} )
+      install( DIRECTORY ${PROJECT_BINARY_DIR}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR} )
    endif()
    install( DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/clockpath )
    install( FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} )
