@@ -29,7 +29,7 @@ struct HardwareSocket : Descriptor {
       : Descriptor( ::socket( AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0 ) ) {}
 };
 
-/// Calls ::bind or ::connect with a path. 0, or -1 with errno.
+/// Calls `bind` or `connect` with a path. 0, or -1 with errno.
 inline int withPath( int ( *call )( int, sockaddr const *, socklen_t ), int fd, std::string const & path ) {
    sockaddr_un address{ .sun_family = AF_UNIX, .sun_path = {} };
    if ( path.size() >= sizeof address.sun_path ) {

@@ -47,13 +47,13 @@ class Setup(Sandbox):
         for words in (("tests",), ("build", "-x"), ("",)):
             run = self.run_("scripts/setup", *words)
             self.assertEqual(run.returncode, 2)
-            self.assertIn("expected build, test or bench", run.stderr)
+            self.assertIn("expected build, test, bench or docs", run.stderr)
         self.assertEqual(self.called(), [])
 
     def test_help_names_the_words(self):
         run = self.run_("scripts/setup", "--help")
         self.assertEqual(run.returncode, 0)
-        for word in ("build", "test", "bench"):
+        for word in ("build", "test", "bench", "docs"):
             self.assertIn(f"\n   {word} ", run.stdout)
         self.assertEqual(self.called(), [])
 
