@@ -21,15 +21,19 @@ std::vector<App const *> commandsOf( App const & all ) { return all.get_subcomma
 
 bool takesValue( Option const & option ) { return option.get_items_expected_max() > 0; }
 
+// What it takes, without what is checked of that: "N" of "N:UINT in [0 - 31]".
+std::string typeOf( Option const & option ) {
+   std::string const type = option.get_type_name();
+   return type.substr( 0, type.find( ':' ) );
+}
+
 // The words that an option takes where it takes no others, and the commands where it takes one of those; else empty.
 std::string choicesOf( App const & all, Option const & option ) {
-   std::string choices = option.get_positional() ? option.get_name() : option.get_type_name();
-   if ( choices == "COMMAND" ) {
+   std::string choices = typeOf( option );
+   if ( option.get_positional() && option.get_name() == "COMMAND" ) {
       choices.clear();
-      for ( App const * command : commandsOf( all ) ) choices += ( choices.empty() ? "" : " " ) + command->get_name();
-      return choices;
+      for ( App const * command : commandsOf( all ) ) choices += ( choices.empty() ? "" : "|" ) + command->get_name();
    }
-   choices = option.get_type_name();
    if ( choices.find( '|' ) == std::string::npos ) return "";
    std::replace( choices.begin(), choices.end(), '|', ' ' );
    return choices;
@@ -72,7 +76,7 @@ std::string entryOf( Option const & option ) {
       text += fmt::format( "\\fI{}\\fR", roff( option.get_name() ) );
    } else {
       text += fmt::format( "\\fB{}\\fR", replaced( roff( namesOf( option ) ), ' ', "\\fR, \\fB" ) );
-      if ( takesValue( option ) ) text += fmt::format( " \\fI{}\\fR", roff( option.get_type_name() ) );
+      if ( takesValue( option ) ) text += fmt::format( " \\fI{}\\fR", roff( typeOf( option ) ) );
    }
    text += "\n" + roff( option.get_description() );
    if ( !option.get_default_str().empty() ) text += fmt::format( " [{}]", roff( option.get_default_str() ) );
@@ -153,10 +157,9 @@ std::string zshCompletion( App const & all ) {
                         "{}:{}:{}", option->get_expected_max() > 1 ? "*" : "", titled( option->get_name() ), action ) );
          else
             for ( std::string const & name : CLI::detail::split( namesOf( *option ), ' ' ) )
-               options +=
-                  " " + shellText(
-                           name + "[" + titled( spec( option->get_description() ) ) + "]" +
-                           ( takesValue( *option ) ? ":" + titled( option->get_type_name() ) + ":" + action : "" ) );
+               options += " " + shellText(
+                                   name + "[" + titled( spec( option->get_description() ) ) + "]" +
+                                   ( takesValue( *option ) ? ":" + titled( typeOf( *option ) ) + ":" + action : "" ) );
       }
       options += " ;;\n";
    }
