@@ -176,6 +176,17 @@ class Words {
             "--await-time-sync", [this] { agent_.timeSync.reset(); },
             "Wait until it is set on the running agent, before a chip is looked after" )
          ->excludes( timeSync );
+      CLI::Option * const ptp =
+         option( words, "--ptp SOCKET", agent_.ptp.socket, "Follow the PTP daemon there: /run/ptp4l of linuxptp" );
+      ptp->excludes( timeSync )->excludes( "--await-time-sync" );
+      option( words, "--ptp-domain N", agent_.ptp.domain, "The daemon's domain" )
+         ->capture_default_str()
+         ->needs( ptp )
+         ->check( CLI::Range( 0U, 255U ) );
+      option( words, "--holdover S", agent_.ptp.holdoverSeconds, "How long a lost lock of it is held over, in seconds" )
+         ->capture_default_str()
+         ->needs( ptp )
+         ->check( CLI::Range( 0.0, 1e9 ) );
       enumerator<Redundancy::RedundancyMode>(
          words, "--redundancy-mode", agent_.redundancyMode, "Mode of the supervisor, or its number from 0" );
       option(

@@ -88,7 +88,8 @@ Agent::Agent(
    input_.modeIs(
       options.role == Role::single_ ? static_cast<Redundancy::RedundancyMode>( options.redundancyMode )
                                     : Redundancy::switchover_ );
-   if ( options.timeSync ) input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
+   if ( options.timeSync && !options.ptp.socket )
+      input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
@@ -96,10 +97,20 @@ Agent::Agent(
    requests_.emplace( card_, input_, *machines_, access_.ham() );
    requests_->kindAdd( "role", [this]( Input::Json const & request ) { return roleAsked( request ); } );
    requests_->kindAdd( "position", [this]( Input::Json const & ) { return position(); } );
-   if ( !options.socket ) return;
-   control_.emplace(
-      *options.socket, pollSet_, [this]( Input::Json const & request ) { return requests_->answer( request ); } );
-   status_->socketIs( control_->path() );
+   if ( options.socket ) {
+      control_.emplace(
+         *options.socket, pollSet_, [this]( Input::Json const & request ) { return requests_->answer( request ); } );
+      status_->socketIs( control_->path() );
+   }
+   if ( options.ptp.socket ) follow( options.ptp );
+}
+
+void Agent::follow( PtpOptions const & options ) {
+   if ( !control_ ) throw Input::InputError( "--ptp: expected --socket, beside which the daemon's answers come" );
+   input_.sourceIs( "the PTP daemon at " + *options.socket );
+   ptp_.emplace(
+      options, control_->path() + ".ptp", pollSet_, [this]( auto state ) { input_.said( state ); },
+      [this]( std::string const & line ) { journal_->line( line ); } );
 }
 
 int Agent::run() {
@@ -140,7 +151,10 @@ int Agent::ended() {
 // Before the first answer no machine is made: each answer after it would be a change.
 void Agent::awaitTimeSync() {
    if ( !input_.mayBegin() ) journal_->line( "waiting for the source of time synchronisation" );
-   while ( !ends() && !input_.mayBegin() ) pollSet_.wait( input_.longestWait() );
+   while ( !ends() && !input_.mayBegin() ) {
+      if ( ptp_ ) ptp_->look();
+      pollSet_.wait( std::min( input_.longestWait(), ptp_ ? ptp_->longestWait() : input_.longestWait() ) );
+   }
    if ( !input_.answered() && !ends() ) journal_->line( "the source of time synchronisation does not answer" );
    input_.look();
 }
@@ -179,7 +193,8 @@ void Agent::beginToTell() {
 double Agent::longestWait() const {
    Vor::ActivityManager & manager = Vor::activityManager();
    double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
-   return std::min( { seconds, teller_->longestWait(), access_.longestWait() } );
+   double const ptp = ptp_ ? ptp_->longestWait() : seconds;
+   return std::min( { seconds, teller_->longestWait(), access_.longestWait(), ptp } );
 }
 
 bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
@@ -221,6 +236,7 @@ void Agent::lookAtLog() {
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
    if ( !std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) return;
+   if ( ptp_ ) ptp_->rest();
    signals_.underWayIs( config.name().charPtr() );
    if ( control_ ) control_->busyWith( "the bring-up of " + config.name().string().stdString() );
 }
@@ -229,6 +245,7 @@ void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
 void Agent::look() {
    access_.look( [this] { input_.look(); } );
    if ( state_ ) lookAtRole();
+   if ( ptp_ ) ptp_->look();
    input_.look();
 }
 

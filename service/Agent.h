@@ -23,6 +23,7 @@
 #include "service/CauseTeller.h"
 #include "service/ControlSocket.h"
 #include "service/PollSet.h"
+#include "service/PtpDaemon.h"
 #include "service/Standby.h"
 #include "service/StatePublisher.h"
 #include "service/StopSignals.h"
@@ -55,6 +56,7 @@ class Agent final : private StepListener {
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
    int ended();
    void awaitTimeSync();
+   void follow( PtpOptions const & options );
    void adopt();
    void beginToTell();
    void betweenTurns();
@@ -86,6 +88,7 @@ class Agent final : private StepListener {
    std::optional<Machines> machines_;
    std::optional<AgentRequests> requests_;
    std::optional<ControlSocket> control_;
+   std::optional<PtpDaemon> ptp_;   // where that is the source
    bool standsBy_ = false;
    bool stale_ = false;
    std::string trouble_;   // of the state log, as it was told last

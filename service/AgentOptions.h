@@ -3,6 +3,7 @@
 
 #include "framework/Types.h"
 #include "service/FailureFolder.h"
+#include "service/PtpDaemon.h"
 
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@ enum class Role {
 
 struct AgentOptions {
    std::optional<U32> timeSync = 1;          ///< what the source of PTP time synchronisation says; none: it will
+   PtpOptions ptp = {};                      ///< the PTP daemon that is the source in its place, where there is one
    U32 redundancyMode = 3;                   ///< mode of the only supervisor
    std::optional<U32> traceLevel = {};       ///< shows traces up to this level
    U32 timerSlackNs = 1;                     ///< of the agent's thread (service/TimerSlack.h)

@@ -118,6 +118,7 @@ std::string TimeSyncInput::chipNotReady() const {
 }
 
 std::string TimeSyncInput::whyRefused( PtpTimeSync::OperationalState state ) const {
+   if ( !source_.empty() ) return source_ + " says what it is; an agent that is started without --ptp can be told";
    std::string const chip = chipNotReady();
    if ( !active() || !running( state ) || chip.empty() ) return "";
    return fmt::format(

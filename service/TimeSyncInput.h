@@ -35,6 +35,8 @@ class TimeSyncInput {
    TimeSyncInput( TimeSyncInput const & ) = delete;
    TimeSyncInput & operator=( TimeSyncInput const & ) = delete;
 
+   /// What the source is, where it is no user: users are refused then, with this name.
+   void sourceIs( std::string source ) { source_ = std::move( source ); }
    /// The source says so, from now on. Machines may be set to work inside this call, as in the two that follow.
    void said( PtpTimeSync::OperationalState state );
    /// The supervisor's mode is to be this one, from now on.
@@ -51,7 +53,8 @@ class TimeSyncInput {
    /// In seconds, until they may.
    double longestWait() const;
 
-   // Why somebody who asks for it now is refused, since a gate would stop the process; empty where none would.
+   // Why somebody who asks for it now is refused, since a gate would stop the process or another source says what it
+   // is; empty where he is not.
    std::string whyRefused( PtpTimeSync::OperationalState state ) const;
    std::string whyRefused( Redundancy::RedundancyMode mode ) const;
    /// Of an operation of the chip's machine.
@@ -69,6 +72,7 @@ class TimeSyncInput {
    Vor::Ptr<AgentStatus> const status_;
    Vor::Ptr<HardwareWatch> const hardware_;
    double const beganAt_;
+   std::string source_;
    std::optional<PtpTimeSync::OperationalState> said_;
    Redundancy::RedundancyMode mode_;
 };

@@ -96,6 +96,16 @@ TEST_F( AgentRequestsTest, WhatTheSourcesSayCanBeSaidByTheUser ) {
    EXPECT_EQ( live.attempts["ptp0"], 1 );
 }
 
+TEST_F( AgentRequestsTest, WhatAnotherSourceSaysIsNotForTheUser ) {
+   live.input.sourceIs( "the PTP daemon at /run/ptp4l" );
+   EXPECT_EQ(
+      setRefused( "/timeSync", "state", "locked" ),
+      "state of /timeSync is not set: the PTP daemon at /run/ptp4l says what it is; an agent that is started without "
+      "--ptp can be told" );
+   EXPECT_EQ( live.timeSync(), 1u );
+   EXPECT_EQ( set( "/redundancy", "mode", "active" ), Json( { { "value", "active" } } ) );
+}
+
 TEST_F( AgentRequestsTest, WhatIsHeldBackIsSaid ) {
    set( "/gpo/ptp1Reset", "ham", "none" );
    set( "/gpo/ptp1Reset", "ham", "/ham" );
