@@ -72,7 +72,8 @@ std::vector<Expectation> expectationsOf( Input::Max24305Description const & chip
    return all;
 }
 
-ChipAudit auditOf( Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm ) {
+ChipAudit auditOf(
+   Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm, AuditDepth depth ) {
    using enum ChipAudit::Answer;
    ChipAudit audit{ .chip = chip.name, .wantedInHz = chip.outputFrequencyInHz };
    audit.toleranceInHz = toleranceInHz( audit.wantedInHz, tolerancePpm );
@@ -85,6 +86,8 @@ ChipAudit auditOf( Input::Max24305Description const & chip, Host::RegisterAccess
    U8 ones = *audit.apllStatus;     // bits that were 1 in all answers
    U8 either = *audit.apllStatus;   // bits that were 1 in any
    for ( Expectation const & expectation : expectationsOf( chip ) ) {
+      bool const telling = expectation.identification || ( audit.verifiedCount == 0 && expectation.value != 0 );
+      if ( depth == AuditDepth::clock_ && !telling ) continue;
       RegisterDifference const difference{ expectation, access.readByte( chip, expectation.address ) };
       ones &= difference.found.value_or( ones );
       either |= difference.found.value_or( 0 );
@@ -162,7 +165,15 @@ std::vector<Point> ChipAudit::points() const {
    return points;
 }
 
-bool ChipAudit::well() const { return std::ranges::all_of( points(), &Point::well ); }
+std::optional<Point> ChipAudit::trouble() const {
+   std::vector<Point> const all = points();
+   auto const found = std::ranges::find( all, false, &Point::well );
+   return found == all.end() ? std::nullopt : std::optional( *found );
+}
+
+std::string textOf( Point const & point ) {
+   return fmt::format( "{}: {}{}", point.name, point.text, point.details.empty() ? "" : ": " + point.details.front() );
+}
 
 std::vector<std::string> linesOf( ChipAudit const & audit ) {
    std::vector<std::string> lines{ audit.chip };

@@ -45,6 +45,13 @@ struct Point {
    std::vector<std::string> details{};
 };
 
+/// "lock: 0x01: APLL1 locked, APLL2 not locked", with its first detail.
+std::string textOf( Point const & point );
+
+/// How much of a MAX24305 is looked at: all, or what tells that its clock is there; of the registers that were written
+/// to it has one then, which a reset clears.
+enum class AuditDepth { whole_, clock_ };
+
 struct ChipAudit {
    /// What comes back from it. All alike: nothing drives the bus, which then has one level.
    enum class Answer { yes_, none_, allOnes_, allZeros_ };
@@ -69,7 +76,9 @@ struct ChipAudit {
    bool isThere() const;
    /// Bus, identification, registers and so on, as far as there is something to say of them.
    std::vector<Point> points() const;
-   bool well() const;
+   bool well() const { return !trouble(); }
+   /// The first of them that is not well.
+   std::optional<Point> trouble() const;
 };
 
 inline constexpr double defaultTolerancePpm = 100;
@@ -82,7 +91,8 @@ constexpr double toleranceInHz( U32 wantedInHz, double tolerancePpm = defaultTol
 /// The output may be off by so much, and by 1 Hz. A chip that does not answer is given up at once; else each register
 /// takes an SPI transfer.
 ChipAudit auditOf(
-   Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm = defaultTolerancePpm );
+   Input::Max24305Description const & chip, Host::RegisterAccess & access, double tolerancePpm = defaultTolerancePpm,
+   AuditDepth depth = AuditDepth::whole_ );
 ChipAudit auditOf( Input::TolvaneDescription const & chip, Host::RegisterAccess & access );
 
 /// Of all chips of a card, the Tolvanes first.

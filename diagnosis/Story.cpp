@@ -75,6 +75,7 @@ void Story::take( Recording::Event const & event ) {
 }
 
 void Story::told( Recording::Read32 const & read ) {
+   if ( aside_ ) return;
    if ( read.value != onesWord ) {
       allOnesNs_.reset();
       onesInARow_ = 0;

@@ -129,6 +129,7 @@ class Story {
  private:
    ChipStory & chipOf( std::string_view name );
    void told( Recording::Read32 const & read );
+   void told( Recording::Aside const & aside ) { aside_ = aside.begins; }
    void told( Recording::Gpo const & gpo );
    void told( Recording::Step const & step );
    void told( Recording::Gate const & gate );
@@ -148,6 +149,7 @@ class Story {
    U32 onesInARow_ = 0;
    std::optional<Recording::Abort> abort_;
    std::string atWork_;
+   bool aside_ = false;   // accesses are no machine's
    U64 lastNs_ = 0;
 };
 

@@ -18,6 +18,9 @@ std::string LastEvents::text() const {
 }
 
 void LastEvents::onEvent( Event const & event ) {
+   auto const * const aside = std::get_if<Aside>( &event.what );
+   if ( aside ) aside_ = aside->begins;
+   if ( aside || aside_ ) return;
    last_.push_back( event );
    if ( last_.size() <= max_ ) return;
    if ( auto const * const input = std::get_if<InputChange>( &last_.front().what ) ) {

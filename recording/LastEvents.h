@@ -1,5 +1,6 @@
 // A recording that is kept in memory: whole while it is short, then its last events. Of those that were dropped the
-// changes of inputs are left, and how many are gone.
+// changes of inputs are left, and how many are gone. Accesses that no machine makes are left out: those of an agent
+// that looks at its clocks for months would push out all else.
 //
 //    Recording::LastEvents events;
 //    Recording::Recorder const recorder( events, world.events(), world.card() );
@@ -33,6 +34,7 @@ class LastEvents final : public Listener {
    std::vector<Event> inputs_;   // of those that were dropped
    Dropped dropped_;
    std::deque<Event> last_;
+   bool aside_ = false;
 };
 
 }   // namespace Recording

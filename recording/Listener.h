@@ -32,6 +32,7 @@ class Listener : public Sim::CardListener {
    void onSpi( U64 ns, std::string_view chip, std::array<U8, 4> const & bytes, U8 response ) final {
       tell( ns, Spi{ std::string( chip ), bytes, response } );
    }
+   void onAside( U64 ns, std::string_view by, bool begins ) final { tell( ns, Aside{ std::string( by ), begins } ); }
    void onAbort( U64 ns, Vor::AssertionFailure const & failure ) final;
 };
 

@@ -55,6 +55,15 @@ bool RegisterAccess::writeByte( Input::Max24305Description const & chip, U16 add
    return spi( chip ).doWrite( address, value );
 }
 
+void RegisterAccess::drain( Input::Max24305Description const & chip ) {
+   constexpr U32 most = 255;   // that the count can say
+   for ( U32 taken = 0; taken < most; ++taken ) {
+      std::optional<U32> const ctrl = readWord( chip.configOffset + Hardware::SpiCtrl::address() );
+      if ( !ctrl || Hardware::SpiCtrl( *ctrl ).readFifoCount() == 0 ) return;
+      readWord( chip.configOffset + Hardware::SpiResponseFifo::address() );
+   }
+}
+
 void RegisterAccess::cleanUp( Input::Max24305Description const & chip ) {
    spi( chip ).doResetHwSm();
    spi( chip ).doReset();

@@ -34,6 +34,9 @@ class RegisterAccess {
    void writeWord( U32 address, U32 value ) { ham_->write32( address, value ); }
    bool writeByte( Input::Max24305Description const & chip, U16 address, U8 value );
 
+   /// Takes what stands in the response FIFO of the chip's SPI master: an answer that came too late spoils the next
+   /// ones. Nothing else is touched.
+   void drain( Input::Max24305Description const & chip );
    /// Drains the FIFOs of the chip's SPI master and resets it, as each attempt of a bring-up does.
    void cleanUp( Input::Max24305Description const & chip );
 

@@ -68,11 +68,8 @@ std::string notPublished( ToldOf const & published, Entity const & entity, State
 }
 
 std::string notWell( Diagnosis::ChipAudit const & audit ) {
-   for ( Diagnosis::Point const & point : audit.points() )
-      if ( !point.well )
-         return std::string( point.name ) + ": " + point.text +
-                ( point.details.empty() ? "" : ": " + point.details.front() );
-   return "";
+   std::optional<Diagnosis::Point> const trouble = audit.trouble();
+   return trouble ? textOf( *trouble ) : "";
 }
 
 // The first of the reasons that is one.

@@ -51,6 +51,8 @@ class CardListener {
    virtual void onLog( U64 /*ns*/, Vor::LogRecord const & ) {}
    /// A transaction of four bytes as the chip saw them, and what it shifted out during the last.
    virtual void onSpi( U64 /*ns*/, std::string_view /*chip*/, std::array<U8, 4> const & /*bytes*/, U8 /*response*/ ) {}
+   /// Accesses are no machine's from here on, but made by that one, until it does not begin.
+   virtual void onAside( U64 /*ns*/, std::string_view /*by*/, bool /*begins*/ ) {}
    /// The last one; the process aborts after it.
    virtual void onAbort( U64 /*ns*/, Vor::AssertionFailure const & ) {}
 

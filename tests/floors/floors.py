@@ -59,7 +59,7 @@ CPP = frozenset(
 SYSTEM = frozenset(
     """cxxabi dirent dlfcn errno fcntl limits poll pthread sched signal stddef stdint stdio stdlib string time
     unistd""".split())
-SYSTEM_FOLDERS = ("sys/", "linux/")
+SYSTEM_FOLDERS = ("sys/", "linux/", "netinet/")
 
 
 def is_system(name):
