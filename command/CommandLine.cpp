@@ -64,6 +64,9 @@ class Words {
       stateWords( "set", "Set an attribute of a running agent", "NAME ATTRIBUTE [KEY] VALUE", 3, 4, &set );
       stateWords(
          "call", "Call an operation of a running agent", "NAME OPERATION ARGUMENT=VALUE", 2, argumentsMax, &call );
+      CLI::App & retried = stateWords( "retry", "Bring a chip of a running agent up again", "CHIP", 1, 1, &retry );
+      option( retried, "--socket PATH", state_.socket, "In place of both: the agent's socket" );
+      retried.add_flag( "--yes", state_.yes, "Also where clocks that run stop by it" );
       CLI::App & typed = words( "types", "List the types that a state can have", state_, &types );
       typed.add_option( "NAME", state_.words, "One type" )->expected( 0, 1 );
       typed.add_flag( "--json", state_.json, jsonTitle );
@@ -206,6 +209,10 @@ class Words {
          { "single", "active", "standby" },
          []( std::size_t place ) { return std::to_string( place ); } );   // as Role counts them
       option( words, "--generation N", agent_.generation, "Of an active supervisor, as whoever decides counts them" );
+      option( words, "--watch SECONDS", agent_.watchSeconds, "How often it looks at chips that are ready; 0: never" )
+         ->capture_default_str()
+         ->check( CLI::Range( 0.0, 1e6 ) );
+      option( words, "--metrics PLACE", agent_.metrics, "Tell metrics: in a FILE, or over HTTP at 127.0.0.1:PORT" );
       traceWords( words, agent_.traceLevel );
       words.callback( [this] {
          Input::CardDescription const card = Input::readCard( card_.card );

@@ -51,7 +51,7 @@ std::string entityText( Vor::Ptr<Vor::Entity> const & entity, Style const & styl
 }
 
 Json asked( StateOptions const & options, Json const & request ) {
-   std::string socket = StateView( options ).socket();
+   std::string socket = options.socket.empty() ? StateView( options ).socket() : options.socket;
    // One that waits for its first answer has published nothing yet.
    if ( socket.empty() && !options.card.empty() ) socket = usualSocketPath( Input::readCard( options.card ) );
    if ( socket.empty() ) throw CardUnavailable( "no agent has a socket for requests there" );
@@ -309,6 +309,14 @@ int call( StateOptions const & options ) {
       { "operation", options.words.at( 1 ) },
       { "arguments", arguments } };
    return tellAnswer( asked( options, request ), "result", options.json );
+}
+
+int retry( StateOptions const & options ) {
+   Json const answer =
+      asked( options, { { "do", "retry" }, { "chip", options.words.at( 0 ) }, { "yes", options.yes } } );
+   tellAnswer( answer, "state", options.json );
+   std::string const state = answer.value( "state", "" );
+   return state == "ready" || state == "locking" ? exitReady : exitNotReady;
 }
 
 int watch( StateOptions const & options ) {

@@ -1,5 +1,5 @@
-// The commands on the state that an agent publishes: `clockpath inspect`, `watch` and `status` read its log, `set` and
-// `call` ask the agent over its socket, whose path stands in the log. `types` lists what could stand there.
+// The commands on the state that an agent publishes: `clockpath inspect`, `watch` and `status` read its log, `set`,
+// `call` and `retry` ask the agent over its socket, whose path stands in the log. `types` lists what could stand there.
 #pragma once
 
 #include "command/StateView.h"
@@ -15,6 +15,8 @@ int inspect( StateOptions const & options );
 int set( StateOptions const & options );
 /// Object, operation, and NAME=VALUE of each argument.
 int call( StateOptions const & options );
+/// Chip. Gives 1 where it is neither ready nor on its way to be.
+int retry( StateOptions const & options );
 /// As inspect; until the process is ended, or its output cannot be written.
 int watch( StateOptions const & options );
 /// Words: none, or a type. Needs no state.

@@ -21,6 +21,8 @@ struct StateOptions {
    std::string card;    ///< in its place: the card description, whose agent keeps its state where it usually is
    std::vector<std::string> words;   ///< names, attributes, values
    bool json = false;                ///< for programs
+   std::string socket{};             ///< of the agent, for requests: where nobody says, the state does
+   bool yes = false;                 ///< of a chip that is ready, too
 };
 
 class StateView {

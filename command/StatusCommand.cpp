@@ -39,6 +39,11 @@ struct ChipView {
    Vor::Ptr<ChipProgress> progress;   // empty where the agent tells none
 };
 
+// What is wrong with a chip that is ready.
+std::string watchedOf( ChipView const & chip ) { return chip.progress ? chip.progress->watched().stdString() : ""; }
+
+bool well( ChipView const & chip ) { return chip.ready && watchedOf( chip ).empty(); }
+
 std::optional<U64> ageMs( ChipView const & chip, U64 nowMs ) {
    U64 const since = chip.progress ? chip.progress->stateSinceMs() : 0;
    return since == 0 ? std::nullopt : std::optional( nowMs > since ? nowMs - since : 0 );
@@ -102,6 +107,8 @@ Json chipJson( ChipView const & chip, U64 nowMs ) {
    json["gate"] = gateOf( progress );
    json["cause"] = progress.cause().stdString();
    json["adopted"] = progress.adopted().stdString();
+   json["watched"] = progress.watched().stdString();
+   json["watchedSinceMs"] = progress.watchedSinceMs();
    return json;
 }
 
@@ -132,6 +139,10 @@ std::string chipText( ChipView const & chip, U64 nowMs, Style const & style ) {
    for ( auto const & [condition, value] : gateOf( progress ) )
       gate += fmt::format( "{}{} {}", gate.empty() ? "" : ", ", condition, value );
    add( "gate", gate );
+   if ( std::string const trouble = watchedOf( chip ); !trouble.empty() ) {
+      U64 const since = progress.watchedSinceMs();
+      add( "not well", fmt::format( "{}, for {}", trouble, ageText( nowMs > since ? nowMs - since : 0 ) ) );
+   }
    add( "cause", progress.cause().stdString() );
    add( "adopted", progress.adopted().stdString() );
    return text;
@@ -149,7 +160,7 @@ struct StatusView {
 
    std::string source() const { return agent ? agent->timeSyncSource().stdString() : ""; }
    std::string heldBack() const { return agent ? agent->heldBack().stdString() : ""; }
-   bool ready() const { return absent.empty() && !chips.empty() && std::ranges::all_of( chips, &ChipView::ready ); }
+   bool ready() const { return absent.empty() && !chips.empty() && std::ranges::all_of( chips, &well ); }
 };
 
 Json statusJson( StatusView const & view ) {

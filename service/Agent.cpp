@@ -92,9 +92,10 @@ Agent::Agent(
       input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
    journal_.emplace(
       std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
+   if ( options.metrics ) metricsPlace_.emplace( *options.metrics );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    machines_.emplace( card_ );
-   requests_.emplace( card_, input_, *machines_, access_.ham() );
+   requests_.emplace( card_, input_, *machines_, events_ );
    requests_->kindAdd( "role", [this]( Input::Json const & request ) { return roleAsked( request ); } );
    requests_->kindAdd( "position", [this]( Input::Json const & ) { return position(); } );
    if ( options.socket ) {
@@ -178,6 +179,12 @@ void Agent::beginToTell() {
    if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
    teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
    state_.emplace( card_, status_, options_.state, before_.generation, options_.role == Role::active_ );
+   watch_.emplace( card_, *state_, *journal_, events_, options_.watchSeconds );
+   if ( metricsPlace_ ) {
+      metrics_.emplace(
+         card_, status_, *state_, *watch_, [this]( std::string text ) { metricsPlace_->textIs( std::move( text ) ); } );
+      journal_->line( "metrics: " + metricsPlace_->told() );
+   }
    if ( state_->log() ) pollSet_.descriptorAdd( state_->log()->descriptor(), [this] { lookAtLog(); } );
    if ( adoption_ )
       for ( auto const & [chip, reason] : adoption_->reasons() ) {
@@ -194,7 +201,8 @@ double Agent::longestWait() const {
    Vor::ActivityManager & manager = Vor::activityManager();
    double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
    double const ptp = ptp_ ? ptp_->longestWait() : seconds;
-   return std::min( { seconds, teller_->longestWait(), access_.longestWait(), ptp } );
+   double const told = metrics_ ? metrics_->longestWait() : seconds;
+   return std::min( { seconds, ptp, told, watch_->longestWait(), teller_->longestWait(), access_.longestWait() } );
 }
 
 bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
@@ -205,6 +213,8 @@ void Agent::betweenTurns() {
    status_->activityIs( "" );
    teller_->look();
    for ( auto const & [chip, cause] : teller_->byChip() ) state_->progress( chip )->causeIs( cause );
+   watch_->look();
+   if ( metrics_ ) metrics_->look();
    state_->turnEnds();
 }
 

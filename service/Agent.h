@@ -21,7 +21,10 @@
 #include "service/AgentRequests.h"
 #include "service/CardAccess.h"
 #include "service/CauseTeller.h"
+#include "service/ClockWatch.h"
 #include "service/ControlSocket.h"
+#include "service/Metrics.h"
+#include "service/MetricsPlace.h"
 #include "service/PollSet.h"
 #include "service/PtpDaemon.h"
 #include "service/Standby.h"
@@ -85,6 +88,9 @@ class Agent final : private StepListener {
    std::optional<Recording::Recorder> recorder_;   // of the event log
    std::optional<CauseTeller> teller_;
    std::optional<StatePublisher> state_;
+   std::optional<ClockWatch> watch_;
+   std::optional<MetricsPlace> metricsPlace_;
+   std::optional<Metrics> metrics_;
    std::optional<Machines> machines_;
    std::optional<AgentRequests> requests_;
    std::optional<ControlSocket> control_;

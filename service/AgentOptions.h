@@ -27,8 +27,10 @@ struct AgentOptions {
       FailureFolder::usualPath();   ///< folder of the recordings of failures, which `events` replaces
    bool forget = false;             ///< forgets the first failures that the folder has
 
-   std::optional<std::string> state = {};    ///< where the state log is (state/OpenLog.h); beside the lock unless told
-   std::optional<std::string> socket = {};   ///< path of the control socket; where they usually stand unless told
+   double watchSeconds = 10;                  ///< how often it looks at chips that are ready; 0: never
+   std::optional<std::string> metrics = {};   ///< where metrics are told (service/MetricsPlace.h); none: nowhere
+   std::optional<std::string> state = {};     ///< where the state log is (state/OpenLog.h); beside the lock unless told
+   std::optional<std::string> socket = {};    ///< path of the control socket; where they usually stand unless told
    Role role = Role::single_;
    U32 generation = 0;   ///< of an active supervisor; 0: the next one after those that log and card know
 };

@@ -4,6 +4,8 @@
 #include "framework/Reflection.h"
 #include "input/InputError.h"
 #include "input/Number.h"
+#include "platform/SimulationVmid.h"
+#include "recording/AsideAccesses.h"
 #include "registers/RegisterReading.h"
 
 #include <fmt/format.h>
@@ -66,12 +68,13 @@ Json jsonOf( Vor::Value const & value ) {
 }
 
 AgentRequests::AgentRequests(
-   Card const & card, TimeSyncInput & input, Machines const & machines, Vor::Ptr<Fru::HamImpl> const & hamImpl )
-   : card_( card ), input_( input ), machines_( machines ), hamImpl_( hamImpl ) {
+   Card const & card, TimeSyncInput & input, Machines const & machines, Sim::CardEvents & events )
+   : card_( card ), input_( input ), machines_( machines ), events_( events ) {
    kindAdd( "set", [this]( Json const & request ) { return set( request ); } );
    kindAdd( "call", [this]( Json const & request ) { return call( request ); } );
    kindAdd( "peek", [this]( Json const & request ) { return peek( request ); } );
    kindAdd( "audit", [this]( Json const & request ) { return audit( request ); } );
+   kindAdd( "retry", [this]( Json const & request ) { return retry( request ); } );
 }
 
 Json AgentRequests::answer( Json const & request ) {
@@ -240,7 +243,8 @@ Json AgentRequests::call( Json const & request ) {
 Json AgentRequests::peek( Json const & request ) {
    Json const words = request.value( "registers", Json::array() );
    RegisterBook const book( card_.description() );
-   RegisterAccess access( card_.description(), hamImpl_ );
+   Recording::AsideAccesses const aside( events_, "peek" );
+   RegisterAccess access( card_.description(), card_.hamImpl() );
    Json registers = Json::array();
    for ( RegisterReading & reading : readingsOf( book, words.get<std::vector<std::string>>() ) ) {
       reading.readIfAsked( access );
@@ -250,7 +254,8 @@ Json AgentRequests::peek( Json const & request ) {
 }
 
 Json AgentRequests::audit( Json const & request ) {
-   RegisterAccess access( card_.description(), hamImpl_ );
+   Recording::AsideAccesses const aside( events_, "audit" );
+   RegisterAccess access( card_.description(), card_.hamImpl() );
    Json chips = Json::array();
    Json lines = Json::array();
    for ( Diagnosis::ChipAudit const & one : Diagnosis::auditOf(
@@ -259,6 +264,47 @@ Json AgentRequests::audit( Json const & request ) {
       for ( std::string const & line : Diagnosis::linesOf( one ) ) lines.push_back( line );
    }
    return { { "chips", chips }, { "lines", lines } };
+}
+
+std::string AgentRequests::whyRetryRefused( std::string const & chip, bool yes ) const {
+   if ( std::string const why = input_.whyRetryRefused( chip ); !why.empty() ) return why;
+   auto const config = card_.max24305ConfigDir()->max24305( chip );
+   auto const output = card_.resetGpoOf( chip );
+   if ( config && !config->opsToDoValid() )
+      return "its sequence is not handed over; set opsToDoValid of " + config->fullName().stdString();
+   if ( !config && Hardware::simulationVmid() ) return "with SIMULATION_VMID its machine does not look at its output";
+   if ( !output->ham() ) return "its reset output has no handle; set ham of " + output->fullName().stdString();
+   // Those that it feeds stop with it, and those with the same reset output are reset with it.
+   std::string ready;
+   for ( Sim::ScenarioChip const & one : card_.description().scenarioChips() ) {
+      auto const * const fed = card_.description().max24305( one.name );
+      bool const along = one.name == chip || ( fed && fed->tolvane == chip ) || card_.resetGpoOf( one.name ) == output;
+      if ( along && card_.ready( one.name ) ) ready += ( ready.empty() ? "" : ", " ) + one.name;
+   }
+   if ( ready.empty() || yes ) return "";
+   return fmt::format( "what is ready stops until it is brought up as well: {}; expected --yes", ready );
+}
+
+// Through the chip's own input, as a configurator would: the machine of a Tolvane is made by that where it has none.
+Json AgentRequests::retry( Json const & request ) {
+   std::string const chip = textAt( request, "chip" );
+   auto const chips = card_.description().scenarioChips();
+   if ( std::ranges::find( chips, chip, &Sim::ScenarioChip::name ) == chips.end() )
+      throw InputError( Input::unknownText( "chip", chip, Input::namesOf( chips ) ) );
+   if ( std::string const why = whyRetryRefused( chip, request.value( "yes", false ) ); !why.empty() )
+      throw InputError( fmt::format( "{} is not brought up again: {}", chip, why ) );
+   std::string state;
+   if ( auto const config = card_.max24305ConfigDir()->max24305( chip ) ) {
+      config->opsToDoValidIs( false );
+      config->opsToDoValidIs( true );
+      state = stringValue( card_.max24305StatusDir()->max24305( chip )->state() ).stdString();
+   } else {
+      card_.resetGpoOf( chip )->hamIs( nullptr );
+      card_.resetGpoOf( chip )->hamIs( card_.ham() );
+      state = stringValue( card_.tolvaneStatusDir()->tolvane( chip )->state() ).stdString();
+   }
+   input_.look();
+   return { { "chip", chip }, { "state", state } };
 }
 
 }   // namespace Host

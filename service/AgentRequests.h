@@ -4,6 +4,7 @@
 //    { "do": "call", "object": "/machine/ptp0/kivSpiIntf", "operation": "doRead", "arguments": { "address": 7 } }
 //    { "do": "peek", "registers": [ "ptp0:0x10-0x1f", "osc0.tolvaneEnable" ] }
 //    { "do": "audit", "tolerancePpm": 100 }
+//    { "do": "retry", "chip": "ptp0", "yes": true }                                        brings it up again
 //
 // Entities are known by their full names, the machines of the card's chips as "/machine/CHIP", and what a machine owns
 // below it; all through their reflection alone. What a user set or called goes through the same hands as what the
@@ -14,6 +15,7 @@
 #include "card/Machines.h"
 #include "input/Json.h"
 #include "service/TimeSyncInput.h"
+#include "sim/CardEvents.h"
 
 #include <functional>
 #include <map>
@@ -29,9 +31,8 @@ class AgentRequests {
  public:
    using Answer = std::function<Input::Json( Input::Json const & request )>;
 
-   /// All outlive it. `hamImpl` is what peek and audit read with, so that a recording has no reads of theirs.
-   AgentRequests(
-      Card const & card, TimeSyncInput & input, Machines const & machines, Vor::Ptr<Fru::HamImpl> const & hamImpl );
+   /// All outlive it. What peek and audit read is told as no machine's.
+   AgentRequests( Card const & card, TimeSyncInput & input, Machines const & machines, Sim::CardEvents & events );
 
    /// Requests of another kind.
    void kindAdd( std::string const & kind, Answer answer ) { kinds_[kind] = std::move( answer ); }
@@ -56,11 +57,13 @@ class AgentRequests {
    Input::Json call( Input::Json const & request );
    Input::Json peek( Input::Json const & request );
    Input::Json audit( Input::Json const & request );
+   std::string whyRetryRefused( std::string const & chip, bool yes ) const;
+   Input::Json retry( Input::Json const & request );
 
    Card const & card_;
    TimeSyncInput & input_;
    Machines const & machines_;
-   Vor::Ptr<Fru::HamImpl> const hamImpl_;
+   Sim::CardEvents & events_;
    std::map<std::string, Answer> kinds_;
 };
 

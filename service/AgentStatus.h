@@ -82,6 +82,8 @@ class ChipProgress final : public Vor::EntityOf<ChipProgress> {
       virtual void onStateSinceMs() {}
       virtual void onCause() {}
       virtual void onAdopted() {}
+      virtual void onWatched() {}
+      virtual void onWatchedSinceMs() {}
       virtual void onGate( Vor::String ) {}
       virtual void onGate() {}
    };
@@ -112,6 +114,13 @@ class ChipProgress final : public Vor::EntityOf<ChipProgress> {
    Vor::String adopted() const { return stored_.get<"adopted">(); }
    void adoptedIs( Vor::String adopted ) { attributeIs<"adopted">( stored_, std::move( adopted ) ); }
 
+   /// What is wrong with the ready chip, as the agent saw when it looked last; empty where nothing is.
+   Vor::String watched() const { return stored_.get<"watched">(); }
+   void watchedIs( Vor::String trouble ) { attributeIs<"watched">( stored_, std::move( trouble ) ); }
+   /// Since when something is, as `stateSinceMs`; 0 where nothing is.
+   U64 watchedSinceMs() const { return stored_.get<"watchedSinceMs">(); }
+   void watchedSinceMsIs( U64 ms ) { attributeIs<"watchedSinceMs">( stored_, ms ); }
+
    /// The rows of the gate, as the machine looked at them last, by condition: its value, with "not met: " before it
    /// where it is not.
    GateRows const & gate() const { return gate_; }
@@ -132,6 +141,10 @@ class ChipProgress final : public Vor::EntityOf<ChipProgress> {
          "stateSinceMs", &ChipProgress::stateSinceMs, &ChipProgress::stateSinceMsIs, &NotifieeConst::onStateSinceMs>,
       Vor::Changeable<"cause", &ChipProgress::cause, &ChipProgress::causeIs, &NotifieeConst::onCause>,
       Vor::Changeable<"adopted", &ChipProgress::adopted, &ChipProgress::adoptedIs, &NotifieeConst::onAdopted>,
+      Vor::Changeable<"watched", &ChipProgress::watched, &ChipProgress::watchedIs, &NotifieeConst::onWatched>,
+      Vor::Changeable<
+         "watchedSinceMs", &ChipProgress::watchedSinceMs, &ChipProgress::watchedSinceMsIs,
+         &NotifieeConst::onWatchedSinceMs>,
       Vor::Collection<
          "gate", &ChipProgress::gate, &ChipProgress::gateIs, &ChipProgress::gateDel, NotifieeConst, Vor::String,
          &NotifieeConst::onGate, &NotifieeConst::onGate>>;

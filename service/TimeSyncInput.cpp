@@ -150,4 +150,17 @@ std::string TimeSyncInput::whyRefused( std::string const & chip, std::string_vie
    return "";
 }
 
+std::string TimeSyncInput::whyRetryRefused( std::string const & chip ) const {
+   auto const state = card_.timeSync()->state();
+   if ( !active() || !running( state ) ) return "";
+   auto const * const tolvane = card_.description().tolvane( chip );
+   for ( Input::Max24305Description const & one : card_.description().max24305s )
+      if ( one.name == chip || ( tolvane && ( one.tolvane == chip || one.resetGpoName == tolvane->resetGpoName ) ) )
+         return fmt::format(
+            "the supervisor is active and time sync is {}: the gate of {} stops the process before it is ready again; "
+            "set time sync to {} first",
+            wordOf( state ), one.name, wordOf( PtpTimeSync::enabling_ ) );
+   return "";
+}
+
 }   // namespace Host

@@ -59,6 +59,8 @@ class TimeSyncInput {
    std::string whyRefused( Redundancy::RedundancyMode mode ) const;
    /// Of an operation of the chip's machine.
    std::string whyRefused( std::string const & chip, std::string_view operation ) const;
+   /// Of bringing the chip up again, through its inputs.
+   std::string whyRetryRefused( std::string const & chip ) const;
 
  private:
    class HardwareWatch;

@@ -355,6 +355,39 @@ TEST_F( AgentTest, RecordsASimulatedCardInTheFormatOfSimulate ) {
    EXPECT_EQ( replayed.result, 0 ) << replayed.output << replayed.errors;
 }
 
+// Its looks at ready chips stand in the log, and the metrics in their file.
+TEST_F( AgentTest, LooksAtReadyChipsAndTellsMetrics ) {
+   std::string const card = max24305Card( R"({ "kind": "simulated", "lockAfterNs": 1000000 })", shortSequence );
+   Process agent(
+      { "agent", card, "--watch", "0.05", "--events", folder.path( "events" ), "--metrics",
+        folder.path( "metrics" ) } );
+   EXPECT_TRUE( agent.outputHas( "ptp0      clock ready" ) ) << agent.output();
+   auto const has = [&]( char const * file, std::string const & text ) {
+      for ( int looks = 0; looks < 10'000; ++looks ) {
+         if ( folder.content( file ).find( text ) != std::string::npos ) return true;
+         std::this_thread::sleep_for( std::chrono::milliseconds( 1 ) );
+      }
+      return false;
+   };
+   EXPECT_TRUE( has( "events", R"("ev":"aside","by":"watch","begins":false)" ) );
+   EXPECT_TRUE( has( "metrics", "clockpath_chip_state{chip=\"ptp0\",kind=\"max24305\",state=\"ready\"} 1\n" ) );
+   Ran const peeked = run( { "peek", card, "ptp0:7" } );
+   EXPECT_EQ( peeked.result, 0 ) << peeked.errors;
+   agent.signal( SIGTERM );
+   EXPECT_EQ( agent.result(), 0 );
+   EXPECT_EQ( agent.output().find( "not well" ), std::string::npos ) << agent.output();
+   Ran const replayed = run( { "replay", folder.path( "events" ) } );
+   EXPECT_EQ( replayed.result, 0 ) << replayed.output << replayed.errors;
+}
+
+TEST_F( AgentTest, MistakenPlacesOfMetricsAreErrors ) {
+   std::string const card = max24305Card( R"({ "kind": "simulated" })", "[]" );
+   Ran const wrong = run( { "agent", card, "--metrics", "0.0.0.0:80" } );
+   EXPECT_EQ( wrong.result, 2 );
+   EXPECT_NE( wrong.errors.find( "--metrics: expected a file" ), std::string::npos ) << wrong.errors;
+   EXPECT_EQ( run( { "agent", card, "--watch", "-1" } ).result, 2 );
+}
+
 TEST_F( AgentTest, RecordsAMappedCardFromItsArrival ) {
    Process agent( { "agent", card( "activeHigh" ), "--events", folder.path( "events" ) } );
    EXPECT_TRUE( agent.outputHas( "waiting for the card" ) );

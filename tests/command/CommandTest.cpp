@@ -41,12 +41,13 @@ TEST( Command, WordsThatAreWrongGiveAHintAndTwo ) {
    Ran const unknown = run( { "simulte", "x" } );
    EXPECT_EQ( unknown.result, 2 );
    EXPECT_EQ(
-      unknown.errors, "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
-                      "\"agent\", \"role\", \"demo-switchover\", \"hardware\", \"peek\", "
-                      "\"poke\", \"dump\", \"status\", \"inspect\", \"watch\", \"set\", \"call\", \"types\", "
-                      "\"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\", "
-                      "\"bundle\", \"journal\", \"page\", \"help\" or \"completion\". Run "
-                      "clockpath --help for more.\n" );
+      unknown.errors,
+      "clockpath: there is no command \"simulte\"; did you mean \"simulate\"? Expected \"simulate\", "
+      "\"agent\", \"role\", \"demo-switchover\", \"hardware\", \"peek\", "
+      "\"poke\", \"dump\", \"status\", \"inspect\", \"watch\", \"set\", \"call\", \"retry\", \"types\", "
+      "\"explain\", \"audit\", \"selftest\", \"check\", \"sequence\", \"replay\", \"wave\", "
+      "\"bundle\", \"journal\", \"page\", \"help\" or \"completion\". Run "
+      "clockpath --help for more.\n" );
    for ( std::vector<std::string> const & words : std::vector<std::vector<std::string>>{
             { "simulate" },
             { "simulate", "a", "b" },

@@ -5,6 +5,7 @@
 #include "service/AgentRequests.h"
 #include "service/ControlSocket.h"
 #include "service/UsualPlaces.h"
+#include "service/WallTime.h"
 #include "state/OpenLog.h"
 #include "tests/command/Process.h"
 #include "tests/input/Files.h"
@@ -87,7 +88,7 @@ class StateCommandsTest : public testing::Test {
    std::string const state = folder.path( "agent.db" );
    LiveCard live;
    PollSet pollSet;
-   AgentRequests requests{ live.card(), live.input, live.world.machines(), live.card().hamImpl() };
+   AgentRequests requests{ live.card(), live.input, live.world.machines(), live.world.events() };
    ControlSocket control{
       folder.path( "run/socket" ), pollSet, [this]( Json const & request ) { return requests.answer( request ); } };
    Vor::Ptr<AgentStatus> const agent = live.status;
@@ -334,6 +335,42 @@ TEST_F( StateCommandsTest, StatusTellsThatNobodyLooksAfterTheCard ) {
    Ran const killed = ranOn( { "status" } );
    EXPECT_EQ( killed.result, 1 );
    EXPECT_THAT( killed.output, StartsWith( "the agent does not answer: this is what it told last\n" ) );
+}
+
+TEST_F( StateCommandsTest, StatusTellsThatAReadyChipIsNotWell ) {
+   progress->watchedIs( "lock: 0x01: APLL1 locked, APLL2 not locked" );
+   progress->watchedSinceMsIs( wallMs() - 42'000 );
+   publish();
+   Ran const lost = ranOn( { "status" } );
+   EXPECT_EQ( lost.result, 1 );
+   EXPECT_THAT(
+      lost.output,
+      HasSubstr( "\nptp0  ready, clock ready\n   not well    lock: 0x01: APLL1 locked, APLL2 not locked, for 42." ) );
+   Json const told = Json::parse( ranOn( { "status", "--json" } ).output );
+   EXPECT_EQ( told.at( "ready" ), false );
+   EXPECT_EQ( told.at( "chips" )[1].at( "ready" ), true );
+   EXPECT_EQ( told.at( "chips" )[1].at( "watched" ), "lock: 0x01: APLL1 locked, APLL2 not locked" );
+   EXPECT_EQ( told.at( "chips" )[1].at( "watchedSinceMs" ), progress->watchedSinceMs() );
+   progress->watchedIs( "" );
+   publish();
+   EXPECT_EQ( ranOn( { "status" } ).result, 0 );
+}
+
+TEST_F( StateCommandsTest, RetryAsksTheAgent ) {
+   EXPECT_EQ(
+      errorOf( { "retry", "ptp1" }, 2 ),
+      "clockpath: ptp1 is not brought up again: what is ready stops until it is brought up as well: ptp1; expected "
+      "--yes\n" );
+   EXPECT_EQ( outputOf( { "retry", "ptp1", "--yes" } ), "locking\n" );
+   EXPECT_EQ( live.attempts["ptp1"], 2 );
+   EXPECT_THAT( errorOf( { "retry", "ptp3" }, 2 ), HasSubstr( "there is no chip \"ptp3\"; did you mean" ) );
+   Ran const bySocket = ranOnly( { "retry", "ptp1", "--socket", control.path(), "--json" } );
+   EXPECT_EQ( bySocket.result, 0 ) << bySocket.errors;
+   EXPECT_EQ( Json::parse( bySocket.output ), Json( { { "chip", "ptp1" }, { "state", "locking" } } ) );
+   live.input.said( PtpTimeSync::disabled_ );
+   Ran const waits = ranOn( { "retry", "ptp1" } );
+   EXPECT_EQ( waits.result, 1 );
+   EXPECT_EQ( waits.output, "uninitialized\n" );
 }
 
 // Of the state alone, so that it comes as fast during a bring-up.

@@ -48,7 +48,7 @@ class AgentRequestsTest : public testing::Test {
    }
 
    LiveCard live;
-   AgentRequests requests{ live.card(), live.input, live.world.machines(), live.card().hamImpl() };
+   AgentRequests requests{ live.card(), live.input, live.world.machines(), live.world.events() };
 };
 
 TEST_F( AgentRequestsTest, AnAttributeIsSetByTextOrNumber ) {
@@ -203,7 +203,7 @@ TEST_F( AgentRequestsTest, MistakesAreTold ) {
    EXPECT_THAT( callRefused( "/timeSync", "state" ), HasSubstr( "there is no operation \"state\"; expected nothing" ) );
    EXPECT_EQ(
       refusal( R"({"do":"sett"})" ), "there is no request \"sett\"; did you mean \"set\"? Expected \"audit\", "
-                                     "\"call\", \"peek\" or \"set\"" );
+                                     "\"call\", \"peek\", \"retry\" or \"set\"" );
    EXPECT_EQ( refusal( "{}" ), "the request has no text \"do\"" );
    EXPECT_EQ( refusal( R"({"do":"set","entity":7})" ), "the request has no text \"entity\"" );
 }
@@ -224,6 +224,137 @@ TEST_F( AgentRequestsTest, RegistersAreRead ) {
 TEST_F( AgentRequestsTest, OtherKindsCanBeAdded ) {
    requests.kindAdd( "role", []( Json const & request ) { return Json{ { "was", request.at( "role" ) } }; } );
    EXPECT_EQ( answer( R"({"do":"role","role":"active"})" ), Json( { { "was", "active" } } ) );
+}
+
+// What a retry does to the outputs and states of each chip.
+struct Judge final : Sim::CardListener {
+   void onGpo( U64, std::string_view name, bool active ) override {
+      if ( active ) ++resets[std::string( name )];
+   }
+   void onState( U64, Sim::StateChange const & change ) override {
+      states[std::string( change.entity.substr( change.entity.rfind( '/' ) + 1 ) )] += " " + std::string( change.text );
+   }
+   std::map<std::string, int> resets;
+   std::map<std::string, std::string> states;
+};
+
+class RetryTest : public AgentRequestsTest {
+ protected:
+   RetryTest() { live.world.events().listenerAdd( judge ); }
+   Json retry( std::string const & chip, bool yes = true ) {
+      return requests.answer( { { "do", "retry" }, { "chip", chip }, { "yes", yes } } );
+   }
+   std::string retryRefused( std::string const & chip, bool yes = true ) {
+      std::string const text = refusal( Json{ { "do", "retry" }, { "chip", chip }, { "yes", yes } }.dump() );
+      EXPECT_TRUE( judge.resets.empty() );
+      EXPECT_TRUE( judge.states.empty() );
+      return text;
+   }
+   Judge judge;
+};
+
+TEST_F( RetryTest, AMax24305IsBroughtUpAgainAndNoOtherChip ) {
+   EXPECT_EQ( retry( "ptp0" ), Json( { { "chip", "ptp0" }, { "state", "locking" } } ) );
+   live.run( 10 );
+   EXPECT_TRUE( live.card().allReady() );
+   EXPECT_EQ( judge.resets, ( std::map<std::string, int>{ { "ptp0Reset", 1 } } ) );
+   // Its clock has the same name.
+   EXPECT_EQ(
+      judge.states,
+      ( std::map<std::string, std::string>{ { "ptp0", " uninitialized notReady locking ready ready" } } ) );
+   EXPECT_EQ( live.attempts["ptp0"], 2 );
+   EXPECT_EQ( live.attempts["ptp1"], 1 );
+   EXPECT_TRUE( live.card().max24305ConfigDir()->max24305( "ptp0" )->opsToDoValid() );
+}
+
+TEST_F( RetryTest, ATolvaneIsBroughtUpAgainWithWhatItFeeds ) {
+   EXPECT_EQ( retry( "osc0" ), Json( { { "chip", "osc0" }, { "state", "ready" } } ) );
+   live.run( 10 );
+   EXPECT_TRUE( live.card().allReady() );
+   EXPECT_EQ( judge.resets, ( std::map<std::string, int>{ { "osc0Reset", 1 }, { "ptp0Reset", 1 } } ) );
+   EXPECT_EQ( judge.states["osc0"], " uninitialized ready" );
+   EXPECT_FALSE( judge.states.contains( "ptp1" ) );
+   EXPECT_EQ( live.card().resetGpoOf( "osc0" )->ham(), live.card().ham() );
+}
+
+TEST_F( RetryTest, AChipThatHasFailedNeedsNoYes ) {
+   live.hardware.faultBegin( "ptp1", { .kind = Sim::FaultKind::neverLock_ } );
+   retry( "ptp1" );
+   live.run( 120 );
+   ASSERT_EQ( live.chip( "ptp1" )->state(), Hardware::Max24305::failed_ );
+   EXPECT_EQ( retry( "ptp1", false ).at( "state" ), "locking" );
+   EXPECT_EQ( live.attempts["ptp1"], 3 );
+}
+
+TEST_F( RetryTest, WhatIsReadyIsNotStoppedWithoutYes ) {
+   EXPECT_EQ(
+      retryRefused( "ptp0", false ),
+      "ptp0 is not brought up again: what is ready stops until it is brought up as well: ptp0; expected --yes" );
+   EXPECT_THAT( retryRefused( "osc0", false ), HasSubstr( "as well: osc0, ptp0; expected --yes" ) );
+   EXPECT_EQ( refusal( R"({"do":"retry"})" ), "the request has no text \"chip\"" );
+   EXPECT_THAT( retryRefused( "ptp2" ), HasSubstr( "there is no chip \"ptp2\"; did you mean \"ptp" ) );
+}
+
+TEST_F( RetryTest, WhereTheGateWouldEndTheProcessItIsRefused ) {
+   set( "/redundancy", "mode", "active" );
+   set( "/timeSync", "state", "locked" );
+   EXPECT_EQ(
+      retryRefused( "ptp1" ),
+      "ptp1 is not brought up again: the supervisor is active and time sync is locked: the gate of ptp1 stops the "
+      "process before it is ready again; set time sync to enabling first" );
+   EXPECT_THAT( retryRefused( "osc0" ), HasSubstr( ": the gate of ptp0 stops the process" ) );
+   set( "/timeSync", "state", "enabling" );
+   EXPECT_EQ( retry( "osc0" ).at( "state" ), "ready" );
+   live.input.said( PtpTimeSync::locked_ );
+   EXPECT_EQ( live.timeSync(), PtpTimeSync::enabling_ ) << "held back";
+   live.run( 10 );
+   EXPECT_EQ( live.timeSync(), PtpTimeSync::locked_ );
+   EXPECT_TRUE( live.card().allReady() );
+}
+
+TEST_F( RetryTest, WhatItsInputsDoNotAllowIsRefused ) {
+   set( "/hardware/max24305/config/ptp0", "opsToDoValid", false );
+   set( "/gpo/osc0Reset", "ham", "none" );
+   judge.resets.clear();
+   judge.states.clear();
+   EXPECT_THAT(
+      retryRefused( "ptp0" ), HasSubstr( "its sequence is not handed over; set opsToDoValid of /hardware/" ) );
+   EXPECT_THAT( retryRefused( "osc0" ), HasSubstr( "its reset output has no handle; set ham of /gpo/osc0Reset" ) );
+}
+
+TEST_F( RetryTest, WithTheLibrarysSimulationAnOutputBringsNothingUp ) {
+   ::setenv( "SIMULATION_VMID", "1", 1 );
+   std::string const text = retryRefused( "osc0" );
+   ::unsetenv( "SIMULATION_VMID" );
+   EXPECT_THAT( text, HasSubstr( "with SIMULATION_VMID its machine does not look at its output" ) );
+}
+
+// One that was adopted has no machine until its output's handle goes.
+TEST( Retry, AnAdoptedTolvaneGetsItsMachine ) {
+   auto const described = Input::cardOf( Input::wholeCard );
+   Vor::Ptr<Sim::VirtualClock> const clock = new Sim::VirtualClock;
+   Sim::SimulatedCard hardware( clock, simulatedParameters( described ) );
+   VirtualWorld world(
+      clock, described, {},
+      [&]( Sim::CardEvents & events ) {
+         return Vor::Ptr<Fru::HamImpl>( new Sim::SimulatedHam( "hamImpl", hardware, events ) );
+      },
+      &hardware, { "osc0", "ptp0", "ptp1" } );
+   Judge judge;
+   world.events().listenerAdd( judge );
+   TimeSyncInput input( world.card(), agentStatusFactory( "agent" ) );
+   input.said( PtpTimeSync::enabling_ );
+   while ( world.machines().makeNext() ) {
+   }
+   AgentRequests requests( world.card(), input, world.machines(), world.events() );
+   ASSERT_TRUE( judge.resets.empty() );
+   Json const request{ { "do", "retry" }, { "chip", "osc0" }, { "yes", true } };
+   EXPECT_EQ( requests.answer( request ).at( "state" ), "ready" );
+   EXPECT_EQ( judge.resets, ( std::map<std::string, int>{ { "osc0Reset", 1 }, { "ptp0Reset", 1 } } ) );
+   EXPECT_EQ( judge.states["osc0"], " uninitialized ready" );
+   EXPECT_FALSE( judge.states.contains( "ptp1" ) );
+   EXPECT_EQ( requests.answer( request ).at( "state" ), "ready" );
+   EXPECT_EQ( judge.resets["osc0Reset"], 2 ) << "the machine that was made";
 }
 
 }   // namespace
