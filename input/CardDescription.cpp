@@ -30,13 +30,13 @@ class CardReader {
       } );
       object.gather( mistakes_, "genId", [&]( auto const & value ) { card_.genId = value.u32(); } );
       object.gather( mistakes_, "slotId", [&]( auto const & value ) { card_.slotId = value.u32(); } );
-      outputsKnown_ = gatherAll( object["gpos"], &CardReader::gpo );
+      outputsKnown_ = gatherAll( object["gpos"], Limits::outputs, &CardReader::gpo );
       JsonValue const chips = object["chips"];
       mistakes_.gather( [&] {
-         if ( chips.list().empty() ) chips.fail( "a list of at least one chip" );
+         if ( chips.list( Limits::chips ).empty() ) chips.fail( "a list of at least one chip" );
       } );
       mistakes_.gather( [&] { object.finish(); } );
-      if ( gatherAll( chips, &CardReader::chip ) )
+      if ( gatherAll( chips, Limits::chips, &CardReader::chip ) )
          for ( auto const & fed : feeds_ ) mistakes_.gather( [&] { feed( card_.max24305s[fed.first], fed.second ); } );
       mistakes_.raise();
       return std::move( card_ );
@@ -44,10 +44,11 @@ class CardReader {
 
  private:
    // Reads the members of a list, each for itself; whether all could be read.
-   bool gatherAll( JsonValue const & list, void ( CardReader::*read )( JsonValue const & ) ) {
+   bool gatherAll( JsonValue const & list, Limit const & limit, void ( CardReader::*read )( JsonValue const & ) ) {
       bool all = true;
       bool const isList = mistakes_.gather( [&] {
-         for ( JsonValue const & value : list.list() ) all &= mistakes_.gather( [&] { ( this->*read )( value ); } );
+         for ( JsonValue const & value : list.list( limit ) )
+            all &= mistakes_.gather( [&] { ( this->*read )( value ); } );
       } );
       return isList && all;
    }
@@ -178,7 +179,7 @@ class CardReader {
       }
       if ( !value.isList() ) value.fail( "the path of a sequence file or a list of operations" );
       chip.sequencePlace = card_.file + ": " + value.pointer();
-      for ( JsonValue const & text : value.list() )
+      for ( JsonValue const & text : value.list( Limits::operations ) )
          mistakes_.gather( [&] {
             try {
                chip.sequence.push_back( opOf( text.text(), static_cast<U32>( chip.sequence.size() ) ) );
@@ -262,6 +263,12 @@ class CardReader {
 std::string CardDescription::place() const {
    if ( auto const * mmap = std::get_if<MmapAccess>( &access ) ) return mmap->path;
    return std::get<SimulatedAccess>( access ).socket;
+}
+
+std::vector<std::string> CardDescription::files() const {
+   std::vector<std::string> files{ file, place() };
+   for ( Max24305Description const & chip : max24305s ) files.push_back( chip.sequenceFile );
+   return files;
 }
 
 std::vector<Sim::ScenarioChip> CardDescription::scenarioChips() const {

@@ -101,6 +101,8 @@ struct CardDescription {
    /// The file by which a card is reached that outlives its users: what is mapped, or the socket of its hardware. Empty
    /// where the hardware is simulated in the process of who uses it.
    std::string place() const;
+   /// All the files that stand in it, its own too.
+   std::vector<std::string> files() const;
    /// What a scenario can name.
    std::vector<Sim::ScenarioChip> scenarioChips() const;
 };

@@ -32,6 +32,8 @@ class InputError : public std::runtime_error {
 
 class Mistakes {
  public:
+   static constexpr std::size_t mostTold = 1000;   // whatever is in a file, what is told of it can be read
+
    /// Takes the step and keeps the mistakes that it raises, those of a file that is read twice once; whether there were
    /// none.
    template<class Step> bool gather( Step const & step ) {
@@ -40,7 +42,8 @@ class Mistakes {
          return true;
       } catch ( InputError const & error ) {
          for ( std::string const & mistake : error.mistakes() )
-            if ( told_.insert( mistake ).second ) all_.push_back( mistake );
+            if ( all_.size() <= mostTold && told_.insert( mistake ).second )
+               all_.push_back( all_.size() < mostTold ? mistake : "There are more mistakes; the first are told." );
          return false;
       }
    }

@@ -1,15 +1,15 @@
 #include "input/Json.h"
 
+#include "input/Limits.h"
 #include "input/Number.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <numeric>
-#include <set>
-#include <sstream>
 
 namespace Input {
 
@@ -37,56 +37,27 @@ std::string found( Json const & json ) {
    }
 }
 
-std::string placeText( std::string const & document, Json::json_pointer const & pointer ) {
-   return document + ": " + ( pointer.empty() ? "" : pointer.to_string() + ": " );
+// Whether a line of text shows all of it as it stands: no control characters, and none that break or turn the line or
+// cannot be seen, in UTF-8.
+bool printable( std::string_view text ) {
+   auto const code = [&]( std::size_t at ) { return at < text.size() ? static_cast<U8>( text[at] ) : U8( 0 ); };
+   for ( std::size_t at = 0; at < text.size(); ++at ) {
+      U32 const two = U32{ code( at ) } << 8 | code( at + 1 );
+      U8 const third = code( at + 2 );
+      if ( code( at ) < 0x20 || code( at ) == 0x7F ) return false;
+      if ( two >= 0xC280 && two <= 0xC29F ) return false;   // U+0080 to U+009F
+      if ( two == 0xE280 && ( ( third >= 0x8B && third <= 0x8F ) || ( third >= 0xA8 && third <= 0xAE ) ) ) return false;
+      if ( two == 0xE281 && third >= 0xA0 && third <= 0xAF ) return false;   // U+2060 to U+206F
+      if ( two == 0xEFBB && third == 0xBF ) return false;                    // U+FEFF
+   }
+   return true;
 }
 
-// Follows the parse to find a key that stands twice in one object, which would otherwise lose its first value.
-class DuplicateKeys {
- public:
-   explicit DuplicateKeys( std::string const & document ) : document_( document ) {}
-
-   bool operator()( int, Json::parse_event_t event, Json & parsed ) {
-      using Event = Json::parse_event_t;
-      switch ( event ) {
-      case Event::object_start:
-      case Event::array_start:
-         frames_.push_back( { event == Event::array_start, 0, {}, {} } );
-         break;
-      case Event::key:
-         keyIs( parsed.get_ref<std::string const &>() );
-         break;
-      case Event::object_end:
-      case Event::array_end:
-         frames_.pop_back();
-         [[fallthrough]];
-      case Event::value:
-         if ( !frames_.empty() ) ++frames_.back().index;
-         break;
-      }
-      return true;
-   }
-
- private:
-   struct Frame {
-      bool list;
-      std::size_t index;
-      std::string key;
-      std::set<std::string> keys;
-   };
-
-   void keyIs( std::string const & key ) {
-      Frame & frame = frames_.back();
-      frame.key = key;
-      if ( frame.keys.insert( key ).second ) return;
-      Json::json_pointer pointer;
-      for ( Frame const & f : frames_ ) pointer /= f.list ? std::to_string( f.index ) : f.key;
-      throw InputError( placeText( document_, pointer ) + "this key stands twice in its object; keep one" );
-   }
-
-   std::string const & document_;
-   std::vector<Frame> frames_;
-};
+// Keys may be anything.
+std::string placeText( std::string const & document, Json::json_pointer const & pointer ) {
+   std::string const text = pointer.to_string();
+   return document + ": " + ( pointer.empty() ? "" : ( printable( text ) ? text : jsonText( text ) ) + ": " );
+}
 
 std::string positionText( std::string_view content, std::size_t position ) {
    std::string_view const before = content.substr( 0, position );
@@ -104,6 +75,101 @@ std::string syntaxText( std::string_view what ) {
       what.remove_prefix( colon + 2 );
    return std::string( what );
 }
+
+// Makes the values of a text as the parser comes to them, each at its place at once. A callback of the library's own
+// parser would have it look through all of a list at each of its members.
+class Builder final : public nlohmann::json_sax<Json> {
+ public:
+   Builder( std::string const & document, std::string_view content, Limit const & texts, Json & root )
+      : document_( document ), content_( content ), texts_( texts ), root_( root ) {}
+
+   bool null() override { return put( nullptr ); }
+   bool boolean( bool value ) override { return put( value ); }
+   bool number_integer( std::int64_t value ) override { return put( value ); }
+   bool number_unsigned( std::uint64_t value ) override { return put( value ); }
+   bool number_float( double value, std::string const & ) override { return put( value ); }
+   bool binary( Json::binary_t & value ) override { return put( std::move( value ) ); }   // no text has one
+   bool string( std::string & value ) override {
+      std::size_t const size = value.size();
+      put( std::move( value ) );
+      require( texts_, size );
+      return true;
+   }
+   bool start_object( std::size_t ) override { return open( Json::object() ); }
+   bool start_array( std::size_t ) override { return open( Json::array() ); }
+   bool end_array() override {
+      open_.pop_back();
+      return true;
+   }
+   bool key( std::string & key ) override {
+      if ( texts_.passedBy( key.size() ) ) open_.pop_back();   // the object is the place that is told
+      require( texts_, key.size() );
+      open_.back()->get_ref<Json::object_t &>().emplace_back( std::move( key ), nullptr );
+      return true;
+   }
+   bool end_object() override {
+      std::vector<std::string_view> keys;
+      for ( auto const & [key, value] : open_.back()->get_ref<Json::object_t &>() ) keys.emplace_back( key );
+      std::ranges::sort( keys );
+      auto const twice = std::ranges::adjacent_find( keys );
+      open_.pop_back();
+      if ( twice != keys.end() )
+         fail( place() / std::string( *twice ), "this key stands twice in its object; keep one" );
+      return true;
+   }
+   bool parse_error( std::size_t read, std::string const &, Json::exception const & error ) override {
+      // The offending character is one of those read. A number that is too large is no matter of syntax.
+      std::size_t const position = std::min( content_.size(), read == 0 ? 0 : read - 1 );
+      bool const syntax = dynamic_cast<Json::parse_error const *>( &error );
+      throw InputError(
+         document_ + ( syntax ? ":" + positionText( content_, position ) : "" ) + ": " + syntaxText( error.what() ) );
+   }
+
+ private:
+   bool put( Json && value ) {
+      Json * const at = open_.empty() ? nullptr : open_.back();
+      if ( !at )
+         last_ = &( root_ = std::move( value ) );
+      else if ( at->is_array() )
+         last_ = &at->get_ref<Json::array_t &>().emplace_back( std::move( value ) );
+      else
+         last_ = &( at->get_ref<Json::object_t &>().back().second = std::move( value ) );
+      return true;
+   }
+
+   bool open( Json && empty ) {
+      put( std::move( empty ) );
+      require( Limits::nesting, open_.size() + 1 );
+      open_.push_back( last_ );
+      return true;
+   }
+
+   // Of the value that was put last.
+   Json::json_pointer place() const {
+      Json::json_pointer place;
+      for ( Json const * json : open_ )
+         if ( json->is_array() )
+            place /= json->size() - 1;
+         else
+            place /= json->get_ref<Json::object_t const &>().back().first;
+      return place;
+   }
+
+   void require( Limit const & limit, std::size_t found ) const {
+      if ( limit.passedBy( found ) ) fail( place(), "expected " + limit.text() + ", found " + std::to_string( found ) );
+   }
+
+   [[noreturn]] void fail( Json::json_pointer const & place, std::string const & message ) const {
+      throw InputError( placeText( document_, place ) + message );
+   }
+
+   std::string const & document_;
+   std::string_view const content_;
+   Limit const texts_;
+   Json & root_;
+   std::vector<Json *> open_;   // the objects and lists that have not ended; they stay in place until they have
+   Json * last_ = nullptr;      // what was put last
+};
 
 std::size_t distance( std::string_view a, std::string_view b ) {
    std::vector<std::size_t> row( b.size() + 1 );
@@ -130,7 +196,14 @@ std::string JsonValue::text() const {
 
 std::string JsonValue::name() const {
    if ( !isText() || json_->get_ref<std::string const &>().empty() ) fail( "a name (a text that is not empty)" );
-   return json_->get<std::string>();
+   std::string const name = json_->get<std::string>();
+   requireName( name );
+   return name;
+}
+
+void JsonValue::requireName( std::string_view name ) const {
+   requireWithin( Limits::nameBytes, name.size() );
+   if ( !printable( name ) ) failWith( "expected a name of printable characters, found " + jsonText( name ) );
 }
 
 bool JsonValue::boolean() const {
@@ -153,9 +226,11 @@ JsonObject JsonValue::object() const {
    return JsonObject( *this );
 }
 
-std::vector<JsonValue> JsonValue::list() const {
+std::vector<JsonValue> JsonValue::list( Limit const & limit ) const {
    if ( !isList() ) fail( "a list" );
+   requireWithin( limit, json_->size() );
    std::vector<JsonValue> values;
+   values.reserve( json_->size() );
    for ( Json const & element : *json_ ) values.push_back( { *document_, &element, pointer_ / values.size() } );
    return values;
 }
@@ -181,24 +256,32 @@ void JsonValue::fail( std::string const & expected ) const {
    failWith( "expected " + expected + ", found " + ( json_ ? found( *json_ ) : "nothing: the key is missing" ) );
 }
 
+void JsonValue::requireWithin( Limit const & limit, std::size_t found ) const {
+   if ( limit.passedBy( found ) ) failWith( "expected " + limit.text() + ", found " + std::to_string( found ) );
+}
+
 void JsonValue::failWith( std::string const & message ) const {
    throw InputError( placeText( document_->name(), pointer_ ) + message );
 }
 
 JsonValue JsonObject::operator[]( std::string_view key ) {
-   if ( std::ranges::find( known_, key ) == known_.end() ) known_.emplace_back( key );
+   if ( !allKnown_ && std::ranges::find( known_, key ) == known_.end() ) known_.emplace_back( key );
    auto const member = place_.json_->find( std::string( key ) );
    Json const * const value = member == place_.json_->end() ? nullptr : &*member;
    return { *place_.document_, value, place_.pointer_ / std::string( key ) };
 }
 
+// Not by key, for which the object would be searched each time.
 std::vector<std::pair<std::string, JsonValue>> JsonObject::members() {
+   allKnown_ = true;
    std::vector<std::pair<std::string, JsonValue>> members;
-   for ( auto const & item : place_.json_->items() ) members.emplace_back( item.key(), ( *this )[item.key()] );
+   for ( auto const & [key, value] : place_.json_->get_ref<Json::object_t const &>() )
+      members.emplace_back( key, JsonValue( *place_.document_, &value, place_.pointer_ / key ) );
    return members;
 }
 
 void JsonObject::finish() const {
+   if ( allKnown_ ) return;
    std::vector<std::string_view> const known( known_.begin(), known_.end() );
    std::vector<std::string> mistakes;
    for ( auto const & item : place_.json_->items() ) {
@@ -212,16 +295,10 @@ void JsonObject::finish() const {
    if ( !mistakes.empty() ) throw InputError( mistakes );
 }
 
-JsonDocument::JsonDocument( std::string name, std::string_view content ) : name_( std::move( name ) ) {
-   try {
-      json_ = Json::parse( content, DuplicateKeys( name_ ) );
-   } catch ( Json::parse_error const & error ) {
-      // `byte` counts the characters read, the offending one included.
-      std::size_t const position = std::min( content.size(), error.byte == 0 ? 0 : error.byte - 1 );
-      throw InputError( name_ + ":" + positionText( content, position ) + ": " + syntaxText( error.what() ) );
-   } catch ( Json::exception const & error ) {
-      throw InputError( name_ + ": " + syntaxText( error.what() ) );
-   }
+JsonDocument::JsonDocument( std::string name, std::string_view content, Limit const & texts )
+   : name_( std::move( name ) ) {
+   Builder builder( name_, content, texts, json_ );
+   Json::sax_parse( content, &builder );
 }
 
 std::string besideFile( std::string const & file, std::string const & path ) {
@@ -231,12 +308,17 @@ std::string besideFile( std::string const & file, std::string const & path ) {
 std::string readFile( std::string const & path ) {
    errno = 0;
    std::ifstream file( path, std::ios::binary );
-   std::ostringstream content;
-   // Opening a folder succeeds and reading it fails; an empty file makes the copy fail without an error of its own.
-   if ( file && file.peek() != std::ifstream::traits_type::eof() ) content << file.rdbuf();
-   if ( !file.is_open() || file.bad() || errno != 0 )
+   std::string content;
+   std::array<char, std::size_t{ 64 } * 1024> piece;
+   while ( file.read( piece.data(), piece.size() ) || file.gcount() > 0 ) {
+      content.append( piece.data(), static_cast<std::size_t>( file.gcount() ) );
+      if ( Limits::fileBytes.passedBy( content.size() ) )
+         throw InputError( path + ": expected " + Limits::fileBytes.text() + ", found more" );
+   }
+   // Opening a folder succeeds and reading it fails.
+   if ( !file.is_open() || file.bad() )
       throw InputError( path + ": cannot be read: " + std::strerror( errno ? errno : EIO ) );
-   return content.str();
+   return content;
 }
 
 JsonDocument readJson( std::string const & path ) { return JsonDocument( path, readFile( path ) ); }

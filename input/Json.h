@@ -9,11 +9,12 @@
 //
 // A JsonValue borrows from its document. A key that is missing gives an absent value, and the error is raised when
 // its content is asked for, so that the message can say what was expected there. Keys keep the order of the file; one
-// that stands twice in an object is an error.
+// that stands twice in an object is an error, and so is what passes a limit (input/Limits.h).
 #pragma once
 
 #include "framework/Enumeration.h"
 #include "input/InputError.h"
+#include "input/Limits.h"
 
 #include <nlohmann/json.hpp>
 
@@ -44,14 +45,16 @@ class JsonValue {
    bool isText() const { return json_ && json_->is_string(); }
 
    std::string text() const;
-   /// A text that is not empty.
+   /// A text that is not empty, of printable characters.
    std::string name() const;
+   /// Raises the error of this place for what is no name of printable characters, such as a key.
+   void requireName( std::string_view name ) const;
    bool boolean() const;
    /// A number, or the text of a hexadecimal one: "0x2000".
    U64 u64( U64 minimum = 0, U64 maximum = std::numeric_limits<U64>::max() ) const;
    U32 u32( U32 maximum = std::numeric_limits<U32>::max() ) const { return static_cast<U32>( u64( 0, maximum ) ); }
    JsonObject object() const;
-   std::vector<JsonValue> list() const;
+   std::vector<JsonValue> list( Limit const & limit = Limits::members ) const;
 
    /// One of a set of texts; gives its index.
    std::size_t oneOf( std::vector<std::string_view> const & texts ) const;
@@ -62,6 +65,8 @@ class JsonValue {
 
    /// Raises the error of this place: what was expected, and what stands here.
    [[noreturn]] void fail( std::string const & expected ) const;
+   /// Raises the error of this place where more was found than may be.
+   void requireWithin( Limit const & limit, std::size_t found ) const;
    /// Raises an error of this place in words of its own.
    [[noreturn]] void failWith( std::string const & message ) const;
 
@@ -109,12 +114,13 @@ class JsonObject {
 
    JsonValue place_;
    std::vector<std::string> known_;
+   bool allKnown_ = false;
 };
 
 class JsonDocument {
  public:
    /// `name` stands in front of every message, as the file's name does.
-   JsonDocument( std::string name, std::string_view content );
+   JsonDocument( std::string name, std::string_view content, Limit const & texts = Limits::textBytes );
 
    std::string const & name() const { return name_; }
    JsonValue root() const { return { *this, &json_, Json::json_pointer() }; }

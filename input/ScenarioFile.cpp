@@ -7,6 +7,7 @@
 #include "sim/SpiMaster.h"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 namespace Input {
@@ -92,18 +93,23 @@ class BuiltReader {
 // Reads the parts of a scenario of one card.
 class ScenarioReader {
  public:
-   explicit ScenarioReader( CardDescription const & card ) : card_( card ), chips_( card.scenarioChips() ) {}
+   explicit ScenarioReader( CardDescription const & card ) : card_( card ) {
+      for ( ScenarioChip const & chip : card.scenarioChips() ) chips_.push_back( chip );
+   }
 
-   Scenario read( JsonValue const & root ) const {
+   Scenario read( JsonValue const & root ) {
       JsonObject object = root.object();
       Scenario scenario;
-      object["card"];   // its reader has been here
+      // The first one's reader has been here. In a message they stand in this order.
+      for ( char const * const key : { "card", "built", "start", "events" } ) object[key];
       Mistakes mistakes;
       object.gather(
          mistakes, "built", [&]( auto const & value ) { scenario.built = BuiltReader( card_ ).read( value ); } );
+      Mistakes toldBelow;
+      object.gather( toldBelow, "untilNs", [&]( auto const & value ) { lastNs_ = std::min( lastNs_, value.u64() ); } );
       object.gather( mistakes, "start", [&]( auto const & value ) { scenario.start = start( value ); } );
       object.gather( mistakes, "events", [&]( auto const & events ) {
-         for ( JsonValue const & value : events.list() )
+         for ( JsonValue const & value : events.list( Limits::events ) )
             mistakes.gather( [&] { scenario.events.push_back( event( value ) ); } );
       } );
       object.gather( mistakes, "untilNs", [&]( auto const & value ) { scenario.untilNs = value.u64(); } );
@@ -114,7 +120,7 @@ class ScenarioReader {
    }
 
  private:
-   StartState start( JsonValue const & value ) const {
+   StartState start( JsonValue const & value ) {
       JsonObject object = value.object();
       StartState start;
       for ( ActionType const & type : actionTypes() )
@@ -125,10 +131,14 @@ class ScenarioReader {
       return start;
    }
 
-   Event event( JsonValue const & value ) const {
+   Event event( JsonValue const & value ) {
       JsonObject object = value.object();
       Event event;
       event.atNs = object["atNs"].u64();
+      if ( event.atNs > lastNs_ )
+         object["atNs"].failWith(
+            "nothing happens at " + std::to_string( event.atNs ) + " ns, when the run is over; expected a time up to " +
+            std::to_string( lastNs_ ) );
       for ( ActionType const & type : actionTypes() ) object[type.key];
       object.finish();
       for ( auto const & [key, what] : object.members() )
@@ -142,8 +152,7 @@ class ScenarioReader {
 
    // What a line of the file says of one sort of action. The flags of chips stand by name at the start, where all may
    // be told, and one a line in the events.
-   void
-   actionsAppend( ActionType const & type, JsonValue const & what, bool atStart, std::vector<Action> & actions ) const {
+   void actionsAppend( ActionType const & type, JsonValue const & what, bool atStart, std::vector<Action> & actions ) {
       auto const append = [&]( std::string const & name, U32 number ) {
          actions.push_back( { .key = std::string( type.key ), .name = name, .value = number } );
       };
@@ -159,7 +168,11 @@ class ScenarioReader {
          append( "", what.boolean() );
          break;
       case ActionTakes::flagOfStage_:
-         for ( auto const & [stage, flag] : what.object().members() ) append( stage, flag.boolean() );
+         for ( auto const & [stage, flag] : what.object().members() ) {
+            what.requireName( stage );
+            what.requireWithin( Limits::stages, ++stages_ );
+            append( stage, flag.boolean() );
+         }
          break;
       case ActionTakes::flagOfChip_:
       case ActionTakes::flagOfMax24305_: {
@@ -174,6 +187,7 @@ class ScenarioReader {
          break;
       }
       case ActionTakes::fault_:
+         what.requireWithin( Limits::faults, ++faults_ );
          actions.push_back( fault( what ) );
       }
    }
@@ -186,7 +200,7 @@ class ScenarioReader {
       result.name = faultChip( object["chip"], fault.kind );
       parameters( object, result );
       if ( fault.kind != FaultKind::chipReset_ ) {   // which takes no time
-         if ( object.has( "forNs" ) ) fault.forNs = object["forNs"].u64();
+         if ( object.has( "forNs" ) ) fault.forNs = object["forNs"].u64( 1 );
          if ( object.has( "count" ) ) fault.count = object["count"].u64( 1 );
       }
       if ( fault.forNs && fault.count )
@@ -257,8 +271,8 @@ class ScenarioReader {
    }
 
    ScenarioChip const & chipNamed( JsonValue const & where, std::string const & name, bool max24305Only ) const {
-      auto const chip = std::ranges::find( chips_, name, &ScenarioChip::name );
-      if ( chip == chips_.end() )
+      ScenarioChip const * const chip = chips_.find( name );
+      if ( !chip )
          where.failWith( "the card has no chip \"" + name + "\"; expected " + choicesText( namesOf( chips_ ) ) );
       if ( max24305Only && chip->target != FaultTarget::max24305_ )
          where.failWith( "\"" + name + "\" is a Tolvane, which has no sequence; expected the name of a MAX24305" );
@@ -276,7 +290,10 @@ class ScenarioReader {
    }
 
    CardDescription const & card_;
-   std::vector<ScenarioChip> const chips_;
+   NamedList<ScenarioChip> chips_;
+   U64 lastNs_ = std::numeric_limits<U64>::max() - 1;   // at which something can happen
+   std::size_t stages_ = 0;                             // that were read so far, and faults
+   std::size_t faults_ = 0;
 };
 
 }   // namespace

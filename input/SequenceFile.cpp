@@ -92,6 +92,9 @@ Sequence operationsOf(
       std::size_t const start = line.find_first_not_of( blanks );
       if ( start == std::string::npos || line[start] == '#' ) continue;
       line.erase( line.find_last_not_of( blanks ) + 1 );
+      if ( Limits::operations.passedBy( sequence.size() + 1 ) )
+         throw InputError(
+            name + ":" + std::to_string( number ) + ": expected " + Limits::operations.text() + ", found more" );
       mistakes.gather( [&] {
          try {
             sequence.push_back( read( std::string_view( line ).substr( start ), static_cast<U32>( sequence.size() ) ) );

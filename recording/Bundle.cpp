@@ -1,6 +1,7 @@
 #include "recording/Bundle.h"
 
 #include "input/InputError.h"
+#include "input/Limits.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -39,6 +40,8 @@ std::string recordingOf( std::string const & path ) {
    while ( la_ssize_t const size = archive_read_data( in.get(), piece.data(), piece.size() ) ) {
       require( size > 0, path, "the bundle cannot be read", in.get() );
       recording.append( piece.data(), static_cast<std::size_t>( size ) );
+      if ( Input::Limits::unpackedBytes.passedBy( recording.size() ) )
+         throw Input::InputError( path + ": expected " + Input::Limits::unpackedBytes.text() + ", found more" );
    }
    return recording;
 }

@@ -38,7 +38,11 @@ std::size_t utf8Length( std::string_view text ) {
 Input::Json startJson( std::vector<InputChange> const & start ) {
    Input::Json json = Input::Json::object();
    for ( auto const & [what, of, value] : start ) {
-      Input::Json & place = of.empty() ? json[what] : json[what][of];
+      // Each of a kind has a name of its own, which need not be looked for among those before it.
+      Input::Json & all = json[what];
+      if ( !of.empty() && !all.is_object() ) all = Input::Json::object();
+      Input::Json & place =
+         of.empty() ? all : all.get_ref<Input::Json::object_t &>().emplace_back( of, nullptr ).second;
       if ( isNumber( what ) )
          place = value;
       else

@@ -109,7 +109,7 @@ void takeFields( JsonObject & object, InputChange & change ) {
 
 Input::JsonDocument documentOf( std::string const & place, std::string_view line ) {
    try {
-      return { place, line };
+      return { place, line, Input::Limits::recordedTextBytes };
    } catch ( Input::InputError const & error ) {
       // Its first line is the log's line, whose number stands in front already.
       std::string message = error.what();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace Sim {
 
@@ -60,7 +61,8 @@ void FaultBoard::listenerAdd( FaultKind kind, Moment moment, std::function<void(
 }
 
 void FaultBoard::faultBegin( Fault const & fault ) {
-   std::erase_if( faults_, []( Active const & active ) { return active.usedUp(); } );
+   if ( std::exchange( anyUsedUp_, false ) )
+      std::erase_if( faults_, []( Active const & active ) { return active.usedUp(); } );
    auto const begun = faults_.emplace( faults_.end() );
    begun->fault = fault;
    begun->fault.beganNs = clock_.nowNs();
@@ -82,7 +84,7 @@ bool FaultBoard::active( FaultKind kind ) const {
 Fault const * FaultBoard::occurs( FaultKind kind ) {
    for ( Active & active : faults_ ) {
       if ( !active.isOf( kind ) ) continue;
-      active.use();
+      use( active );
       return &active.fault;
    }
    return nullptr;

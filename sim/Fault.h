@@ -124,7 +124,7 @@ class FaultBoard {
    /// says true.
    template<class Shows> void occurEach( Shows const & shows ) {
       for ( Active & active : faults_ )
-         if ( !active.usedUp() && shows( active.fault ) ) active.use();
+         if ( !active.usedUp() && shows( active.fault ) ) use( active );
    }
 
    /// What a read of the chip's register gives, where `stored` stands in it: bits may be flipped or stuck.
@@ -134,9 +134,6 @@ class FaultBoard {
    struct Active {
       bool isOf( FaultKind kind ) const { return fault.kind == kind && !usedUp(); }
       bool usedUp() const { return fault.count && *fault.count == 0; }
-      void use() {
-         if ( fault.count ) --*fault.count;
-      }
 
       Fault fault{};
       std::optional<TimedEvent> spanEnd{};
@@ -147,11 +144,15 @@ class FaultBoard {
       std::function<void()> call;
    };
 
+   void use( Active & active ) {
+      if ( active.fault.count ) anyUsedUp_ |= --*active.fault.count == 0;
+   }
    void tell( FaultKind kind, Moment moment ) const;
 
    VirtualClock & clock_;
    std::vector<Listener> listeners_;
    std::list<Active> faults_;   // in the order in which they began
+   bool anyUsedUp_ = false;     // of those
 };
 
 }   // namespace Sim

@@ -26,9 +26,14 @@ ScenarioRunner::ScenarioRunner(
    for ( Event const & event : scenario.events ) {
       for ( Action const & action : event.actions ) {
          actionCheck( action, targets_ );
-         if ( typeOf( action ).takes == ActionTakes::fault_ )
-            faults_.emplace_back( *clock_, [this, &action] { apply( action ); } ).atNsIs( event.atNs );
-         else
+         if ( typeOf( action ).takes == ActionTakes::fault_ ) {
+            auto const begin = [this, &action] {
+               faultTimes_.erase( faultTimes_.begin() );   // they begin in the order of their times
+               apply( action );
+            };
+            faults_.emplace_back( *clock_, begin ).atNsIs( event.atNs );
+            faultTimes_.insert( event.atNs );
+         } else
             entityActions_.emplace( event.atNs, &action );
       }
    }
@@ -72,9 +77,8 @@ void ScenarioRunner::applyDue() {
 }
 
 U64 ScenarioRunner::nextEventNs() const {
-   U64 next = entityActions_.empty() ? never : entityActions_.begin()->first;
-   for ( TimedEvent const & fault : faults_ ) next = std::min( next, fault.atNs().value_or( never ) );
-   return next;
+   U64 const entity = entityActions_.empty() ? never : entityActions_.begin()->first;
+   return faultTimes_.empty() ? entity : std::min( entity, *faultTimes_.begin() );
 }
 
 }   // namespace Sim

@@ -17,6 +17,7 @@
 
 #include <list>
 #include <map>
+#include <set>
 
 namespace Sim {
 
@@ -44,6 +45,7 @@ class ScenarioRunner {
    ScenarioTargets targets_;
    U64 untilNs_;
    std::list<TimedEvent> faults_;
+   std::multiset<U64> faultTimes_;                      // of those to come
    std::multimap<U64, Action const *> entityActions_;   // by time, those to come
 };
 

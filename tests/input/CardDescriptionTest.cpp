@@ -381,5 +381,36 @@ TEST( CardDescription, PathsStartAtTheFileThatNamesThem ) {
    EXPECT_EQ( besideFile( "a/card.json", "/x/ptp0.ops" ), "/x/ptp0.ops" );
 }
 
+TEST( CardDescription, ChipsAndOutputsHaveLimitsAndPrintableNames ) {
+   auto const many = []( std::size_t count ) {
+      std::string all = "{}";
+      for ( std::size_t i = 1; i < count; ++i ) all += ",{}";
+      return all;
+   };
+   EXPECT_EQ(
+      error( R"({"access":{"kind":"simulated"},"gpos":[)" + many( 4097 ) + R"(],"chips":[{}]})" ),
+      "card.json: /gpos: expected at most 4096 outputs, found 4097" );
+   EXPECT_EQ(
+      error( R"({"access":{"kind":"simulated"},"gpos":[],"chips":[)" + many( 1025 ) + "]}" ),
+      "card.json: /chips: expected at most 1024 chips, found 1025" );
+   EXPECT_EQ(
+      errorWith( R"("name": "osc0Reset")", R"("name": "osc0\tReset")" ),
+      "card.json: /gpos/0/name: expected a name of printable characters, found \"osc0\\tReset\"" );
+   EXPECT_EQ(
+      errorWith( R"("name": "osc0",)", R"("name": "osc\u009b0",)" ),
+      "card.json: /chips/1/name: expected a name of printable characters, found \"osc\xc2\x9b"
+      "0\"" );
+}
+
+TEST( CardDescription, KnowsItsFiles ) {
+   Folder const folder;
+   folder.file( "a.ops", "read 0 0\n" );
+   std::string const path = folder.file(
+      "card.json",
+      with( with( wholeCard, shortSequence, "\"a.ops\"" ), "\"simulated\" }", "\"simulated\", \"socket\": \"s\" }" ) );
+   EXPECT_EQ(
+      readCard( path ).files(), ( std::vector<std::string>{ path, folder.path( "s" ), folder.path( "a.ops" ), "" } ) );
+}
+
 }   // namespace
 }   // namespace CardDescriptionTests

@@ -172,6 +172,62 @@ TEST( Json, AFileThatCannotBeReadSaysWhy ) {
    std::remove( empty.c_str() );
 }
 
+TEST( Json, WhatPassesALimitIsAnErrorThatNamesIt ) {
+   auto const nested = []( std::size_t depth ) { return std::string( depth, '[' ) + std::string( depth, ']' ); };
+   std::size_t const deepest = Limits::nesting.most;
+   EXPECT_EQ( syntaxError( nested( deepest ) ), "no error" );
+   std::string place;
+   for ( std::size_t i = 0; i < deepest; ++i ) place += "/0";
+   EXPECT_EQ(
+      syntaxError( nested( deepest + 1 ) ),
+      "f.json: " + place + ": expected at most 32 objects and lists within one another, found 33" );
+   std::string const longest( Limits::textBytes.most, 'x' );
+   EXPECT_EQ( syntaxError( R"({"a":[1,")" + longest + R"("]})" ), "no error" );
+   EXPECT_EQ(
+      syntaxError( R"({"a":[1,")" + longest + R"(x"]})" ),
+      "f.json: /a/1: expected at most 65536 bytes in a text, found 65537" );
+   EXPECT_EQ(
+      syntaxError( R"({"a":{")" + longest + R"(x":1}})" ),
+      "f.json: /a: expected at most 65536 bytes in a text, found 65537" );
+   JsonDocument const list( "f.json", "[1,2,3]" );
+   EXPECT_EQ( list.root().list( { 3, "lamps" } ).size(), 3u );
+   EXPECT_EQ( error( [&] { list.root().list( { 2, "lamps" } ); } ), "f.json: expected at most 2 lamps, found 3" );
+}
+
+TEST( Json, AFileThatIsTooLongIsNotReadToItsEnd ) {
+   EXPECT_EQ(
+      error( [] { readFile( "/dev/zero" ); } ), "/dev/zero: expected at most 67108864 bytes in a file, found more" );
+}
+
+TEST( Json, NamesHoldPrintableCharactersOnly ) {
+   auto const nameError = []( std::string const & text ) {
+      return error( [&] { JsonDocument( "f.json", "[\"" + text + "\"]" ).root().list()[0].name(); } );
+   };
+   for ( std::string const text : { "ptp0", "a b~", "\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80", "\xc2\xa1" } )
+      EXPECT_EQ( nameError( text ), "no error" ) << text;
+   // Escape, delete, next line, line separator, right-to-left override, word joiner, byte order mark.
+   for ( std::string const text : { "\\u001b[2J", "a\\u007f", "\\u0085", "\\u2028", "x\\u202e", "\\u2060", "\\ufeff" } )
+      EXPECT_NE(
+         nameError( text ).find( "f.json: /0: expected a name of printable characters, found " ), std::string::npos )
+         << text;
+   EXPECT_EQ( nameError( "\\u001b" ), "f.json: /0: expected a name of printable characters, found \"\\u001b\"" );
+   EXPECT_EQ( nameError( std::string( 4097, 'x' ) ), "f.json: /0: expected at most 4096 bytes in a name, found 4097" );
+   // A message has none either, whatever a key holds.
+   JsonDocument const file( "f.json", R"({"\u001b":1})" );
+   EXPECT_EQ(
+      error( [&] { file.root().object().finish(); } ),
+      "f.json: \"/\\u001b\": unknown key, found with 1; known here: nothing" );
+}
+
+TEST( Json, OfManyMistakesTheFirstAreTold ) {
+   Mistakes mistakes;
+   for ( std::size_t i = 0; i < 3 * Mistakes::mostTold; ++i )
+      mistakes.gather( [&] { throw InputError( std::to_string( i ) ); } );
+   ASSERT_EQ( mistakes.all().size(), Mistakes::mostTold + 1 );
+   EXPECT_EQ( mistakes.all()[Mistakes::mostTold - 1], "999" );
+   EXPECT_EQ( mistakes.all().back(), "There are more mistakes; the first are told." );
+}
+
 TEST( Json, NearestChoiceTakesTypingErrorsOnly ) {
    EXPECT_EQ( nearestChoice( "recieve", { "receive", "send" } ), "receive" );
    EXPECT_EQ( nearestChoice( "TimeSync", { "timeSync" } ), "timeSync" );

@@ -434,5 +434,43 @@ TEST( Scenario, AnEventHasATimeAndSomethingThatHappens ) {
    EXPECT_EQ( error( R"({"events":{}})" ), "s.json: /events: expected a list, found an object" );
 }
 
+// `count` times the text, as members of a list or an object; each # in it is a number of its own.
+std::string many( std::size_t count, std::string const & text ) {
+   std::string all;
+   for ( std::size_t i = 0; i < count; ++i ) all += ( i ? "," : "" ) + with( text, "#", std::to_string( i ) );
+   return all;
+}
+
+TEST( Scenario, ItsPartsHaveLimits ) {
+   EXPECT_EQ(
+      eventError( many( 200'001, R"({"atNs":#})" ) ), "s.json: /events: expected at most 200000 events, found 200001" );
+   EXPECT_EQ(
+      error( R"({"start":{"switchoverStage":{)" + many( 20'001, R"("s#":true)" ) + "}}}" ),
+      "s.json: /start/switchoverStage: expected at most 20000 stages, found 20001" );
+   EXPECT_EQ(
+      eventError( many( 20'001, R"({"atNs":#,"fault":{"kind":"hardwareGone"}})" ) ),
+      "s.json: /events/20000/fault: expected at most 20000 faults, found 20001" );
+}
+
+TEST( Scenario, AStageIsCalledByPrintableCharacters ) {
+   EXPECT_EQ(
+      eventError( R"({"atNs":0,"switchoverStage":{"a\u0007":true}})" ),
+      "s.json: /events/0/switchoverStage: expected a name of printable characters, found \"a\\u0007\"" );
+}
+
+TEST( Scenario, ATimeAtWhichNothingCanHappenIsAMistake ) {
+   EXPECT_EQ( error( R"({"events":[{"atNs":5,"timeSync":1}],"untilNs":5})" ), "no error" );
+   EXPECT_EQ(
+      error( R"({"events":[{"atNs":6,"timeSync":1}],"untilNs":5})" ),
+      "s.json: /events/0/atNs: nothing happens at 6 ns, when the run is over; expected a time up to 5" );
+   EXPECT_EQ(
+      eventError( R"({"atNs":18446744073709551615,"timeSync":1})" ),
+      "s.json: /events/0/atNs: nothing happens at 18446744073709551615 ns, when the run is over; expected a time up to "
+      "18446744073709551614" );
+   EXPECT_EQ(
+      eventError( R"({"atNs":0,"fault":{"kind":"spiDead","chip":"ptp0","forNs":0}})" ),
+      "s.json: /events/0/fault/forNs: expected a whole number from 1 to 18446744073709551615, found 0" );
+}
+
 }   // namespace
 }   // namespace ScenarioFileTests

@@ -235,5 +235,11 @@ TEST( SequenceFile, TheExampleIsOfRealSizeAndShape ) {
    for ( std::size_t i = 0; i < sequence.size(); ++i ) EXPECT_EQ( sequence[i].key, i );
 }
 
+TEST( SequenceFile, HasALimit ) {
+   std::string lines;
+   for ( U32 i = 0; i < 100'001; ++i ) lines += "read 0 0\n";
+   EXPECT_EQ( error( lines ), "f.ops:100001: expected at most 100000 operations, found more" );
+}
+
 }   // namespace
 }   // namespace SequenceFileTests
