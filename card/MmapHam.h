@@ -3,7 +3,9 @@
 // Each access is one 32-bit load or store of the processor, complete before the next begins: neither torn, merged,
 // repeated nor reordered. The file comes and goes with the card: poll() looks for it, maps or unmaps it, and
 // `hardwarePresent` follows. While nothing is mapped, reads give 0xFFFFFFFF, as those of a card that is gone do, and
-// writes are lost.
+// writes are lost; so they do once an access has found nothing behind a mapping, since the file has shrunk or the
+// device is gone, until poll() finds it again. For that the process has a handler of SIGBUS from the first mapping on,
+// which hands on what is none of its own to the handler before it; a handler that the host sets later does the same.
 //
 //    std::string const path = "/sys/bus/pci/devices/0000:03:00.0/resource0";
 //    Vor::Ptr<Host::MmapHam> ham = new Host::MmapHam( "ham", path, 0, 0x10000 );
@@ -37,7 +39,8 @@ class MmapHam final : public PolledHam {
    /// Start of the mapped space, null while there is none; also for signal handlers.
    U32 volatile * space() const { return space_.load( std::memory_order_relaxed ); }
 
-   /// One access to a register of mapped space, for signal handlers too.
+   /// One access to a register of mapped space, for signal handlers that end the process: of one that is gone it is
+   /// lost, and the handle does not know.
    static U32 load( U32 const volatile * place );
    static void store( U32 volatile * place, U32 value );
 

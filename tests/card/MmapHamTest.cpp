@@ -119,6 +119,53 @@ TEST( MmapHam, AFileThatBecomesTooShortIsGoneUntilItGrowsAgain ) {
    }
 }
 
+TEST( MmapHam, AFileThatShrinksBetweenLooksIsACardThatHasGone ) {
+   Folder const folder;
+   std::string const path = folder.file( "space", zeros( spaceSize ) );
+   Vor::Ptr<MmapHam> const ham = polled( path );
+   Vor::Ptr<MmapHam> const other = polled( path );
+   Vor::Ptr<Presence> const presence = new Presence( ham );
+   std::filesystem::resize_file( path, 0 );
+   EXPECT_EQ( readOf( *ham, 4 ), 0xFFFFFFFFu );
+   ham->write32( 8, 7 );
+   EXPECT_EQ( readOf( *ham, 8 ), 0xFFFFFFFFu );
+   other->write32( 8, 7 );
+   EXPECT_EQ( readOf( *other, 8 ), 0xFFFFFFFFu );
+   ham->poll();
+   EXPECT_EQ( presence->seen, ( std::vector<bool>{ false } ) );
+   EXPECT_EQ( ham->trouble(), path + ": expected at least 256 bytes, as \"offset\" and \"size\" say, found 0" );
+
+   std::filesystem::resize_file( path, spaceSize );
+   ham->poll();
+   other->poll();
+   EXPECT_EQ( presence->seen, ( std::vector<bool>{ false, true } ) );
+   ham->write32( 8, 9 );
+   EXPECT_EQ( readOf( *other, 8 ), 9u );
+}
+
+TEST( MmapHam, AFileThatShrinksAndGrowsBetweenLooksIsACardThatCameBack ) {
+   Folder const folder;
+   std::string const path = folder.file( "space", zeros( spaceSize ) );
+   Vor::Ptr<MmapHam> const ham = polled( path );
+   Vor::Ptr<Presence> const presence = new Presence( ham );
+   std::filesystem::resize_file( path, 0 );
+   EXPECT_EQ( readOf( *ham, 0 ), 0xFFFFFFFFu );
+   std::filesystem::resize_file( path, spaceSize );
+   EXPECT_EQ( readOf( *ham, 0 ), 0xFFFFFFFFu ) << "before its watchers were told";
+   ham->poll();
+   EXPECT_EQ( presence->seen, ( std::vector<bool>{ false, true } ) );
+   EXPECT_EQ( readOf( *ham, 0 ), 0u );
+}
+
+TEST( MmapHam, SignalHandlersMayTouchWhatHasShrunk ) {
+   Folder const folder;
+   std::string const path = folder.file( "space", zeros( spaceSize ) );
+   Vor::Ptr<MmapHam> const ham = polled( path );
+   std::filesystem::resize_file( path, 0 );
+   EXPECT_EQ( MmapHam::load( ham->space() ), 0xFFFFFFFFu );
+   MmapHam::store( ham->space() + 1, 5 );
+}
+
 TEST( MmapHam, AFolderIsNoCard ) {
    Folder const folder;
    Vor::Ptr<MmapHam> const ham = polled( folder.path( "" ) );
@@ -127,6 +174,23 @@ TEST( MmapHam, AFolderIsNoCard ) {
 }
 
 using MmapHamDeathTest = ::testing::Test;
+
+[[noreturn]] void endWith7( int ) { ::_exit( 7 ); }
+
+TEST( MmapHamDeathTest, ASigbusOfAnotherIsHandedOn ) {
+   Folder const folder;
+   std::string const path = folder.file( "space", zeros( spaceSize ) );
+   auto const raiseBehindAHam = [&]( void ( *before )( int ) ) {
+      ::signal( SIGBUS, before );
+      Vor::Ptr<MmapHam> const ham = polled( path );
+      std::filesystem::resize_file( path, 0 );
+      U32 volatile * const space = ham->space();
+      static_cast<void>( space[0] );   // by nobody's access
+   };
+   EXPECT_EXIT( raiseBehindAHam( &endWith7 ), ::testing::ExitedWithCode( 7 ), "" );
+   std::filesystem::resize_file( path, spaceSize );
+   EXPECT_EXIT( raiseBehindAHam( SIG_DFL ), ::testing::KilledBySignal( SIGBUS ), "" );
+}
 
 TEST( MmapHamDeathTest, AnAddressOutsideTheSpaceStopsTheProcess ) {
    Folder const folder;
