@@ -3,8 +3,10 @@
 #include "command/FileCommands.h"
 #include "command/HardwareCommand.h"
 #include "command/Help.h"
+#include "command/OpenCard.h"
 #include "command/RecordingCommands.h"
 #include "command/SimulateCommand.h"
+#include "command/StandardStreams.h"
 #include "command/StateCommands.h"
 #include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
@@ -218,6 +220,7 @@ class Words {
          Input::CardDescription const card = Input::readCard( card_.card );
          // With an unknown operation the process would not live to the end of the bring-up.
          warningsTell( card, card_.card, true );
+         simulationModeTell();
          result_ = runAgent( card, agent_ );
       } );
    }
@@ -413,8 +416,9 @@ int failed( char const * before, std::exception const & error, int exitCode ) {
 }   // namespace
 
 int main( int argc, char ** argv ) {
+   Host::standardStreamsOpen();
    try {
-      return Host::Words().run( argc, argv );
+      return Host::afterOutput( Host::Words().run( argc, argv ) );
    } catch ( Input::InputError const & error ) {
       return failed( "", error, Host::exitWrongUse );
    } catch ( Host::CardUnavailable const & error ) {

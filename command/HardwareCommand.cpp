@@ -90,7 +90,10 @@ int hardware( HardwareOptions const & options ) {
    std::string const & socket = socketOf( card );
    Sim::Scenario const scenario = isScenario ? faultsOf( Input::readScenario( file.root(), card ) ) : Sim::Scenario();
    std::optional<Recording::LogFile> log;
-   if ( options.events ) log.emplace( *options.events, 1 );   // whatever ends the process, its log has what happened
+   std::vector<std::string> inputs = card.files();
+   inputs.push_back( options.file );
+   if ( options.events )
+      log.emplace( *options.events, 1, inputs );   // whatever ends the process, its log has what happened
 
    Sim::SimulatedCard::Parameters const built = scenario.built ? *scenario.built : simulatedParameters( card );
    Vor::Ptr<RealTimeHam> const simulated = new RealTimeHam( "hamImpl", built );

@@ -3,6 +3,7 @@
 #include "card/FencedHam.h"
 #include "card/PolledHam.h"
 #include "input/ScenarioFile.h"
+#include "platform/SimulationVmid.h"
 
 #include <iostream>
 
@@ -21,11 +22,18 @@ CardFiles::CardFiles( std::string const & cardPath, std::string const & after ) 
    std::get<Input::SimulatedAccess>( card.access ).socket.clear();   // it is simulated here, in virtual time
 }
 
+void simulationModeTell() {
+   if ( Hardware::simulationVmid() )
+      std::cerr << "clockpath: warning: SIMULATION_VMID is in the environment: reads of a chip give what this process "
+                   "has written to it, and no chip need be reset; unset it to work on the card\n";
+}
+
 OpenCard::OpenCard( CardFiles const & files, std::string const & user ) {
    Vor::Ptr<Fru::HamImpl> ham;
    if ( Vor::Ptr<PolledHam> const polled = polledHamOf( files.card ) ) {
       lock_.emplace( files.card.place(), "clockpath " + user );
       polled->poll();
+      simulationModeTell();
       if ( !polled->hardwarePresent() ) throw CardUnavailable( "the card is not there: " + polled->trouble() );
       ham = new FencedHam( polled, *lock_, []( U32 generation ) {
          throw CardUnavailable( "the card was taken by generation " + std::to_string( generation ) );

@@ -23,6 +23,9 @@ struct CardFiles {
    Sim::Scenario scenario{};
 };
 
+/// Warns on standard error of a SIMULATION_VMID in the environment, with which the library does not ask the chips.
+void simulationModeTell();
+
 class OpenCard : private Sim::CardListener {
  public:
    /// `user`: the command. The files outlive it. Throws CardUnavailable.

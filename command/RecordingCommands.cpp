@@ -32,10 +32,10 @@ namespace {
 
 // The path of what is written.
 std::string outOf( RecordingOptions const & options, std::string const & ending ) {
-   if ( options.out.empty() ) return std::filesystem::path( options.file ).replace_extension( ending );
-   if ( options.out == options.file )
-      throw Input::InputError( options.out + ": is the recording itself; expected another file to write to" );
-   return options.out;
+   std::filesystem::path const beside = std::filesystem::path( options.file ).replace_extension( ending );
+   std::string const out = options.out.empty() ? beside.string() : options.out;
+   Recording::requireNoInput( out, { options.file } );
+   return out;
 }
 
 // `what` stands in the file: "page".

@@ -50,7 +50,9 @@ int simulate( SimulateOptions const & options ) {
    warningsTell( files.card, options.scenario, false );
 
    std::optional<Recording::LogFile> events;
-   if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece );
+   std::vector<std::string> inputs = files.card.files();
+   inputs.push_back( options.scenario );
+   if ( options.events ) events.emplace( *options.events, Recording::EventLog::largePiece, inputs );
    SimulatedWorld world( files.card, files.scenario );
    std::optional<Recording::Recorder> recorder;
    if ( events ) recorder.emplace( events->log(), world.events(), world.card() );

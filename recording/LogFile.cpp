@@ -4,13 +4,21 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 
 namespace Recording {
 
-LogFile::LogFile( std::string path, std::size_t pieceSize )
+void requireNoInput( std::string const & path, std::vector<std::string> const & inputs ) {
+   for ( std::string const & input : inputs )
+      if ( std::error_code none; std::filesystem::equivalent( path, input, none ) )
+         throw Input::InputError( path + ": expected another file to write to, found " + input + ", which is read" );
+}
+
+LogFile::LogFile( std::string path, std::size_t pieceSize, std::vector<std::string> const & inputs )
    : path_( std::move( path ) ), out_( path_ == standardOutput ? std::cout : file_ ), log_( out_, pieceSize ) {
    if ( path_ == standardOutput ) return;
+   requireNoInput( path_, inputs );
    errno = 0;
    file_.open( path_, std::ios::binary | std::ios::trunc );
    if ( !file_ ) fail( std::string( ": " ) + std::strerror( errno ? errno : EIO ) );

@@ -10,15 +10,19 @@
 
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace Recording {
+
+/// Throws Input::InputError where what is to be written is one of the inputs, by whatever name.
+void requireNoInput( std::string const & path, std::vector<std::string> const & inputs );
 
 class LogFile {
  public:
    static constexpr char standardOutput[] = "-";
 
-   /// Replaces the file. Throws Input::InputError where it cannot be written.
-   LogFile( std::string path, std::size_t pieceSize );
+   /// Replaces the file. Throws Input::InputError where it cannot be written, or is one of the inputs.
+   LogFile( std::string path, std::size_t pieceSize, std::vector<std::string> const & inputs = {} );
 
    EventLog & log() { return log_; }
    /// The file itself, for lines that are there already.

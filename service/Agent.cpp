@@ -30,10 +30,13 @@ std::vector<Input::GpoDescription> resetOutputsOf( Input::CardDescription const 
 }
 
 // Each line is written as it ends: whatever stops the agent, its log has what happened.
-std::optional<Recording::LogFile> logFileOf( std::optional<std::string> const & path ) {
+std::optional<Recording::LogFile> logFileOf( Input::CardDescription const & card, AgentOptions const & options ) {
+   std::optional<std::string> const & path = options.events;
+   std::vector<std::string> inputs = card.files();
+   inputs.push_back( options.state.value_or( "" ) );
    if ( path == Recording::LogFile::standardOutput )
       throw Input::InputError( "--events: the agent's standard output has its journal; expected a file, found \"-\"" );
-   return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1 ) : std::nullopt;
+   return path ? std::optional<Recording::LogFile>( std::in_place, *path, 1, inputs ) : std::nullopt;
 }
 
 // What stands in the log of the agent before this one, and the generation that follows it.
@@ -69,7 +72,7 @@ Agent::Agent(
      timerSlack_( options.timerSlackNs ),
      access_( description, options.role == Role::single_ ? 0 : before_.generation, pollSet_, fenced ),
      signals_( access_.mapped(), resetOutputsOf( description ) ),
-     log_( logFileOf( options.events ) ),
+     log_( logFileOf( description, options ) ),
      card_(
         description, new Recording::RecordedHam( access_.ham(), events_ ),
         [this]( Vor::Name name ) {

@@ -59,6 +59,11 @@ bool Process::outputHas( std::string const & text, std::size_t times ) {
 
 void Process::signal( int number ) const { ::kill( pid_, number ); }
 
+void Process::readerGoes() {
+   ::close( outputEnd_ );
+   outputEnd_ = -1;
+}
+
 int Process::result() {
    // Both at once, so that neither pipe fills up while the other is read.
    while ( outputEnd_ >= 0 || errorsEnd_ >= 0 ) {

@@ -19,6 +19,8 @@ class Process {
    /// Waits until the text has come on standard output, that many times; false when that ends without it.
    bool outputHas( std::string const & text, std::size_t times = 1 );
    void signal( int number ) const;
+   /// Nobody reads its standard output any more.
+   void readerGoes();
    pid_t pid() const { return pid_; }
 
    /// Waits for the end. The exit code, or minus the signal that ended it.

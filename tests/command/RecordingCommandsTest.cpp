@@ -138,7 +138,9 @@ TEST_F( RecordingCommands, TheFilesThatTheyWriteAreNotTheRecording ) {
    ASSERT_EQ( record( CLOCKPATH_EXAMPLES "mistyped.json" ), 1 );
    Ran const wave = run( { "wave", events, "-o", events } );
    EXPECT_EQ( wave.result, 2 );
-   EXPECT_EQ( wave.errors, "clockpath: " + events + ": is the recording itself; expected another file to write to\n" );
+   EXPECT_EQ(
+      wave.errors,
+      "clockpath: " + events + ": expected another file to write to, found " + events + ", which is read\n" );
    EXPECT_EQ( run( { "bundle", events, "-o", events } ).result, 2 );
    Ran const full = run( { "wave", events, "-o", "/dev/full" } );
    EXPECT_EQ( full.result, 2 );
