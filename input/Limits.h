@@ -30,9 +30,9 @@ inline constexpr Limit nesting{ 32, "objects and lists within one another" };
 inline constexpr Limit members{ 1'000'000, "members in a list" };
 inline constexpr Limit outputs{ 4096, "outputs" };
 inline constexpr Limit chips{ 1024, "chips" };
-inline constexpr Limit operations{ 100'000, "operations" };
+inline constexpr Limit operations{ 20'000, "operations" };
 inline constexpr Limit events{ 200'000, "events" };
-inline constexpr Limit faults{ 20'000, "faults" };
+inline constexpr Limit faults{ 10'000, "faults" };
 inline constexpr Limit stages{ 20'000, "stages" };
 
 }   // namespace Limits

@@ -434,22 +434,22 @@ TEST( Scenario, AnEventHasATimeAndSomethingThatHappens ) {
    EXPECT_EQ( error( R"({"events":{}})" ), "s.json: /events: expected a list, found an object" );
 }
 
-// `count` times the text, as members of a list or an object; each # in it is a number of its own.
-std::string many( std::size_t count, std::string const & text ) {
+// As many members of a list or an object, each with a number in its middle.
+std::string many( std::size_t count, char const * before, char const * behind ) {
    std::string all;
-   for ( std::size_t i = 0; i < count; ++i ) all += ( i ? "," : "" ) + with( text, "#", std::to_string( i ) );
+   for ( std::size_t i = 0; i < count; ++i )
+      all.append( i ? "," : "" ).append( before ).append( std::to_string( i ) ).append( behind );
    return all;
 }
 
 TEST( Scenario, ItsPartsHaveLimits ) {
+   EXPECT_EQ( eventError( many( 200'001, "", "" ) ), "s.json: /events: expected at most 200000 events, found 200001" );
    EXPECT_EQ(
-      eventError( many( 200'001, R"({"atNs":#})" ) ), "s.json: /events: expected at most 200000 events, found 200001" );
-   EXPECT_EQ(
-      error( R"({"start":{"switchoverStage":{)" + many( 20'001, R"("s#":true)" ) + "}}}" ),
+      error( R"({"start":{"switchoverStage":{)" + many( 20'001, "\"s", "\":true" ) + "}}}" ),
       "s.json: /start/switchoverStage: expected at most 20000 stages, found 20001" );
    EXPECT_EQ(
-      eventError( many( 20'001, R"({"atNs":#,"fault":{"kind":"hardwareGone"}})" ) ),
-      "s.json: /events/20000/fault: expected at most 20000 faults, found 20001" );
+      eventError( many( 10'001, "{\"atNs\":", R"(,"fault":{"kind":"hardwareGone"}})" ) ),
+      "s.json: /events/10000/fault: expected at most 10000 faults, found 10001" );
 }
 
 TEST( Scenario, AStageIsCalledByPrintableCharacters ) {
