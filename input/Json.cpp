@@ -4,7 +4,6 @@
 #include "input/Number.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -309,9 +308,9 @@ std::string readFile( std::string const & path ) {
    errno = 0;
    std::ifstream file( path, std::ios::binary );
    std::string content;
-   std::array<char, std::size_t{ 64 } * 1024> piece;
-   while ( file.read( piece.data(), piece.size() ) || file.gcount() > 0 ) {
-      content.append( piece.data(), static_cast<std::size_t>( file.gcount() ) );
+   std::string piece( std::size_t{ 64 } * 1024, '\0' );
+   while ( file.read( piece.data(), static_cast<std::streamsize>( piece.size() ) ) || file.gcount() > 0 ) {
+      content.append( piece, 0, static_cast<std::size_t>( file.gcount() ) );
       if ( Limits::fileBytes.passedBy( content.size() ) )
          throw InputError( path + ": expected " + Limits::fileBytes.text() + ", found more" );
    }

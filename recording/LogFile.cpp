@@ -2,6 +2,7 @@
 
 #include "input/InputError.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -10,9 +11,13 @@
 namespace Recording {
 
 void requireNoInput( std::string const & path, std::vector<std::string> const & inputs ) {
-   for ( std::string const & input : inputs )
-      if ( std::error_code none; std::filesystem::equivalent( path, input, none ) )
-         throw Input::InputError( path + ": expected another file to write to, found " + input + ", which is read" );
+   auto const isIt = [&]( std::string const & input ) {
+      std::error_code none;
+      return std::filesystem::equivalent( path, input, none );
+   };
+   auto const found = std::ranges::find_if( inputs, isIt );
+   if ( found != inputs.end() )
+      throw Input::InputError( path + ": expected another file to write to, found " + *found + ", which is read" );
 }
 
 LogFile::LogFile( std::string path, std::size_t pieceSize, std::vector<std::string> const & inputs )
