@@ -8,8 +8,8 @@
 #include "command/SwitchoverCommands.h"
 #include "framework/Trace.h"
 #include "input/Json.h"
-#include "service/Agent.h"
 #include "service/Exit.h"
+#include "service/RunAgent.h"
 
 #include <CLI/CLI.hpp>
 

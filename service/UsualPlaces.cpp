@@ -20,11 +20,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The folder that the service manager makes for the service of that description (systemd/clockpath@.service), where
+// there can be one; else empty.
+std::string serviceFolderOf( Input::CardDescription const & card ) {
+   fs::path const file = fs::absolute( card.file ).lexically_normal();
+   if ( file.parent_path() != "/etc/clockpath" || file.extension() != ".json" ) return "";
+   return "/run/clockpath/" + file.stem().string();
+}
+
 // The best place first. A card that is simulated by who uses it is known by its description, beside which nobody looks
 // for what an agent leaves.
 std::vector<std::string> foldersOf( Input::CardDescription const & card ) {
-   if ( card.place().empty() ) return { placesBeside( card.file, ".agent" ).back() };
-   return placesBeside( card.place(), ".agent" );
+   std::vector<std::string> folders{ placesBeside( card.file, ".agent" ).back() };
+   if ( !card.place().empty() ) folders = placesBeside( card.place(), ".agent" );
+   if ( std::string const service = serviceFolderOf( card ); !service.empty() )
+      folders.insert( folders.begin(), service );
+   return folders;
 }
 
 fs::path folderOf( Input::CardDescription const & card ) {
