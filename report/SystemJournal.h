@@ -26,7 +26,7 @@ struct SystemEntry {
    std::string event{};
 };
 
-/// A failed bring-up and the end by an assertion are errors; a card that has gone, or whatever else is bad, is a warning.
+/// A failed bring-up and the end by an assertion are errors; a card that has gone, or what else is bad, is a warning.
 SystemEntry entryOf( JournalLine const & line, bool cardGone );
 
 /// The socket of the journal, where the descriptor leads there, as the service manager says in JOURNAL_STREAM.

@@ -12,8 +12,8 @@
 // Alive is who turns his loop, or goes on with a bring-up, which shows in its sleeps: both say so, and nobody else, so
 // that a loop that hangs is found. The watchdog is fed at no more than half its time, where no sleep is longer than
 // that: those of the machines last up to a second, a pause of a sequence up to 4.3 s. Before the agent is ready each
-// sign of life also extends the time that the manager gives it to start, since the first bring-up of a chip that is dead
-// takes minutes.
+// sign of life also extends the time that the manager gives it to start, since the first bring-up of a dead chip takes
+// minutes.
 #pragma once
 
 #include "card/Descriptor.h"

@@ -23,7 +23,8 @@ namespace {
 // The folder that the service manager makes for the service of that description (systemd/clockpath@.service), where
 // there can be one; else empty.
 std::string serviceFolderOf( Input::CardDescription const & card ) {
-   fs::path const file = fs::absolute( card.file ).lexically_normal();
+   std::error_code none;   // without a file it has no folder either
+   fs::path const file = fs::absolute( card.file, none ).lexically_normal();
    if ( file.parent_path() != "/etc/clockpath" || file.extension() != ".json" ) return "";
    return "/run/clockpath/" + file.stem().string();
 }
