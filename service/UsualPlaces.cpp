@@ -32,8 +32,8 @@ std::string serviceFolderOf( Input::CardDescription const & card ) {
 // The best place first. A card that is simulated by who uses it is known by its description, beside which nobody looks
 // for what an agent leaves.
 std::vector<std::string> foldersOf( Input::CardDescription const & card ) {
-   std::vector<std::string> folders{ placesBeside( card.file, ".agent" ).back() };
-   if ( !card.place().empty() ) folders = placesBeside( card.place(), ".agent" );
+   std::vector<std::string> folders = placesBeside( card.place().empty() ? card.file : card.place(), ".agent" );
+   if ( card.place().empty() ) folders = { folders.back() };
    if ( std::string const service = serviceFolderOf( card ); !service.empty() )
       folders.insert( folders.begin(), service );
    return folders;
