@@ -4,6 +4,7 @@
 #include "sim/CardEvents.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Host {
 
@@ -26,6 +27,7 @@ template<class Entity> Vor::Ptr<Entity> placed( Vor::Ptr<Entity> entity, Vor::Pt
 
 Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & hamImpl, MakeGpo const & makeGpo )
    : description_( std::move( description ) ),
+     makeGpo_( makeGpo ),
      ham_( Fru::hamFactory( "ham" ) ),
      timeSync_( PtpTimeSync::statusFactory( "timeSync" ) ),
      redundancy_( Redundancy::redundancyStatusFactory( "redundancy" ) ),
@@ -40,8 +42,14 @@ Card::Card( Input::CardDescription description, Vor::Ptr<Fru::HamImpl> const & h
      max24305ConfigDir_( placed( Hardware::Max24305::configDirFactory( "config" ), max24305_ ) ),
      max24305StatusDir_( placed( Hardware::Max24305::statusDirFactory( "status" ), max24305_ ) ) {
    ham_->hamImplIs( hamImpl );
+   wire();
+}
+
+// Makes the outputs and clock statuses that are not there.
+void Card::wire() {
    for ( Input::GpoDescription const & gpo : description_.gpos ) {
-      Vor::Ptr<Hardware::SetClearGpo> const output = placed( makeGpo( gpo.name ), gpo_ );
+      if ( gpos_.contains( gpo.name ) ) continue;
+      Vor::Ptr<Hardware::SetClearGpo> const output = placed( makeGpo_( gpo.name ), gpo_ );
       output->activeTypeIs( gpo.activeType );
       output->offsetIs( gpo.offset );
       output->bitIs( gpo.bit );
@@ -90,6 +98,43 @@ std::vector<Vor::Ptr<Vor::Entity const>> Card::entities() const {
    return all;
 }
 
+void Card::descriptionIs( Input::CardDescription description, CardChange const & change ) {
+   auto const dropped = [&]( std::string const & chip ) {
+      return change.anew.contains( chip ) || change.gone.contains( chip );
+   };
+   for ( Sim::ScenarioChip const & chip : description_.scenarioChips() )
+      if ( dropped( chip.name ) ) {
+         tolvaneConfigDir_->memberDel( chip.name );
+         tolvaneStatusDir_->memberDel( chip.name );
+         max24305ConfigDir_->memberDel( chip.name );
+         max24305StatusDir_->memberDel( chip.name );
+      }
+   std::erase_if( clockStatuses_, [&]( auto const & status ) {
+      bool const stays = std::ranges::any_of( description.max24305s, [&]( Input::Max24305Description const & chip ) {
+         return chip.clockStatus == status.first && !dropped( chip.name );
+      } );
+      if ( !stays ) status.second->parentIs( nullptr );
+      return !stays;
+   } );
+   std::erase_if( gpos_, [&]( auto const & output ) {
+      Input::GpoDescription const * const gpo = description.gpo( output.first );
+      bool const stays = gpo && *gpo == *description_.gpo( output.first );
+      if ( !stays ) output.second->parentIs( nullptr );
+      return !stays;
+   } );
+   description_ = std::move( description );
+   wire();
+   Input::CardDescription anew = description_;
+   auto const reduce = [&]( auto & chips ) {
+      for ( auto & chip : std::exchange( chips, {} ) )
+         if ( change.anew.contains( chip.name ) ) chips.push_back( chip );
+   };
+   reduce( anew.tolvanes );
+   reduce( anew.max24305s );
+   configure( *this, inventoryOf( anew, ham_ ) );
+   for ( Input::Max24305Description const & chip : anew.max24305s ) handOver( chip.name );
+}
+
 void Card::handOver( std::string const & chip ) { max24305ConfigDir_->max24305( chip )->opsToDoValidIs( true ); }
 
 void Card::adopt( std::string const & chip ) const {
@@ -118,7 +163,7 @@ void configure( Card & card, CardInventory const & inventory ) {
          record->role(), slotId );
       card.tolvaneStatusDir()->tolvaneIs( record->name(), genId, record->role() );
    }
-   card.max24305ConfigDir()->supportedIs( !inventory.max24305s.empty() );
+   card.max24305ConfigDir()->supportedIs( card.description().max24305s.size() > 0 );
    for ( Vor::Ptr<Inventory::Max24305> const & record : inventory.max24305s ) {
       Vor::Ptr<Hardware::Max24305::Config> const config = card.max24305ConfigDir()->max24305Is(
          record->name(), genId, record->configBlock()->offset(), record->statusBlock()->offset(),

@@ -11,6 +11,7 @@
 //    card.handOver( "ptp0" );
 #pragma once
 
+#include "card/CardChange.h"
 #include "card/CardInventory.h"
 #include "hardware/Max24305ConfigDir.h"
 #include "hardware/Max24305StatusDir.h"
@@ -65,6 +66,11 @@ class Card {
    /// All of them, those that others refer to or stand under first. The card is configured.
    std::vector<Vor::Ptr<Vor::Entity const>> entities() const;
 
+   /// The card is described otherwise from now on; `change` is what changeOf gave, and its chips have no machines.
+   /// They lose their configurations and states, and those that are made anew have new ones, with their sequences
+   /// handed over. Entities of all others stay as they are, and no register is touched.
+   void descriptionIs( Input::CardDescription description, CardChange const & change );
+
    /// Hands over the sequence of the MAX24305 of that name, which is complete.
    void handOver( std::string const & chip );
 
@@ -76,7 +82,10 @@ class Card {
    bool allReady() const;
 
  private:
-   Input::CardDescription const description_;
+   void wire();
+
+   Input::CardDescription description_;
+   MakeGpo const makeGpo_;
    Vor::Ptr<Fru::Ham> const ham_;
    Vor::Ptr<PtpTimeSync::Status> const timeSync_;
    Vor::Ptr<Redundancy::RedundancyStatus> const redundancy_;

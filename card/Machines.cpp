@@ -55,6 +55,8 @@ class Machines::RunningTolvane final : public Vor::PtrInterface {
         presence_( new Presence( *this, card.hamImpl() ) ),
         wiring_( new Wiring( *this, card.resetGpoOf( chip ) ) ) {}
 
+   Vor::Ptr<Vor::PtrInterface> machine() const { return machine_; }
+
  private:
    struct Presence final : Fru::HamImpl::NotifieeConst {
       Presence( RunningTolvane & tolvane, Vor::Ptr<Fru::HamImpl const> const & ham ) : tolvane( tolvane ) {
@@ -87,32 +89,36 @@ class Machines::RunningTolvane final : public Vor::PtrInterface {
 Machines::Machines( Card const & card, std::set<std::string> const & running ) : card_( card ) {
    requireServedInputs( card.description() );
    for ( Input::TolvaneDescription const & chip : card.description().tolvanes )
-      if ( running.contains( chip.name ) )
-         running_.push_back( new RunningTolvane( card, chip.name ) );
-      else
-         tolvanes_.push_back( chip.name );
+      if ( running.contains( chip.name ) ) running_[chip.name] = new RunningTolvane( card, chip.name );
 }
 
 Machines::~Machines() = default;
 
 bool Machines::makeNext() {
-   auto const & max24305s = card_.description().max24305s;
-   std::size_t const made = machines_.size();
-   if ( made < tolvanes_.size() )
-      machines_.push_back( tolvaneMachine( card_, tolvanes_[made] ) );
-   else if ( made - tolvanes_.size() < max24305s.size() )
-      machines_.push_back( max24305Machine( card_, max24305s[made - tolvanes_.size()].name ) );
+   auto const hasNone = [this]( auto const & chip ) {
+      return !running_.contains( chip.name ) && !machines_.contains( chip.name );
+   };
+   auto const & card = card_.description();
+   if ( auto const tolvane = std::ranges::find_if( card.tolvanes, hasNone ); tolvane != card.tolvanes.end() )
+      machines_[tolvane->name] = tolvaneMachine( card_, tolvane->name );
+   else if ( auto const chip = std::ranges::find_if( card.max24305s, hasNone ); chip != card.max24305s.end() )
+      machines_[chip->name] = max24305Machine( card_, chip->name );
    else
       return false;
    return true;
 }
 
+void Machines::del( std::set<std::string> const & chips ) {
+   for ( std::string const & chip : chips ) {
+      running_.erase( chip );
+      machines_.erase( chip );
+   }
+}
+
 Vor::Ptr<Vor::PtrInterface> Machines::machine( std::string const & chip ) const {
-   std::size_t at = 0;
-   auto const isAt = [&]( auto const & described ) { return described.name == chip || ( ++at, false ); };
-   auto const & card = card_.description();
-   bool const known = std::ranges::any_of( card.tolvanes, isAt ) || std::ranges::any_of( card.max24305s, isAt );
-   return known && at < machines_.size() ? machines_[at] : nullptr;
+   if ( auto const running = running_.find( chip ); running != running_.end() ) return running->second->machine();
+   auto const found = machines_.find( chip );
+   return found == machines_.end() ? nullptr : found->second;
 }
 
 }   // namespace Host

@@ -14,9 +14,9 @@
 #include "card/Card.h"
 #include "framework/PtrInterface.h"
 
+#include <map>
 #include <set>
 #include <string>
-#include <vector>
 
 namespace Host {
 
@@ -42,6 +42,9 @@ class Machines {
    /// Makes the machine of the next chip; false when every chip has one, or goes on without.
    bool makeNext();
 
+   /// These chips have no machines any more, and stay as they run.
+   void del( std::set<std::string> const & chips );
+
    /// The machine of the chip of that name, empty while it has none.
    Vor::Ptr<Vor::PtrInterface> machine( std::string const & chip ) const;
 
@@ -49,9 +52,8 @@ class Machines {
    class RunningTolvane;
 
    Card const & card_;
-   std::vector<Vor::Ptr<RunningTolvane>> running_;
-   std::vector<std::string> tolvanes_;   // the others
-   std::vector<Vor::Ptr<Vor::PtrInterface>> machines_;
+   std::map<std::string, Vor::Ptr<RunningTolvane>> running_;
+   std::map<std::string, Vor::Ptr<Vor::PtrInterface>> machines_;   // of all others
 };
 
 }   // namespace Host

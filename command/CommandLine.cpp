@@ -14,8 +14,8 @@
 #include "input/Number.h"
 #include "platform/PtpTimeSyncStatus.h"
 #include "platform/RedundancyStatus.h"
-#include "service/Agent.h"
 #include "service/Exit.h"
+#include "service/RunAgent.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -43,6 +43,7 @@ struct MmapAccess {
 struct GpoDescription : Fru::OutputBit {
    std::string name;
    U32 offset = 0;
+   bool operator==( GpoDescription const & ) const = default;
 };
 
 struct TolvaneDescription {

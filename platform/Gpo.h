@@ -23,6 +23,7 @@ using Vor::operator<<;
 struct OutputBit {
    U32 bit = 0;   ///< 0 to 31
    ActiveType activeType = activeHigh_;
+   bool operator==( OutputBit const & ) const = default;
 
    constexpr U32 mask() const { return U32{ 1 } << bit; }
    /// Whether the output is active while the register holds `word`.

@@ -19,10 +19,12 @@ std::string timeOfDay() {
 
 Journal::Journal(
    std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
-   std::optional<U32> traceLevel )
+   std::optional<U32> traceLevel, std::optional<std::string> const & system )
    : out_( out ),
+     system_( system ? std::optional<SystemJournal>( std::in_place, *system ) : std::nullopt ),
      style_( style ),
      onTerminal_( onTerminal ),
+     events_( events ),
      card_( card ),
      chipWidth_( chipWidthOf( card.description() ) ),
      narrator_(
@@ -32,6 +34,11 @@ Journal::Journal(
    events.listenerAdd( *this );
 }
 
+Journal::~Journal() {
+   events_.listenerDel( *this );
+   events_.listenerDel( stream_ );
+}
+
 void Journal::begin() const { out_ << cardText( card_.description(), style_ ) << std::endl; }
 
 void Journal::onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction ) {
@@ -39,7 +46,10 @@ void Journal::onUnclaimed( U64 ns, U32 address, Sim::AccessDirection direction )
 }
 
 void Journal::take( Recording::Event const & event ) {
+   auto const * const input = std::get_if<Recording::InputChange>( &event.what );
+   cardGone_ = input && input->what == "hardwarePresent" && input->value == 0;
    narrator_.take( event );
+   cardGone_ = false;
    auto const * const told = std::get_if<Recording::Step>( &event.what );
    if ( !told || !onTerminal_ ) return;
    if ( auto const * done = std::get_if<Hardware::Steps::OperationDone>( &told->step ) )
@@ -57,7 +67,14 @@ void Journal::progressIs( std::string const & text ) {
    out_ << eraseLine << style_.quiet( text ) << std::flush;
 }
 
+void Journal::text( std::string const & lines ) const {
+   if ( system_ && system_->tell( { .message = lines, .priority = Priority::warning_, .chip = "", .event = "cause" } ) )
+      return;
+   out_ << ( onTerminal_ ? eraseLine : "" ) << lines << std::flush;
+}
+
 void Journal::tell( JournalLine const & line ) const {
+   if ( system_ && system_->tell( entryOf( line, cardGone_ ) ) ) return;
    out_ << ( onTerminal_ ? eraseLine : "" ) << lineText( style_.quiet( timeOfDay() ), chipWidth_, line, style_ )
         << std::endl;
 }

@@ -1,5 +1,6 @@
 #include "service/Adoption.h"
 
+#include "card/Ties.h"
 #include "diagnosis/Audit.h"
 #include "framework/LogWriter.h"
 #include "framework/Wire.h"
@@ -123,32 +124,23 @@ Adoption::Adoption( Card const & card, Vor::LogBatch const & published, Register
 
 // A chip that is brought up takes others along, and these further ones.
 void Adoption::together() {
-   struct Chip {
-      std::string name;
-      std::string resetGpoName;
-      std::string clockStatus{};
-      std::string tolvane{};
+   Input::CardDescription const & card = card_.description();
+   auto const tie = [&]( std::string const & chip, std::string const & other ) -> std::string {
+      auto const * const fed = card.max24305( chip );
+      auto const * const otherFed = card.max24305( other );
+      std::string const why = tieOf( card, chip, other );
+      if ( !why.empty() || !fed || !otherFed || fed->tolvane.empty() || fed->tolvane != otherFed->tolvane ) return why;
+      return "with which it shares the Tolvane " + fed->tolvane;
    };
-   std::vector<Chip> chips;
-   for ( auto const & chip : card_.description().tolvanes ) chips.push_back( { chip.name, chip.resetGpoName } );
-   for ( auto const & chip : card_.description().max24305s )
-      chips.push_back( { chip.name, chip.resetGpoName, chip.clockStatus, chip.tolvane } );
-   auto const tie = []( Chip const & chip, Chip const & other ) -> std::string {
-      auto const shares = [&]( std::string Chip::*what ) {
-         return !( chip.*what ).empty() && chip.*what == other.*what;
-      };
-      if ( chip.tolvane == other.name ) return "which feeds it";
-      if ( shares( &Chip::resetGpoName ) ) return "with which it shares the reset output " + chip.resetGpoName;
-      if ( shares( &Chip::clockStatus ) ) return "with which it shares the clock status " + chip.clockStatus;
-      if ( shares( &Chip::tolvane ) ) return "with which it shares the Tolvane " + chip.tolvane;
-      return "";
-   };
+   auto const chips = card.scenarioChips();
    for ( bool more = true; more; ) {
       more = false;
-      for ( Chip const & chip : chips )
-         for ( Chip const & other : chips ) {
-            if ( !adopted( chip.name ) || adopted( other.name ) || tie( chip, other ).empty() ) continue;
-            reasons_[chip.name] = other.name + ", " + tie( chip, other ) + ", is brought up";
+      for ( Sim::ScenarioChip const & chip : chips )
+         for ( Sim::ScenarioChip const & other : chips ) {
+            if ( !adopted( chip.name ) || adopted( other.name ) ) continue;
+            std::string const why = tie( chip.name, other.name );
+            if ( why.empty() ) continue;
+            reasons_[chip.name] = other.name + ", " + why + ", is brought up";
             more = true;
          }
    }

@@ -5,7 +5,6 @@
 #include "recording/RecordedHam.h"
 #include "report/Style.h"
 #include "service/Exit.h"
-#include "service/UsualPlaces.h"
 #include "service/WallTime.h"
 #include "sim/SimulatedGpo.h"
 #include "state/OpenLog.h"
@@ -15,7 +14,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 
 namespace Host {
@@ -66,12 +64,14 @@ char const * textOf( Role role ) { return role == Role::single_ ? "single" : "ac
 }   // namespace
 
 Agent::Agent(
-   Input::CardDescription const & description, AgentOptions const & options, std::optional<TakeOver> takeOver )
+   Input::CardDescription const & description, AgentOptions const & options, ServiceManager & manager,
+   std::optional<TakeOver> takeOver )
    : options_( options ),
+     manager_( manager ),
      before_( takeOver ? std::move( *takeOver ) : publishedAt( options ) ),
      timerSlack_( options.timerSlackNs ),
      access_( description, options.role == Role::single_ ? 0 : before_.generation, pollSet_, fenced ),
-     signals_( access_.mapped(), resetOutputsOf( description ) ),
+     signals_( access_.mapped(), resetOutputsOf( description ), manager.present() ),
      log_( logFileOf( description, options ) ),
      card_(
         description, new Recording::RecordedHam( access_.ham(), events_ ),
@@ -93,8 +93,7 @@ Agent::Agent(
                                     : Redundancy::switchover_ );
    if ( options.timeSync && !options.ptp.socket )
       input_.said( static_cast<PtpTimeSync::OperationalState>( *options.timeSync ) );
-   journal_.emplace(
-      std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options.traceLevel );
+   journalBegin();
    if ( options.metrics ) metricsPlace_.emplace( *options.metrics );
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );   // the loop asks for itself whether it is to stop
    machines_.emplace( card_ );
@@ -117,6 +116,12 @@ void Agent::follow( PtpOptions const & options ) {
       [this]( std::string const & line ) { journal_->line( line ); } );
 }
 
+void Agent::journalBegin() {
+   journal_.emplace(
+      std::cout, styleOf( STDOUT_FILENO ), ::isatty( STDOUT_FILENO ) == 1, events_, card_, options_.traceLevel,
+      systemJournalOf( STDOUT_FILENO ) );
+}
+
 int Agent::run() {
    journal_->begin();
    awaitTimeSync();
@@ -125,13 +130,12 @@ int Agent::run() {
    adopt();
    beginToTell();
    if ( !access_.present() ) journal_->line( "waiting for the card: " + access_.trouble() );
-   while ( !ends() && machines_->makeNext() ) {
-      betweenTurns();
-      input_.look();
-   }
+   makeMachines();
+   if ( !ends() ) manager_.ready();
    Vor::activityManager().run(
       [this] { return ends(); },
       [this]( double ) {
+         if ( signals_.reloadTaken() ) reload();
          look();
          betweenTurns();
          pollSet_.wait( longestWait() );
@@ -142,13 +146,23 @@ int Agent::run() {
    return ended();
 }
 
+// A bring-up under way has the thread as long as it takes.
+void Agent::makeMachines() {
+   while ( !ends() && machines_->makeNext() ) {
+      betweenTurns();
+      input_.look();
+   }
+}
+
 int Agent::ended() {
+   if ( !standsBy_ ) manager_.stopping();
    bool const ready = card_.allReady();
    journal_->line(
       standsBy_ ? "stands by from now on"
       : ready   ? "stopped, all chips ready"
                 : "stopped, not every chip ready" );
    if ( log_ ) log_->finish();
+   if ( manager_.present() && signals_.stopAsked() ) return exitReady;
    return ready && !( teller_ && teller_->stands() ) && !stale_ ? exitReady : exitNotReady;
 }
 
@@ -157,7 +171,9 @@ void Agent::awaitTimeSync() {
    if ( !input_.mayBegin() ) journal_->line( "waiting for the source of time synchronisation" );
    while ( !ends() && !input_.mayBegin() ) {
       if ( ptp_ ) ptp_->look();
-      pollSet_.wait( std::min( input_.longestWait(), ptp_ ? ptp_->longestWait() : input_.longestWait() ) );
+      manager_.alive();
+      double const ptp = ptp_ ? ptp_->longestWait() : input_.longestWait();
+      pollSet_.wait( std::min( { input_.longestWait(), ptp, manager_.longestWait() } ) );
    }
    if ( !input_.answered() && !ends() ) journal_->line( "the source of time synchronisation does not answer" );
    input_.look();
@@ -177,10 +193,10 @@ void Agent::beginToTell() {
    std::string const began = wallTime();
    FailureFolder const folder( options_.failures );
    if ( options_.forget ) folder.forget();
-   statesAdd( events_, card_ );
    events_.sleepsAdd();
+   if ( manager_.present() ) events_.listenerAdd( *this );
    if ( log_ ) recorder_.emplace( log_->log(), events_, card_, began );
-   teller_.emplace( events_, card_, *journal_, log_ ? std::nullopt : std::optional( folder ), began );
+   chipsTell( began );
    state_.emplace( card_, status_, options_.state, before_.generation, options_.role == Role::active_ );
    watch_.emplace( card_, *state_, *journal_, events_, options_.watchSeconds );
    if ( metricsPlace_ ) {
@@ -199,13 +215,22 @@ void Agent::beginToTell() {
    if ( adoption_ ) machines_.emplace( card_, adoption_->tolvanes() );   // where it was, for the requests
 }
 
+// States and causes, of the chips that the card has now.
+void Agent::chipsTell( std::string const & began ) {
+   statesAdd( events_, card_ );
+   teller_.emplace(
+      events_, card_, *journal_, log_ ? std::nullopt : std::optional<FailureFolder>( options_.failures ), began );
+}
+
 // What was looked at may have armed timers.
 double Agent::longestWait() const {
    Vor::ActivityManager & manager = Vor::activityManager();
    double const seconds = std::max( 0.0, manager.nextTime() - manager.config().clock()->now() );
    double const ptp = ptp_ ? ptp_->longestWait() : seconds;
    double const told = metrics_ ? metrics_->longestWait() : seconds;
-   return std::min( { seconds, ptp, told, watch_->longestWait(), teller_->longestWait(), access_.longestWait() } );
+   return std::min(
+      { seconds, ptp, told, watch_->longestWait(), teller_->longestWait(), access_.longestWait(),
+        manager_.longestWait() } );
 }
 
 bool Agent::ends() const { return signals_.stopAsked() || standsBy_ || stale_; }
@@ -219,6 +244,8 @@ void Agent::betweenTurns() {
    watch_->look();
    if ( metrics_ ) metrics_->look();
    state_->turnEnds();
+   manager_.alive();
+   if ( manager_.present() ) manager_.statusIs( states() );
 }
 
 // An active supervisor serves as such once its state can be read by the other, and every chip is ready.
@@ -248,10 +275,19 @@ void Agent::lookAtLog() {
 }
 
 void Agent::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
-   if ( !std::holds_alternative<Hardware::Steps::AttemptBegun>( step ) ) return;
+   using namespace Hardware::Steps;
+   // An operation takes some ten microseconds.
+   if ( manager_.present() && state_ && !std::holds_alternative<OperationDone>( step ) ) manager_.statusIs( states() );
+   if ( !std::holds_alternative<AttemptBegun>( step ) ) return;
    if ( ptp_ ) ptp_->rest();
    signals_.underWayIs( config.name().charPtr() );
    if ( control_ ) control_->busyWith( "the bring-up of " + config.name().string().stdString() );
+}
+
+// A bring-up sleeps at least every few milliseconds, or as long as it has to.
+void Agent::onSleep( U64, U64 ) {
+   manager_.alive();
+   if ( signals_.stopAsked() ) manager_.stopping();
 }
 
 // What has changed outside sets the machines to work inside this call.
@@ -281,46 +317,60 @@ Input::Json Agent::position() {
    return told;
 }
 
-namespace {
-
-// Where nobody said where state and socket stand, they stand where they usually do. A card that is simulated by the
-// agent has no lock; there the first agent has these places, which the lock that is given holds.
-void usualPlacesTake(
-   Input::CardDescription const & description, AgentOptions & options, std::optional<CardLock> & simulated ) {
-   std::string const state = usualStatePath( description );
-   try {
-      std::string const folder = std::filesystem::path( state ).parent_path();
-      ownFolderMake( folder );
-      if ( description.place().empty() ) simulated.emplace( folder + "/card", "agent" );
-   } catch ( std::exception const & error ) {
-      std::cerr << "clockpath: the state is not published, and no requests are taken: " << error.what() << '\n';
-      return;
+// How the chips stand, on one line: "osc0 ready, ptp0 locking, attempt 1".
+std::string Agent::states() const {
+   if ( !access_.present() ) return "waiting for the card: " + access_.trouble();
+   std::string text;
+   for ( Sim::ScenarioChip const & chip : card_.description().scenarioChips() ) {
+      auto const tolvane = card_.tolvaneStatusDir()->tolvane( chip.name );
+      Vor::String const state = tolvane ? stringValue( tolvane->state() )
+                                        : stringValue( card_.max24305StatusDir()->max24305( chip.name )->state() );
+      text += fmt::format( "{}{} {}", text.empty() ? "" : ", ", chip.name, state.stdString() );
+      U32 const attempt = state_->progress( chip.name )->attempt();
+      if ( !card_.ready( chip.name ) && attempt > 0 ) text += fmt::format( ", attempt {}", attempt );
    }
-   if ( !options.state ) options.state = state;
-   if ( !options.socket ) options.socket = usualSocketPath( description );
+   return text;
 }
 
-}   // namespace
-
-int runAgent( Input::CardDescription const & description, AgentOptions options ) {
-   if ( options.role != Role::single_ && ( !options.state || !options.socket ) )
-      throw Input::InputError( "--role: expected --state, where both supervisors' states are, and --socket, by which "
-                               "each is told who is active" );
-   std::optional<CardLock> simulated;
-   if ( !options.state || !options.socket ) usualPlacesTake( description, options, simulated );
-   for ( ;; ) {
-      std::optional<TakeOver> order;
-      if ( options.role == Role::standby_ ) {
-         order = Standby( options ).run();
-         if ( !order ) return exitReady;
-         options.role = Role::active_;
-         options.generation = order->generation;
-      }
-      Agent agent( description, options, std::move( order ) );
-      int const result = agent.run();
-      if ( !agent.standsBy() ) return result;
-      options.role = Role::standby_;
+// Machines are made anew behind this, as at the start.
+void Agent::reload() {
+   manager_.reloading();
+   Input::CardDescription description;
+   CardChange change;
+   try {
+      if ( log_ ) throw Input::InputError( "--events: an event log has the card that it began with" );
+      description = Input::readCard( card_.description().file );
+      requireServedInputs( description );
+      change = changeOf( card_.description(), description );
+      if ( change.nothing() ) journal_->line( "the card description is read again: no chip is described otherwise" );
+   } catch ( std::exception const & error ) {
+      journal_->line(
+         fmt::format( "the card description is not taken, and all goes on as it was: {}", error.what() ), Tone::bad_ );
    }
+   if ( !change.nothing() ) take( std::move( description ), change );
+   manager_.ready();
+   makeMachines();
+}
+
+void Agent::take( Input::CardDescription description, CardChange const & change ) {
+   std::vector<Diagnosis::Cause> causes = teller_->causesOfOthers( change );
+   teller_.reset();
+   machines_->del( change.anew );
+   machines_->del( change.gone );
+   events_.statusesDel();
+   card_.descriptionIs( std::move( description ), change );
+   journalBegin();
+   chipsTell( wallTime() );
+   teller_->causesAre( std::move( causes ) );
+   state_->cardChanged( change );
+   watch_->cardChanged( change );
+   if ( metrics_ ) metrics_->cardChanged( change );
+   signals_.outputsAre( resetOutputsOf( card_.description() ) );
+   std::string text;
+   for ( std::string const & chip : change.anew ) text += ( text.empty() ? "" : ", " ) + chip + " is made anew";
+   for ( std::string const & chip : change.gone ) text += ( text.empty() ? "" : ", " ) + chip + " is left as it stands";
+   journal_->line( "the card description is read again: " + text );
+   input_.look();
 }
 
 }   // namespace Host

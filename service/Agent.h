@@ -1,12 +1,13 @@
 // The agent: looks after the chips of a card in real time, until a signal asks it to stop. It tells what happens on
 // standard output (report/Journal.h), publishes its state, and writes an event log where one is asked for.
 //
-//    Host::Agent agent( Input::readCard( path ), {} );
+//    ServiceManager manager;
+//    Host::Agent agent( Input::readCard( path ), {}, manager );
 //    return agent.run();
 //
-// Of two supervisors one stands by (service/Standby.h); whoever decides who is active tells them over their sockets:
-//
-//    return Host::runAgent( Input::readCard( path ), { .state = "redis://...", .role = Role::standby_ } );
+// Under a service manager (service/ServiceManager.h) SIGHUP has it read the description again, between two turns.
+// Chips that are described as before stay untouched, those that are not are made anew, and those that are gone stay as
+// they stand; a description that cannot be taken changes nothing.
 #pragma once
 
 #include "card/Card.h"
@@ -27,6 +28,7 @@
 #include "service/MetricsPlace.h"
 #include "service/PollSet.h"
 #include "service/PtpDaemon.h"
+#include "service/ServiceManager.h"
 #include "service/Standby.h"
 #include "service/StatePublisher.h"
 #include "service/StopSignals.h"
@@ -38,30 +40,40 @@
 
 namespace Host {
 
-class Agent final : private StepListener {
+class Agent final : private StepListener, private Sim::CardListener {
  public:
    /// The card is configured, and no machine is made yet. One may live at a time, on the
    /// thread that made it. With `takeOver` it follows the supervisor whose state that is. Throws Input::InputError for
    /// a chip whose input no machine serves, and for an event log that cannot be written, and CardUnavailable for a card
    /// that somebody else uses.
    Agent(
-      Input::CardDescription const & description, AgentOptions const & options,
+      Input::CardDescription const & description, AgentOptions const & options, ServiceManager & manager,
       std::optional<TakeOver> takeOver = std::nullopt );
    Agent( Agent const & ) = delete;
    Agent & operator=( Agent const & ) = delete;
 
-   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then and no cause stood, else 1.
+   /// Until a signal stops it. Gives the exit code: 0 when all chips were ready then and no cause stood, or when a
+   /// service manager has asked it to stop, else 1.
    int run();
    /// Whether it ended because it is to stand by.
    bool standsBy() const { return standsBy_; }
+   /// As read last.
+   Input::CardDescription const & description() const { return card_.description(); }
 
  private:
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
+   void onSleep( U64 ns, U64 forNs ) override;
    int ended();
    void awaitTimeSync();
    void follow( PtpOptions const & options );
    void adopt();
+   void journalBegin();
    void beginToTell();
+   void makeMachines();
+   void chipsTell( std::string const & began );
+   void reload();
+   void take( Input::CardDescription description, CardChange const & change );
+   std::string states() const;
    void betweenTurns();
    void look();
    void lookAtRole();
@@ -72,6 +84,7 @@ class Agent final : private StepListener {
    Input::Json position();
 
    AgentOptions const options_;
+   ServiceManager & manager_;
    TakeOver const before_;   // what the agent before this one published, and the generation of this one
    TimerSlack const timerSlack_;
    PollSet pollSet_;
@@ -99,9 +112,5 @@ class Agent final : private StepListener {
    bool stale_ = false;
    std::string trouble_;   // of the state log, as it was told last
 };
-
-/// The agent of a card, in the role that it has at first and those that it is given later, until a signal stops it.
-/// Gives the exit code.
-int runAgent( Input::CardDescription const & description, AgentOptions options );
 
 }   // namespace Host

@@ -12,6 +12,10 @@ namespace {
 // What is waited for comes within this, or it is told.
 constexpr U64 longWaitNs = 30'000'000'000;
 
+bool concerns( Diagnosis::Cause const & cause, std::string const & chip ) {
+   return cause.chip == "card" || ( ", " + cause.chip + "," ).find( ", " + chip + "," ) != std::string::npos;
+}
+
 }   // namespace
 
 CauseTeller::Kept::Kept( FailureFolder folder, Sim::CardEvents & events, Card const & card, std::string const & began )
@@ -28,6 +32,11 @@ CauseTeller::CauseTeller(
    story_.emplace( stream_.header() );
 }
 
+CauseTeller::~CauseTeller() {
+   events_.listenerDel( stream_ );
+   if ( kept_ ) events_.listenerDel( kept_->last );
+}
+
 void CauseTeller::look() {
    if ( !std::exchange( news_, false ) && events_.nowNs() < waitsEndNs_ ) return;
    std::vector<Diagnosis::Cause> causes = Diagnosis::causesOf( *story_ );
@@ -38,6 +47,7 @@ void CauseTeller::look() {
       } );
       return cause.weight != Diagnosis::Weight::cause_ || ( !done && events_.nowNs() < cause.sinceNs + longWaitNs );
    } );
+   causes.insert( causes.end(), before_.begin(), before_.end() );
    for ( Diagnosis::Cause const & cause : causes ) {
       bool const told = std::ranges::any_of( causes_, [&]( Diagnosis::Cause const & earlier ) {
          return earlier.chip == cause.chip && earlier.what == cause.what;
@@ -53,12 +63,20 @@ void CauseTeller::look() {
 std::map<std::string, std::string> CauseTeller::byChip() const {
    std::map<std::string, std::string> first;
    for ( Diagnosis::ChipStory const & chip : story_->chips() ) {
-      auto const cause = std::ranges::find_if( causes_, [&]( Diagnosis::Cause const & one ) {
-         return one.chip == "card" || ( ", " + one.chip + "," ).find( ", " + chip.name + "," ) != std::string::npos;
-      } );
+      auto const cause =
+         std::ranges::find_if( causes_, [&]( Diagnosis::Cause const & one ) { return concerns( one, chip.name ); } );
       first[chip.name] = cause == causes_.end() ? "" : cause->what;
    }
    return first;
+}
+
+std::vector<Diagnosis::Cause> CauseTeller::causesOfOthers( CardChange const & change ) const {
+   std::vector<Diagnosis::Cause> others = causes_;
+   std::erase_if( others, [&]( Diagnosis::Cause const & cause ) {
+      auto const concerned = [&]( std::string const & chip ) { return concerns( cause, chip ); };
+      return std::ranges::any_of( change.anew, concerned ) || std::ranges::any_of( change.gone, concerned );
+   } );
+   return others;
 }
 
 double CauseTeller::longestWait() const {
@@ -83,6 +101,8 @@ void CauseTeller::take( Recording::Event const & event ) {
    story_->take( event );
    news_ = true;
    auto const * const told = std::get_if<Recording::Step>( &event.what );
+   if ( told )
+      std::erase_if( before_, [&]( Diagnosis::Cause const & cause ) { return concerns( cause, told->chip ); } );
    if ( told && story_->chip( told->chip ).state == "failed" ) failed_.insert( told->chip );
    if ( told && story_->chip( told->chip ).ready() ) failed_.erase( told->chip );
 }

@@ -30,11 +30,17 @@ class CauseTeller {
    CauseTeller(
       Sim::CardEvents & events, Card const & card, Journal & journal, std::optional<FailureFolder> folder,
       std::string const & began );
+   ~CauseTeller();
    CauseTeller( CauseTeller const & ) = delete;
    CauseTeller & operator=( CauseTeller const & ) = delete;
 
    /// No machine is at work.
    void look();
+
+   /// The causes that were told and stand still, of chips that a change of the card leaves alone. The teller of the
+   /// card as it is then is given them: there one stands until something happens to its chip.
+   std::vector<Diagnosis::Cause> causesOfOthers( CardChange const & change ) const;
+   void causesAre( std::vector<Diagnosis::Cause> before ) { causes_ = before_ = std::move( before ); }
 
    /// Whether a cause that was told stands still.
    bool stands() const { return !causes_.empty(); }
@@ -69,6 +75,7 @@ class CauseTeller {
    U64 waitsEndNs_ = never;                 // when one that the last look found becomes too long
    std::set<std::string> failed_;           // chips whose bring-up failed since the last look
    std::vector<Diagnosis::Cause> causes_;   // those that were told, and stand
+   std::vector<Diagnosis::Cause> before_;   // of them those that were told before the story began
 };
 
 }   // namespace Host

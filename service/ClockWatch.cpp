@@ -62,6 +62,14 @@ void ClockWatch::look() {
       }
 }
 
+void ClockWatch::cardChanged( CardChange const & change ) {
+   auto const described = [&]( auto const & chip ) {
+      return change.anew.contains( chip.first ) || change.gone.contains( chip.first );
+   };
+   std::erase_if( seen_, described );
+   std::erase_if( troubles_, described );
+}
+
 void ClockWatch::forget( std::string const & chip ) {
    seen_.erase( chip );
    if ( troubles_.erase( chip ) == 0 ) return;

@@ -12,6 +12,7 @@
 #pragma once
 
 #include "card/Card.h"
+#include "card/CardChange.h"
 #include "diagnosis/Audit.h"
 #include "report/Journal.h"
 #include "service/StatePublisher.h"
@@ -31,6 +32,8 @@ class ClockWatch {
 
    /// No machine is at work.
    void look();
+   /// Of chips that are made anew or gone, what was seen counts no more.
+   void cardChanged( CardChange const & change );
    /// In seconds, until the next one is due; infinity while there is nothing to look at.
    double longestWait() const;
 

@@ -77,6 +77,12 @@ void Metrics::look() {
    hand_( text() );
 }
 
+void Metrics::cardChanged( CardChange const & change ) {
+   for ( std::string const & chip : change.gone ) counts_.erase( chip );
+   for ( std::string const & chip : change.anew ) counts_[chip];
+   news_ = true;
+}
+
 void Metrics::onStep( Vor::Entity const & config, Hardware::Step const & step ) {
    using namespace Hardware::Steps;
    look();   // what the steps before it have changed; since when a state stands is not known before its step is over

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "card/Card.h"
+#include "card/CardChange.h"
 #include "card/StepListener.h"
 #include "service/AgentStatus.h"
 #include "service/ClockWatch.h"
@@ -33,6 +34,8 @@ class Metrics final : private StepListener {
       ClockWatch const & watch, Hand hand );
 
    void look();
+   /// Chips that are gone are told no more, and those made anew go on where they were.
+   void cardChanged( CardChange const & change );
    /// In seconds, until the text is to be handed over again.
    double longestWait() const;
    /// As things are now.

@@ -9,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 
 namespace Host {
@@ -25,9 +26,10 @@ void tellStandby( std::string const & text ) {
 
 }   // namespace
 
-Standby::Standby( AgentOptions const & options )
-   : place_( options.state.value() ),
-     signals_( nullptr, {} ),
+Standby::Standby( AgentOptions const & options, ServiceManager & manager )
+   : manager_( manager ),
+     place_( options.state.value() ),
+     signals_( nullptr, {}, manager.present() ),
      mirror_( []( Vor::String const & text ) { tellStandby( text.stdString() ); } ),
      control_( options.socket.value(), pollSet_, [this]( Input::Json const & request ) { return answer( request ); } ) {
    pollSet_.descriptorAdd( signals_.descriptor(), [] {} );
@@ -36,11 +38,20 @@ Standby::Standby( AgentOptions const & options )
 
 std::optional<TakeOver> Standby::run() {
    tellStandby( "stands by, and mirrors " + State::placeText( place_ ) );
+   manager_.ready();
+   manager_.statusIs( "stands by" );
    while ( !signals_.stopAsked() && !generation_ ) {
+      if ( signals_.reloadTaken() ) {
+         manager_.reloading();
+         reloadAsked_ = true;
+         manager_.ready();
+      }
       follow();
-      pollSet_.wait( source_ ? retryPeriod * 5 : retryPeriod );
+      manager_.alive();
+      pollSet_.wait( std::min( source_ ? retryPeriod * 5 : retryPeriod, manager_.longestWait() ) );
    }
    if ( !generation_ ) {
+      manager_.stopping();
       tellStandby( "stopped" );
       return std::nullopt;
    }

@@ -10,6 +10,7 @@
 #include "service/AgentOptions.h"
 #include "service/ControlSocket.h"
 #include "service/PollSet.h"
+#include "service/ServiceManager.h"
 #include "service/StopSignals.h"
 
 #include <memory>
@@ -25,16 +26,19 @@ struct TakeOver {
 
 class Standby {
  public:
-   /// State and socket are told. Throws Input::InputError for a place that is none.
-   explicit Standby( AgentOptions const & options );
+   /// State and socket are told. Throws Input::InputError for a place that is none. The manager outlives it.
+   Standby( AgentOptions const & options, ServiceManager & manager );
 
    /// Until it is to be active, or a signal stops it, which gives nothing.
    std::optional<TakeOver> run();
+   /// Whether the card description is to be read again before it takes over.
+   bool reloadAsked() const { return reloadAsked_; }
 
  private:
    void follow();
    Input::Json answer( Input::Json const & request );
 
+   ServiceManager & manager_;
    std::string const place_;
    PollSet pollSet_;
    StopSignals signals_;
@@ -44,6 +48,7 @@ class Standby {
    std::string trouble_;
    Vor::Mirror mirror_;
    std::optional<U32> generation_;   // to take over with
+   bool reloadAsked_ = false;
    ControlSocket control_;
 };
 

@@ -3,7 +3,9 @@
 #include "service/WallTime.h"
 #include "state/OpenLog.h"
 
+#include <algorithm>
 #include <functional>
+#include <set>
 #include <utility>
 
 namespace Host {
@@ -60,26 +62,49 @@ class StatePublisher::StateWatch final : public Vor::EntityObserver {
 StatePublisher::StatePublisher(
    Card const & card, Vor::Ptr<AgentStatus> const & agent, std::optional<std::string> const & place, U32 generation,
    bool takesOver )
-   : generation_( generation ), agent_( agent ), chips_( Vor::entityFactory( "chip" ) ) {
+   : card_( card ), generation_( generation ), agent_( agent ), chips_( Vor::entityFactory( "chip" ) ) {
    agent_->generationIs( generation );
    chips_->parentIs( agent_.ptr() );
-   for ( Vor::Ptr<Vor::Entity const> const & entity : card.entities() ) writer_.entityAdd( entity );
-   writer_.entityAdd( agent_ );
-   writer_.entityAdd( chips_ );
-   auto const add = [this]( Vor::Name const & name, Vor::Ptr<Vor::Entity const> const & status ) {
-      Vor::Ptr<ChipProgress> const made = chipProgressFactory( name );
-      made->parentIs( chips_.ptr() );
-      made->stateSinceMsIs( wallMs() );
-      progress_[name.string().stdString()] = made;
-      watches_.push_back( new StateWatch( status, made ) );
-      writer_.entityAdd( made );
-   };
-   for ( auto const & [name, status] : card.tolvaneStatusDir()->tolvane() ) add( name, status );
-   for ( auto const & [name, status] : card.max24305StatusDir()->max24305() ) add( name, status );
+   cardAdd();
    if ( !place ) return;
    std::unique_ptr<Vor::TurnSink> sink = State::openSink( *place );
    if ( takesOver ) sink = std::make_unique<TakingOverSink>( std::move( sink ), *place );
    log_.emplace( std::move( sink ), generation );
+}
+
+// What of the card is not published yet, and the progress of chips that have none.
+void StatePublisher::cardAdd() {
+   entities_ = card_.entities();
+   for ( Vor::Ptr<Vor::Entity const> const & entity : entities_ ) writer_.entityAdd( entity );
+   writer_.entityAdd( agent_ );
+   writer_.entityAdd( chips_ );
+   auto const add = [this]( Vor::Name const & name, Vor::Ptr<Vor::Entity const> const & status ) {
+      std::string const chip = name.string().stdString();
+      if ( progress_.contains( chip ) ) return;
+      Vor::Ptr<ChipProgress> const made = chipProgressFactory( name );
+      made->parentIs( chips_.ptr() );
+      made->stateSinceMsIs( wallMs() );
+      progress_[chip] = made;
+      watches_[chip] = new StateWatch( status, made );
+      writer_.entityAdd( made );
+   };
+   for ( auto const & [name, status] : card_.tolvaneStatusDir()->tolvane() ) add( name, status );
+   for ( auto const & [name, status] : card_.max24305StatusDir()->max24305() ) add( name, status );
+}
+
+void StatePublisher::cardChanged( CardChange const & change ) {
+   auto const now = card_.entities();
+   for ( Vor::Ptr<Vor::Entity const> const & entity : entities_ )
+      if ( std::ranges::find( now, entity ) == now.end() ) writer_.entityDel( entity );
+   std::set<std::string> dropped = change.anew;
+   dropped.insert( change.gone.begin(), change.gone.end() );
+   for ( std::string const & chip : dropped )
+      if ( auto const found = progress_.extract( chip ) ) {
+         watches_.erase( chip );
+         writer_.entityDel( found.mapped() );
+         found.mapped()->parentIs( nullptr );
+      }
+   cardAdd();
 }
 
 StatePublisher::~StatePublisher() {

@@ -39,6 +39,9 @@ class StatePublisher final : private StepListener {
 
    Vor::Ptr<ChipProgress> progress( std::string const & chip ) const { return progress_.at( chip ); }
 
+   /// The card has other chips from now on, by this change of its description; before their machines are made.
+   void cardChanged( CardChange const & change );
+
    /// Publishes all as it is now.
    void begin();
    void turnEnds();
@@ -51,6 +54,7 @@ class StatePublisher final : private StepListener {
  private:
    class StateWatch;
 
+   void cardAdd();
    void onStep( Vor::Entity const & config, Hardware::Step const & step ) override;
    void told( ChipProgress & chip, Hardware::Steps::GateEvaluated const & gate );
    void told( ChipProgress & chip, Hardware::Steps::AttemptBegun const & attempt );
@@ -58,11 +62,13 @@ class StatePublisher final : private StepListener {
    void told( ChipProgress & chip, Hardware::Steps::LockPolled const & poll );
    void told( ChipProgress &, auto const & ) {}
 
+   Card const & card_;
    U32 const generation_;
    Vor::Ptr<AgentStatus> const agent_;
    Vor::Ptr<Vor::Entity> const chips_;
    std::map<std::string, Vor::Ptr<ChipProgress>> progress_;
-   std::vector<Vor::Ptr<Vor::EntityObserver>> watches_;
+   std::map<std::string, Vor::Ptr<Vor::EntityObserver>> watches_;
+   std::vector<Vor::Ptr<Vor::Entity const>> entities_;   // of the card, as published
    std::chrono::steady_clock::time_point operationToldAt_;
    Vor::LogWriter writer_;
    Vor::LogBatch whole_;

@@ -20,11 +20,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The folder that the service manager makes for the service of that description (systemd/clockpath@.service), where
+// there can be one; else empty.
+std::string serviceFolderOf( Input::CardDescription const & card ) {
+   std::error_code none;   // without a file it has no folder either
+   fs::path const file = fs::absolute( card.file, none ).lexically_normal();
+   if ( file.parent_path() != "/etc/clockpath" || file.extension() != ".json" ) return "";
+   return "/run/clockpath/" + file.stem().string();
+}
+
 // The best place first. A card that is simulated by who uses it is known by its description, beside which nobody looks
 // for what an agent leaves.
 std::vector<std::string> foldersOf( Input::CardDescription const & card ) {
-   if ( card.place().empty() ) return { placesBeside( card.file, ".agent" ).back() };
-   return placesBeside( card.place(), ".agent" );
+   std::vector<std::string> folders = placesBeside( card.place().empty() ? card.file : card.place(), ".agent" );
+   if ( card.place().empty() ) folders = { folders.back() };
+   if ( std::string const service = serviceFolderOf( card ); !service.empty() )
+      folders.insert( folders.begin(), service );
+   return folders;
 }
 
 fs::path folderOf( Input::CardDescription const & card ) {

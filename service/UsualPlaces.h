@@ -4,7 +4,8 @@
 //
 //    PATH.agent/state.db    PATH.agent/socket
 //
-// Those of a card that is simulated by its user stand in /tmp, after the description.
+// Those of a card that is simulated by its user stand in /tmp, after the description. Those of a service, whose
+// description is /etc/clockpath/NAME.json, stand in /run/clockpath/NAME.
 #pragma once
 
 #include "input/CardDescription.h"

@@ -33,7 +33,7 @@ CardEvents::CardEvents( Vor::Ptr<VirtualClock> clock ) : clock_( std::move( cloc
 }
 
 CardEvents::~CardEvents() {
-   for ( auto const & watch : watches_ ) watch->notifierIs( nullptr );
+   statusesDel();
    for ( SimulatedCard * card : cards_ ) {
       card->spiObserverIs( nullptr );
       card->unclaimedObserverIs( nullptr );
@@ -52,6 +52,11 @@ void CardEvents::cardAdd( SimulatedCard & card ) {
    } );
    card.unclaimedObserverIs(
       [this]( U32 address, AccessDirection direction ) { tell( &CardListener::onUnclaimed, address, direction ); } );
+}
+
+void CardEvents::statusesDel() {
+   for ( auto const & watch : watches_ ) watch->notifierIs( nullptr );
+   watches_.clear();
 }
 
 void CardEvents::sleepsAdd() {

@@ -39,6 +39,7 @@ class CardEvents final {
 
    /// Listeners are told in the order in which they joined, and live as long as something happens.
    void listenerAdd( CardListener & listener ) { listeners_.push_back( &listener ); }
+   void listenerDel( CardListener & listener ) { std::erase( listeners_, &listener ); }
    /// Nobody is told any more, of what somebody does to the card when all is over.
    void listenersDel() { listeners_.clear(); }
 
@@ -52,6 +53,9 @@ class CardEvents final {
    template<class Status> void statusAdd( Vor::Ptr<Status const> const & status ) {
       watches_.push_back( new StateWatch<Status>( status, *this ) );
    }
+
+   /// Of no status any more.
+   void statusesDel();
 
    U64 nowNs() const {
       if ( clock_ ) return clock_->nowNs();

@@ -45,6 +45,7 @@ class SimulatedCard {
       U32 offset = 0;
       U32 bit = 0;
       Fru::ActiveType activeType = Fru::activeHigh_;
+      bool operator==( Output const & ) const = default;
    };
    struct Max24305 {
       std::string name{};
@@ -59,17 +60,20 @@ class SimulatedCard {
       std::map<U16, U8> volatileBits{};   ///< which change with every read: masks by register
       U32 spiResponses = 0;               ///< entries that stand in the response FIFO at the start
       U32 spiCommands = 0;                ///< the same of the command FIFO
+      bool operator==( Max24305 const & ) const = default;
    };
    struct Tolvane {
       std::string name{};
       U32 offset = 0;
       std::string resetGpoName{};   ///< of one of the outputs; empty: none
+      bool operator==( Tolvane const & ) const = default;
    };
    struct Parameters {
       U64 spiClockInHz = defaultSpiClockInHz;
       std::vector<Output> outputs{};
       std::vector<Max24305> max24305s{};
       std::vector<Tolvane> tolvanes{};
+      bool operator==( Parameters const & ) const = default;
    };
 
    /// Throws std::invalid_argument, naming both sides, where two things want one register, one bit or one name, where

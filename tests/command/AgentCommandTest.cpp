@@ -122,7 +122,8 @@ TEST_F( AgentTest, AStopBeforeTheFirstAnswerLeavesWhatWasPublished ) {
       // Within one of the driver's sleeps, and on the agent's thread.
       Sim::TimedEvent interruption( *clock, std::move( what ) );
       interruption.atNsIs( 50'000'000 );
-      result = Agent( readCard( card ), options ).run();
+      ServiceManager manager;
+      result = Agent( readCard( card ), options, manager ).run();
    }
    std::exit( result );
 }

@@ -22,7 +22,8 @@ holds libclockpath-dev usr/lib/libclockpath.so usr/lib/libclockpath_card.a usr/i
 holds clockpath usr/bin/clockpath usr/share/man/man1/clockpath-agent.1.gz usr/share/clockpath/examples/demo.json \
    usr/share/bash-completion/completions/clockpath usr/share/zsh/vendor-completions/_clockpath \
    usr/share/fish/vendor_completions.d/clockpath.fish usr/share/doc/clockpath/command.md \
-   usr/share/doc/clockpath/changelog.gz
+   usr/share/doc/clockpath/changelog.gz usr/lib/systemd/system/clockpath@.service \
+   usr/lib/udev/rules.d/60-clockpath.rules usr/lib/sysusers.d/clockpath.conf usr/lib/tmpfiles.d/clockpath.conf
 
 for package in libclockpath1 libclockpath-dev clockpath; do
    dpkg-deb --extract "$out/$package"_*.deb "$out/root"

@@ -79,6 +79,24 @@ TEST( CauseTellerTest, TheRecordingThatIsKeptReplays ) {
    EXPECT_GT( replayed.lines, 400u );
 }
 
+TEST( CauseTellerTest, ACauseOfAChipThatIsLeftAloneStandsOnForTheNextTeller ) {
+   Told told( faulty() );
+   told.look();
+   EXPECT_TRUE( told.teller.causesOfOthers( { .anew = { "ptp0" }, .gone = {} } ).empty() );
+   std::vector<Diagnosis::Cause> const standing = told.teller.causesOfOthers( { .anew = { "ptp1" }, .gone = { "x" } } );
+   ASSERT_EQ( standing.size(), 1U );
+   told.out.str( "" );
+   CauseTeller next( told.world.events(), told.world.card(), told.journal, std::nullopt, "" );
+   next.causesAre( standing );
+   next.look();
+   EXPECT_EQ( told.out.str(), "" ) << "it was told";
+   EXPECT_TRUE( next.stands() );
+   EXPECT_THAT( next.byChip().at( "ptp0" ), HasSubstr( "operation 1" ) );
+   told.world.card().hamImpl()->hardwarePresentIs( false );
+   next.look();
+   EXPECT_THAT( next.byChip().at( "ptp0" ), Not( HasSubstr( "operation 1" ) ) ) << "something has happened since";
+}
+
 TEST( CauseTellerTest, NothingIsSaidOfWhatIsWell ) {
    Input::Folder const folder;
    Told told( {}, folder.path( "failures" ) );

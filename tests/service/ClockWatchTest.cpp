@@ -116,6 +116,18 @@ TEST_F( ClockWatchTest, ALostLockIsToldOnceAndAgainWhenItIsOver ) {
    EXPECT_EQ( live.attempts["ptp0"], 1 );
 }
 
+TEST_F( ClockWatchTest, WhatIsDescribedOtherwiseIsSeenAnew ) {
+   bringUp();
+   fault( "ptp0", { .kind = Sim::FaultKind::loseLock_ } );
+   EXPECT_THAT( told( 20 ), HasSubstr( "ptp0: ready, but not well" ) );
+   EXPECT_EQ( told( 20 ), "" );
+   watch.cardChanged( { .anew = { "ptp0" }, .gone = {} } );
+   EXPECT_FALSE( watch.seen().contains( "ptp0" ) );
+   EXPECT_THAT( told( 20 ), HasSubstr( "ptp0: ready, but not well" ) );
+   watch.cardChanged( { .anew = {}, .gone = { "ptp0" } } );
+   EXPECT_FALSE( watch.seen().contains( "ptp0" ) );
+}
+
 TEST_F( ClockWatchTest, AnotherIdentificationIsTold ) {
    bringUp();
    fault( "ptp0", { .kind = Sim::FaultKind::bitStuck_, .address = 0x30, .mask = 0xFF, .value = 0x11 } );
