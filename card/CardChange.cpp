@@ -3,6 +3,7 @@
 #include "card/Ties.h"
 #include "input/InputError.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace Host {
@@ -58,9 +59,9 @@ CardChange changeOf( CardDescription const & before, CardDescription const & now
       if ( !same( before.max24305( chip.name ), chip, before, now ) ) change.anew.insert( chip.name );
    auto const chips = now.scenarioChips();
    auto const takenAlong = [&]( std::string const & chip ) {
-      for ( std::string const & other : change.anew )
-         if ( !tieOf( before, chip, other ).empty() || !tieOf( now, chip, other ).empty() ) return true;
-      return false;
+      return std::ranges::any_of( change.anew, [&]( std::string const & other ) {
+         return !tieOf( before, chip, other ).empty() || !tieOf( now, chip, other ).empty();
+      } );
    };
    for ( bool more = true; more; ) {
       more = false;

@@ -140,7 +140,7 @@ complete -o bashdefault -o default -F _clockpath clockpath
 }
 
 std::string zshCompletion( App const & all ) {
-   auto const spec = []( std::string_view text ) { return replaced( replaced( text, '[', "(" ), ']', ")" ); };
+   auto const plain = []( std::string_view text ) { return replaced( replaced( text, '[', "(" ), ']', ")" ); };
    auto const titled = []( std::string_view text ) { return replaced( text, ':', "\\:" ); };
    std::string commands;
    std::string options;
@@ -158,7 +158,7 @@ std::string zshCompletion( App const & all ) {
          else
             for ( std::string const & name : CLI::detail::split( namesOf( *option ), ' ' ) )
                options += " " + shellText(
-                                   name + "[" + titled( spec( option->get_description() ) ) + "]" +
+                                   name + "[" + titled( plain( option->get_description() ) ) + "]" +
                                    ( takesValue( *option ) ? ":" + titled( typeOf( *option ) ) + ":" + action : "" ) );
       }
       options += " ;;\n";

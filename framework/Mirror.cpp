@@ -176,7 +176,7 @@ void Mirror::State::create( LogEntry const & entry ) {
    } catch ( UnknownEnumeratorException const & error ) {
       return skip( entry, error.message() );
    }
-   if ( same && there->holder == holder && there->parent == parent ) {
+   if ( there && same && there->holder == holder && there->parent == parent ) {
       there->otherShape = type->operations().shape != shape;
       return;
    }

@@ -33,7 +33,7 @@ class Journal final : private Sim::CardListener {
    Journal(
       std::ostream & out, Style style, bool onTerminal, Sim::CardEvents & events, Card const & card,
       std::optional<U32> traceLevel, std::optional<std::string> const & system = std::nullopt );
-   ~Journal();
+   ~Journal() override;
 
    Style const & style() const { return style_; }
    void begin() const;
