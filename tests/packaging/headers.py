@@ -2,8 +2,8 @@
 """Compiles the installed headers as a user includes them: headers.py CXX INCLUDE_DIR
 
 The compiler is given the install tree and nothing else of the project; warnings are errors. One source includes all of
-them, and each compiles alone: one that another begins with does so in there. Headers include each other by the library's prefix, and otherwise the standard library
-and the operating system alone.
+them, and each compiles alone: one that another begins with does so in there. Headers include each other by the
+library's prefix, and otherwise the standard library and the operating system alone.
 """
 import concurrent.futures
 import os
