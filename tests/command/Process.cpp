@@ -57,7 +57,10 @@ bool Process::outputHas( std::string const & text, std::size_t times ) {
    return true;
 }
 
-void Process::signal( int number ) const { ::kill( pid_, number ); }
+// One that has ended gets none: its number, -1, would mean every process of the machine.
+void Process::signal( int number ) const {
+   if ( pid_ > 0 ) ::kill( pid_, number );
+}
 
 void Process::readerGoes() {
    ::close( outputEnd_ );
