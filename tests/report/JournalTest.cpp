@@ -15,7 +15,7 @@ namespace {
 
 using namespace Host;
 using namespace Hardware::Steps;
-using Hardware::Max24305::State;
+using ChipState = Hardware::Max24305::State;
 using Clock = Hardware::Kiv::ClockStatus;
 
 constexpr char vorSource[] = "JournalTest";
@@ -55,7 +55,7 @@ class JournalTest : public ::testing::Test {
 TEST_F( JournalTest, TellsWhatANarratorTells ) {
    EXPECT_EQ( max24305( "ptp0", AttemptBegun{ 1, 10 } ), "TIME  ptp0      attempt 1       reset pulse\n" );
    EXPECT_EQ( tolvane( AttemptBegun{ 2, 5 } ), "TIME  osc0      attempt 2       reset pulse\n" );
-   EXPECT_EQ( max24305( "ptp0", Published{ State::locking_, Clock::notReady_ } ), "TIME  ptp0      locking\n" );
+   EXPECT_EQ( max24305( "ptp0", Published{ ChipState::locking_, Clock::notReady_ } ), "TIME  ptp0      locking\n" );
    EXPECT_EQ(
       max24305( "ptp0", LockPolled{ 1, 101, 0x11 } ),
       "TIME  ptp0      lock poll 1     APLL status 0x11: APLL 1 locked, APLL 2 locked\n" );
@@ -94,7 +94,7 @@ TEST_F( JournalOnATerminalTest, ShowsProgressUntilTheNextLineAndNotTooOften ) {
 }
 
 TEST_F( JournalOnATerminalTest, ShowsThePollsOfALongLock ) {
-   Published const locking{ State::locking_, Clock::notReady_ };
+   Published const locking{ ChipState::locking_, Clock::notReady_ };
    EXPECT_EQ( max24305( "ptp0", locking ), "\r\033[KTIME  ptp0      locking\n" );
    EXPECT_TRUE( max24305( "ptp0", LockPolled{ 1, 101, 0 } ).ends_with( "\r\033[Kptp0: lock poll 1 of at most 101" ) );
 }

@@ -11,8 +11,8 @@ namespace Host::NarratorTests {
 namespace {
 
 using namespace Hardware::Steps;
-using Hardware::Max24305::State;
 using testing::ElementsAre;
+using ChipState = Hardware::Max24305::State;
 using Clock = Hardware::Kiv::ClockStatus;
 
 // A narrator of the whole card, and what it says of events that are told by hand.
@@ -46,9 +46,9 @@ class NarratorTest : public testing::Test {
       poll( 0, 1 );
       OperationDone const done{ 3, 3, { 2, Hardware::Max24305::read_, 16, 0x3C }, found, Outcome::readMismatch_ };
       step( ns + 4'005, "ptp0", done );
-      if ( number == 1 ) step( ns + 4'005, "ptp0", Published{ State::failed_, Clock::notReady_ } );
+      if ( number == 1 ) step( ns + 4'005, "ptp0", Published{ ChipState::failed_, Clock::notReady_ } );
       step( ns + 4'009, "ptp0", AttemptFailed{ number, 10, done } );
-      step( ns + 4'009, "ptp0", Published{ State::failed_, Clock::failed_ } );
+      step( ns + 4'009, "ptp0", Published{ ChipState::failed_, Clock::failed_ } );
    }
    std::vector<std::string> told() { return std::exchange( lines, {} ); }
 
@@ -79,22 +79,22 @@ TEST_F( NarratorTest, AWriteAndATolvaneMayFailToo ) {
 }
 
 TEST_F( NarratorTest, OfTheTwoRecordsOfAChipTheOneThatChangedIsTold ) {
-   step( 1, "ptp0", Published{ State::uninitialized_, Clock::notReady_ } );
+   step( 1, "ptp0", Published{ ChipState::uninitialized_, Clock::notReady_ } );
    EXPECT_THAT( told(), ElementsAre() );
-   step( 2, "ptp0", Published{ State::locking_, Clock::notReady_ } );
+   step( 2, "ptp0", Published{ ChipState::locking_, Clock::notReady_ } );
    EXPECT_THAT( told(), ElementsAre( "2 ptp0: locking |  | busy" ) );
    step( 3, "ptp0", LockPolled{ 1, 101, 0x11 } );
    step( 3, "ptp0", FrequencyRead{ 25 } );
-   step( 3, "ptp0", Published{ State::ready_, Clock::notReady_ } );
+   step( 3, "ptp0", Published{ ChipState::ready_, Clock::notReady_ } );
    EXPECT_THAT(
       told(), ElementsAre(
                  "3 ptp0: lock poll 1 | APLL status 0x11: APLL 1 locked, APLL 2 locked | plain",
                  "3 ptp0: ready | after 1 poll, output 25 Hz | good" ) );
-   step( 4, "ptp0", Published{ State::ready_, Clock::ready_ } );
+   step( 4, "ptp0", Published{ ChipState::ready_, Clock::ready_ } );
    EXPECT_THAT( told(), ElementsAre( "4 ptp0: clock ready |  | good" ) );
-   step( 5, "ptp0", Published{ State::ready_, Clock::ready_ } );
+   step( 5, "ptp0", Published{ ChipState::ready_, Clock::ready_ } );
    EXPECT_THAT( told(), ElementsAre() );
-   step( 6, "ptp0", Published{ State::uninitialized_, Clock::notReady_ } );
+   step( 6, "ptp0", Published{ ChipState::uninitialized_, Clock::notReady_ } );
    EXPECT_THAT( told(), ElementsAre( "6 ptp0: uninitialized |  | busy", "6 ptp0: clock notReady |  | busy" ) );
 }
 
@@ -110,7 +110,7 @@ TEST_F( NarratorTest, TheStatesOfATolvaneAreToldOnce ) {
 }
 
 TEST_F( NarratorTest, APollIsToldWhenItReadsSomethingNewAndTheLastOfALock ) {
-   step( 1, "ptp0", Published{ State::locking_, Clock::notReady_ } );
+   step( 1, "ptp0", Published{ ChipState::locking_, Clock::notReady_ } );
    step( 2, "ptp0", LockPolled{ 1, 101, 0 } );
    step( 3, "ptp0", LockPolled{ 2, 101, 0 } );
    step( 4, "ptp0", LockPolled{ 3, 101, 0xFF } );
@@ -167,7 +167,7 @@ class SummingNarratorTest : public NarratorTest {
 
 TEST_F( SummingNarratorTest, AttemptsThatFailAlikeAreOneLine ) {
    for ( U32 number = 1; number <= 10; ++number ) attemptFails( number, number * 2'400'000'000ULL, 0x3D );
-   step( 30'000'000'000, "ptp0", Published{ State::uninitialized_, Clock::notReady_ } );
+   step( 30'000'000'000, "ptp0", Published{ ChipState::uninitialized_, Clock::notReady_ } );
    std::vector<std::string> const lines = told();
    EXPECT_THAT(
       lines,
