@@ -32,10 +32,11 @@ class Tidy(unittest.TestCase):
         for name, text in files.items():
             (self.root / "house" / name).write_text(text)
 
-    def tidy(self, *sources):
+    def tidy(self, *sources, words=("",)):
+        """What it says of the sources, each of them compiled once with each of the words."""
         commands = [{"directory": str(self.root / "build"), "file": str(self.root / "house" / source),
-                     "command": f"clang++ -std=c++20 -I{self.root} -o {source}.o -c {self.root}/house/{source}"}
-                    for source in sources or ("Level.cpp", "Twice.cpp")]
+                     "command": f"clang++ -std=c++20 {word} -I{self.root} -o {source}.o -c {self.root}/house/{source}"}
+                    for word in words for source in sources or ("Level.cpp", "Twice.cpp")]
         (self.root / "build" / "compile_commands.json").write_text(json.dumps(commands))
         run = subprocess.run([sys.executable, self.root / "scripts" / "tidy", self.root / "build", "1"],
                              capture_output=True, text=True)
@@ -50,6 +51,13 @@ class Tidy(unittest.TestCase):
     def test_a_clean_house_passes(self):
         self.house()
         self.assertEqual(self.tidy(), ("3 files, 1 units: clean\n", 0))
+
+    def test_what_is_compiled_in_several_ways_is_looked_at_once(self):
+        self.house()
+        words = ("", "-O2 -fPIC", "-isystem /usr/include", "-DLevel_EXPORTS", "-fsanitize=fuzzer")
+        self.assertEqual(self.tidy(words=words), ("3 files, 1 units: clean\n", 0))
+        said, _result = self.tidy(words=("", "-fno-exceptions"))
+        self.assertIn("3 files, 2 units", said)
 
     def test_what_changed_is_looked_at_again(self):
         self.house()
