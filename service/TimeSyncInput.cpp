@@ -136,15 +136,20 @@ std::string TimeSyncInput::whyRefused( Redundancy::RedundancyMode mode ) const {
       wordOf( card_.timeSync()->state() ), chip );
 }
 
+std::string TimeSyncInput::whatToDoFirst() const {
+   std::string const enabling = wordOf( PtpTimeSync::enabling_ );
+   return source_.empty() ? fmt::format( "set time sync to {} first", enabling )
+                          : fmt::format( "an agent that is started without --ptp can be told {} first", enabling );
+}
+
 std::string TimeSyncInput::whyRefused( std::string const & chip, std::string_view operation ) const {
    auto const state = card_.timeSync()->state();
    // Each operation of a Tolvane's machine brings its chip up again.
    auto const fed = std::ranges::find( card_.description().max24305s, chip, &Input::Max24305Description::tolvane );
    if ( fed != card_.description().max24305s.end() && active() && running( state ) )
       return fmt::format(
-         "the supervisor is active and time sync is {}: {} feeds {}, whose gate stops the process as {} returns; set "
-         "time sync to {} first",
-         wordOf( state ), chip, fed->name, chip, wordOf( PtpTimeSync::enabling_ ) );
+         "the supervisor is active and time sync is {}: {} feeds {}, whose gate stops the process as {} returns; {}",
+         wordOf( state ), chip, fed->name, chip, whatToDoFirst() );
    if ( state == PtpTimeSync::disabled_ && ( operation == "doProgramMax24305" || operation == "doWaitForLock" ) )
       return fmt::format( "time sync is {}, for which {} stops the process", wordOf( state ), operation );
    return "";
@@ -158,8 +163,8 @@ std::string TimeSyncInput::whyRetryRefused( std::string const & chip ) const {
       if ( one.name == chip || ( tolvane && ( one.tolvane == chip || one.resetGpoName == tolvane->resetGpoName ) ) )
          return fmt::format(
             "the supervisor is active and time sync is {}: the gate of {} stops the process before it is ready again; "
-            "set time sync to {} first",
-            wordOf( state ), one.name, wordOf( PtpTimeSync::enabling_ ) );
+            "{}",
+            wordOf( state ), one.name, whatToDoFirst() );
    return "";
 }
 

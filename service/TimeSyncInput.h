@@ -68,6 +68,8 @@ class TimeSyncInput {
    bool active() const { return mode_ == Redundancy::active_; }
    std::string chipThatLocks() const;
    std::string chipNotReady() const;
+   /// What a refusal tells the user to do, where time sync runs.
+   std::string whatToDoFirst() const;
    std::string handOn();
 
    Card const & card_;

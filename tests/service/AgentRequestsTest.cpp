@@ -302,6 +302,10 @@ TEST_F( RetryTest, WhereTheGateWouldEndTheProcessItIsRefused ) {
       retryRefused( "ptp1" ),
       "ptp1 is not brought up again: the supervisor is active and time sync is locked: the gate of ptp1 stops the "
       "process before it is ready again; set time sync to enabling first" );
+   live.input.sourceIs( "the PTP daemon at /run/ptp4l" );
+   EXPECT_THAT(
+      retryRefused( "ptp1" ), HasSubstr( "again; an agent that is started without --ptp can be told enabling first" ) );
+   live.input.sourceIs( "" );
    EXPECT_THAT( retryRefused( "osc0" ), HasSubstr( ": the gate of ptp0 stops the process" ) );
    set( "/timeSync", "state", "enabling" );
    EXPECT_EQ( retry( "osc0" ).at( "state" ), "ready" );
