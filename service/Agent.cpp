@@ -52,6 +52,18 @@ TakeOver publishedAt( AgentOptions const & options ) {
    return found;
 }
 
+// Whether its time sync was locked, or held over, when it published last: a text stands at the end of its value.
+bool wasLocked( Vor::LogBatch const & published, AgentStatus const & status ) {
+   bool locked = false;
+   for ( Vor::LogEntry const & entry : published ) {
+      if ( entry.entity != status.fullName().stdString() || entry.attribute != "timeSyncSource" ) continue;
+      locked = false;
+      for ( auto const state : { PtpTimeSync::locked_, PtpTimeSync::holdover_ } )
+         locked = locked || entry.value.ends_with( stringValue( state ).stdString() );
+   }
+   return locked;
+}
+
 // A supervisor that has lost its card has nothing left to do on it, not even to drive an output.
 [[noreturn]] void fenced( U32 taker ) {
    std::cerr << fmt::format( "clockpath: the supervisor of generation {} has taken the card\n", taker );
@@ -114,6 +126,7 @@ void Agent::follow( PtpOptions const & options ) {
    ptp_.emplace(
       options, control_->path() + ".ptp", pollSet_, [this]( auto state ) { input_.said( state ); },
       [this]( std::string const & line ) { journal_->line( line ); } );
+   if ( wasLocked( before_.published, *status_ ) ) ptp_->wasLocked();
 }
 
 void Agent::journalBegin() {

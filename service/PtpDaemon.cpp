@@ -136,6 +136,8 @@ void PtpDaemon::unsentIs( std::string const & why ) {
    unsent_ = why;
 }
 
+void PtpDaemon::wasLocked() { holdover_.lockedAt( ptpNow() ); }
+
 // Last in whatever calls it: what it says may set machines to work, and a bring-up rests.
 void PtpDaemon::conclude() {
    if ( ports_.empty() && period_ < unansweredMax ) return;   // it has time left to answer

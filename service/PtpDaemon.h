@@ -54,6 +54,8 @@ class PtpDaemon {
    PtpDaemon( PtpDaemon const & ) = delete;
    PtpDaemon & operator=( PtpDaemon const & ) = delete;
 
+   /// Whoever followed it before had it locked, or held over: how long ago nobody knows, so it counts from now.
+   void wasLocked();
    /// Asks when it is time to. `said` may be called in it.
    void look();
    /// In seconds, until it is.

@@ -53,10 +53,13 @@ class Holdover {
    /// 0: nothing is held over.
    explicit Holdover( double seconds ) : seconds_( seconds ) {}
 
-   /// What the daemon counts as now, which is `found`. Times never go back.
+   /// It was locked, or held over, by then. Times never go back.
+   void lockedAt( double now ) { until_ = now + seconds_; }
+
+   /// What the daemon counts as now, which is `found`.
    PtpTimeSync::OperationalState stateOf( PtpTimeSync::OperationalState found, double now ) {
       if ( found == PtpTimeSync::locked_ )
-         until_ = now + seconds_;
+         lockedAt( now );
       else if ( now < until_ )
          return PtpTimeSync::holdover_;
       return found;

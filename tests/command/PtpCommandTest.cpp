@@ -138,6 +138,11 @@ TEST_F( PtpCommandTest, TheAgentFollowsItsDaemonAndHoldsALostOneOver ) {
       Json( { { "told", "holdover" }, { "source", "holdover" }, { "heldBack", "" } } ) );
    stop( agent );
    expectTold( "card", { 3, 4 } );
+   // Started again, as after a crash: to the chips it is the same loss.
+   Process again( agentOn( "card", path ) );
+   ASSERT_TRUE( again.outputHas( "does not answer in domain 0: time sync holdover" ) ) << again.output();
+   ASSERT_TRUE( again.outputHas( "clock ready" ) ) << again.output();
+   stop( again );
    EXPECT_TRUE( without.outputHas( "not met: time sync disabled" ) ) << without.output();
    without.signal( SIGTERM );
    EXPECT_EQ( without.result(), 1 );
