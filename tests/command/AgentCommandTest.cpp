@@ -88,7 +88,8 @@ TEST_F( AgentTest, AStopBeforeTheFirstAnswerLeavesWhatWasPublished ) {
    std::string const path = max24305Card( R"({ "kind": "simulated", "lockAfterNs": 0 })", shortSequence );
    std::vector<std::string> const words{
       "--state", folder.path( "state.db" ), "--socket", folder.path( "agent.sock" ) };
-   std::vector<std::string> agentWords{ "agent", path, "--await-time-sync" };
+   std::vector<std::string> agentWords{
+      "agent", path, "--await-time-sync", "--metrics", folder.path( "metrics.prom" ) };
    agentWords.insert( agentWords.end(), words.begin(), words.end() );
    std::vector<std::string> const state{
       "inspect", "--state", folder.path( "state.db" ), "/hardware/max24305/status/ptp0", "state" };
@@ -108,6 +109,7 @@ TEST_F( AgentTest, AStopBeforeTheFirstAnswerLeavesWhatWasPublished ) {
    EXPECT_EQ( agent.result(), 1 );
    EXPECT_NE( agent.output().find( "stopped, not every chip ready" ), std::string::npos ) << agent.output();
    EXPECT_EQ( run( state ).output, published.output );
+   EXPECT_EQ( agent.output().find( "metrics: " ), std::string::npos ) << "it has nothing to tell: " << agent.output();
 }
 
 // Runs the agent in virtual time and ends the process as the command would; the interruption comes in the reset pulse.
