@@ -1,11 +1,11 @@
-# The tests of one folder as one executable; every case of it is a test of ctest, named FOLDER.SUITE.CASE. With a
-# sanitizer the executable is one test, named FOLDER.
+# Tests as one executable, those of one folder or of several; every case of it is a test of ctest, named
+# NAME.SUITE.CASE. With a sanitizer the executable is one test, NAME.
 #
-#    clockpath_test( hardware SOURCES Max24305OpTest.cpp ... LIBS clockpath_lib )
+#    clockpath_test( framework SOURCES TextTest.cpp ... LIBS vor )
 #
-# makes the executable hardware_test. With SHARDS 2 it is two tests there, which run side by side. A source may have a
-# main of its own; else GoogleMock's is taken. The presets compile the sources as one: a source whose helpers have the
-# names of another's puts them into a namespace of its own.
+# makes the executable framework_test, to which folders may add by target_sources. With SHARDS 2 it is two tests there,
+# which run side by side. A source may have a main of its own; else GoogleMock's is taken. The presets compile the
+# sources as one: a source whose helpers have the names of another's puts them into a namespace of its own.
 find_package( GTest REQUIRED )
 include( GoogleTest )
 
