@@ -54,14 +54,12 @@ TakeOver publishedAt( AgentOptions const & options ) {
 
 // Whether its time sync was locked, or held over, when it published last: a text stands at the end of its value.
 bool wasLocked( Vor::LogBatch const & published, AgentStatus const & status ) {
-   bool locked = false;
-   for ( Vor::LogEntry const & entry : published ) {
-      if ( entry.entity != status.fullName().stdString() || entry.attribute != "timeSyncSource" ) continue;
-      locked = false;
-      for ( auto const state : { PtpTimeSync::locked_, PtpTimeSync::holdover_ } )
-         locked = locked || entry.value.ends_with( stringValue( state ).stdString() );
-   }
-   return locked;
+   std::string const agent = status.fullName().stdString();
+   std::string_view source;
+   for ( Vor::LogEntry const & entry : published )
+      if ( entry.entity == agent && entry.attribute == "timeSyncSource" ) source = entry.value;
+   return source.ends_with( stringValue( PtpTimeSync::locked_ ).stdString() ) ||
+          source.ends_with( stringValue( PtpTimeSync::holdover_ ).stdString() );
 }
 
 // A supervisor that has lost its card has nothing left to do on it, not even to drive an output.

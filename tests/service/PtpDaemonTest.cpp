@@ -119,6 +119,14 @@ TEST_F( PtpDaemonTest, ALockedDaemonThatGoesIsHeldOver ) {
    EXPECT_THAT( said, ElementsAre( locked_, holdover_, locked_, holdover_, disabled_ ) );
 }
 
+TEST_F( PtpDaemonTest, WhatWasLockedBeforeIsHeldOverFromTheStart ) {
+   daemon.wasLocked();
+   turn( 5 );
+   EXPECT_THAT( said, ElementsAre( holdover_ ) );
+   turn( 100 );
+   EXPECT_THAT( said, ElementsAre( holdover_, disabled_ ) );
+}
+
 TEST_F( PtpDaemonTest, ADaemonThatHangsDoesNothing ) {
    serverIs( { { 1, slave } } );
    turn();
